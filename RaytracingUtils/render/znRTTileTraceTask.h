@@ -1,0 +1,104 @@
+#pragma once
+
+// The tile tasks. The loops over a tile exist once, in the three loop classes; the templates over
+// format, integrator and fragment only say which integrator the loops call per block and in which
+// format a finished pixel is stored.
+
+#include "render/znRTPacketBlock.h"
+#include "render/znRTRenderTask.h"
+
+/// Interactive frames: one sample, or the mean of a few, per pixel; the frame before is
+/// overwritten.
+class znRTInteractiveTileLoop : public znRTRenderTask
+{
+public:
+    znRTInteractiveTileLoop(const znRTRenderTaskKey& key, znRTIntegrateBlock integrateBlock_)
+        : znRTRenderTask(key), integrateBlock(integrateBlock_)
+    {
+    }
+    void traceTile(const znRTRenderTile& tile) override;
+
+protected:
+    void traceSingleSample(const znRTRenderTile& tile, znRTPacketBlock& block);
+    void traceMultiSample(const znRTRenderTile& tile, znRTPacketBlock& block, int samples);
+
+    znRTIntegrateBlock integrateBlock;
+};
+
+/// Interactive frames whose pixels are finished (tonemapped, composed, converted) in the tile.
+class znRTTraceAndCopyTileLoop : public znRTRenderTask
+{
+public:
+    /// Stores one finished pixel into the output, which is dense over the grid rectangle.
+    using StorePixel = void (*)(void* output, u64 index, __m128 colour);
+
+    znRTTraceAndCopyTileLoop(const znRTRenderTaskKey& key, znRTIntegrateBlock integrateBlock_,
+                             StorePixel storePixel_)
+        : znRTRenderTask(key), integrateBlock(integrateBlock_), storePixel(storePixel_)
+    {
+    }
+    void traceTile(const znRTRenderTile& tile) override;
+
+private:
+    znRTIntegrateBlock integrateBlock;
+    StorePixel storePixel;
+};
+
+/// Still frames: each iteration adds filtered samples to the frame and to the filter weights.
+class znRTStillFrameTileLoop : public znRTRenderTask
+{
+public:
+    znRTStillFrameTileLoop(const znRTRenderTaskKey& key, znRTIntegrateBlock integrateBlock_)
+        : znRTRenderTask(key), integrateBlock(integrateBlock_)
+    {
+    }
+    void traceTile(const znRTRenderTile& tile) override;
+    void bind(znRaytracerP& view) override;
+
+private:
+    void accumulate(const znRTPacketBlock& block, int count);
+
+    znRTIntegrateBlock integrateBlock;
+    const u8* activePixels = nullptr;
+    float* filterWeights = nullptr;
+};
+
+/// Integrates a block with integrator I and fragment G; one definition per pair, see
+/// render/integrateBlock.h.
+template <class I, class G>
+void integrateBlock(znRTPacketBlock& block, int count, const znRTCamera& camera, float sampleClamp,
+                    u32 sampleOffset);
+
+/// Stores in format F; one definition per format, see render/pixelStore.h.
+template <class F>
+void storePixel(void* output, u64 index, __m128 colour);
+
+template <class F, class I, class G>
+class znRTTileTraceTask final : public znRTInteractiveTileLoop
+{
+public:
+    explicit znRTTileTraceTask(const znRTRenderTaskKey& key)
+        : znRTInteractiveTileLoop(key, &::integrateBlock<I, G>)
+    {
+    }
+};
+
+template <class F, class I, class G>
+class znRTTileTraceAndCopyTask final : public znRTTraceAndCopyTileLoop
+{
+public:
+    explicit znRTTileTraceAndCopyTask(const znRTRenderTaskKey& key)
+        : znRTTraceAndCopyTileLoop(key, &::integrateBlock<I, G>, &::storePixel<F>)
+    {
+    }
+};
+
+template <class F, class I, class G>
+class znRTHQTileTraceTask final : public znRTStillFrameTileLoop
+{
+public:
+    explicit znRTHQTileTraceTask(const znRTRenderTaskKey& key)
+        : znRTStillFrameTileLoop(key, &::integrateBlock<I, G>)
+    {
+    }
+};
