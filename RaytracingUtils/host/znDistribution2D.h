@@ -1,0 +1,48 @@
+#pragma once
+
+// Piecewise constant density over [0, 1]^2: one table of row sums (the marginal, over v) and per
+// row one table along it (the conditional, over u given the row). Row 0 is v = 0.
+
+#include "host/znDistribution1D.h"
+
+#include <vector>
+
+class znRTSampler2D;
+
+template <class T>
+class znDistribution2DT
+{
+public:
+    /// @param f  width * height values, row by row; rules of znDistribution1DT::setFunction.
+    ///           A row of zeros has a uniform conditional.
+    void setFunction(const T* f, int width, int height);
+    /// Luminance (0.2125, 0.7154, 0.0721) of the texels of level 0; an empty sampler clears.
+    void calculateDistributions(const znRTSampler2D& sampler);
+    void clear();
+    bool isValid() const { return marginal.isValid() && !conditional.empty(); }
+
+    /// Point distributed like the function.
+    /// @param u1, u2  [0, 1]: u1 chooses the row, u2 the place along it
+    /// @param u, v    [0, 1]
+    /// @return density over the unit square
+    T getSample(T u1, T u2, T& u, T& v) const;
+    /// Density over the unit square at a point; coordinates are clamped to [0, 1].
+    T getPdf(T u, T v) const;
+
+    T getAverage() const { return marginal.getAverage(); }
+    T getMaximum() const { return maximum; } ///< largest function value
+    int getWidth() const { return conditional.empty() ? 0 : conditional.front().count; }
+    int getHeight() const { return marginal.count; }
+
+    znDistribution1DT<T> marginal;                 ///< getHeight() cells
+    std::vector<znDistribution1DT<T>> conditional; ///< per row, getWidth() cells
+
+private:
+    T maximum = 0;
+};
+
+extern template class znDistribution2DT<float>;
+extern template class znDistribution2DT<double>;
+
+using znDistribution2D = znDistribution2DT<float>;
+using znDistribution2DDouble = znDistribution2DT<double>;
