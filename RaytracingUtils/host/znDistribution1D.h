@@ -10,6 +10,7 @@ template <class T>
 class znDistribution1DT
 {
 public:
+    using Value = T;
     static constexpr int startTableSize = 256;
 
     znDistribution1DT() = default;
@@ -57,5 +58,9 @@ private:
 extern template class znDistribution1DT<float>;
 extern template class znDistribution1DT<double>;
 
-using znDistribution1D = znDistribution1DT<float>;
-using znDistribution1DDouble = znDistribution1DT<double>;
+class znDistribution1D : public znDistribution1DT<float>
+{
+};
+class znDistribution1DDouble : public znDistribution1DT<double>
+{
+};

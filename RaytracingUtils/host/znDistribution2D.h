@@ -9,10 +9,13 @@
 
 class znRTSampler2D;
 
-template <class T>
+/// @tparam Table  the one-dimensional form, which fixes the precision
+template <class Table>
 class znDistribution2DT
 {
 public:
+    using T = typename Table::Value;
+
     /// @param f  width * height values, row by row; rules of znDistribution1DT::setFunction.
     ///           A row of zeros has a uniform conditional.
     void setFunction(const T* f, int width, int height);
@@ -34,15 +37,19 @@ public:
     int getWidth() const { return conditional.empty() ? 0 : conditional.front().count; }
     int getHeight() const { return marginal.count; }
 
-    znDistribution1DT<T> marginal;                 ///< getHeight() cells
-    std::vector<znDistribution1DT<T>> conditional; ///< per row, getWidth() cells
+    Table marginal;                 ///< getHeight() cells
+    std::vector<Table> conditional; ///< per row, getWidth() cells
 
 private:
     T maximum = 0;
 };
 
-extern template class znDistribution2DT<float>;
-extern template class znDistribution2DT<double>;
+extern template class znDistribution2DT<znDistribution1D>;
+extern template class znDistribution2DT<znDistribution1DDouble>;
 
-using znDistribution2D = znDistribution2DT<float>;
-using znDistribution2DDouble = znDistribution2DT<double>;
+class znDistribution2D : public znDistribution2DT<znDistribution1D>
+{
+};
+class znDistribution2DDouble : public znDistribution2DT<znDistribution1DDouble>
+{
+};

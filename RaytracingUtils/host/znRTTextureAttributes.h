@@ -51,8 +51,9 @@ public:
     float width = 0.2f;                  ///< of the tread, along the axis
 };
 
-struct znRTTextureAttributes
+class znRTTextureAttributes
 {
+public:
     enum MappingType {
         mappingUV = 0,
         mappingProjection = 1, ///< planar or cylindrical, through the sampler's projection
