@@ -11,8 +11,8 @@
 namespace rayType {
 
 // Flags: never part of an object's visibility.
-constexpr u32 stochasticBounce = 0x3;  ///< diffuse or glossy bounce of a stochastic path
-constexpr u32 passThrough = 0x300000;  ///< continues behind a transparent surface
+constexpr u32 stochasticBounce = 0x3; ///< diffuse or glossy bounce of a stochastic path
+constexpr u32 passThrough = 0x300000; ///< continues behind a transparent surface
 constexpr u32 passThroughLeft = 0x100000;
 constexpr u32 passThroughRight = 0x200000;
 
@@ -20,16 +20,16 @@ constexpr u32 passThroughRight = 0x200000;
 constexpr u32 camera = 0xC;
 constexpr u32 cameraLeft = 0x4;
 constexpr u32 cameraRight = 0x8;
-constexpr u32 diffuseScatter = 0x30;         ///< diffuse and subsurface bounces
+constexpr u32 diffuseScatter = 0x30; ///< diffuse and subsurface bounces
 constexpr u32 glossyReflection = 0xC0;
-constexpr u32 mirrorReflection = 0x300;      ///< and straight transmission
-constexpr u32 glossyTransmission = 0xC00;    ///< and diffuse transmission
+constexpr u32 mirrorReflection = 0x300;   ///< and straight transmission
+constexpr u32 glossyTransmission = 0xC00; ///< and diffuse transmission
 constexpr u32 specularRefraction = 0x3000;
 constexpr u32 lightShadow = 0xC000;
 constexpr u32 stochasticTransmission = 0x30000;
 constexpr u32 stochasticReflection = 0xC0000;
-constexpr u32 environmentShadow = 0xC00000;  ///< and ambient occlusion
-constexpr u32 reflectedShadow = 0x3000000;   ///< shadow ray from a point seen in a reflection
+constexpr u32 environmentShadow = 0xC00000;     ///< and ambient occlusion
+constexpr u32 reflectedShadow = 0x3000000;      ///< shadow ray from a point seen in a reflection
 constexpr u32 shadowMaterialShadow = 0xC000000; ///< shadow ray from a shadow-catching surface
 constexpr u32 photon = 0x30000000;
 constexpr u32 projector = 0xC0000000;
@@ -58,7 +58,10 @@ constexpr u32 photonsSwitch = 0xF0000000;
 constexpr u32 hiddenByBackplate = 0x300C;
 
 /// Half of all pairs that a ray belongs to.
-constexpr u32 eyeHalf(u32 type) { return (type & ~passThrough & rightEye) ? rightEye : leftEye; }
+constexpr u32 eyeHalf(u32 type)
+{
+    return (type & ~passThrough & rightEye) ? rightEye : leftEye;
+}
 
 /// Word of a ray spawned at the hit of another.
 /// @param rayClass  one of the classes above

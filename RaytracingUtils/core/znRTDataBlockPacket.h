@@ -6,21 +6,21 @@
 
 #include "core/shadingRequirements.h"
 #include "core/znDynArray.h"
+#include "core/znMatrix4x4Packet.h"
 #include "core/znRTColorPacket.h"
 #include "core/znRTDifferentialGeometry.h"
 #include "core/znRTHitInfoPacket.h"
-#include "core/znRTVectorMath.h"
 
 class znRTGeometryNode;
 class znRTLight;
 class znRTMaterial;
-struct znRTRayDifferentialPacket;
+class znRTRayDifferentialPacket;
 
 class znRTDataBlockPacket : public znAlignedBase16
 {
 public:
     static constexpr int maxTextureSets = 8;
-    static constexpr int maxMaterials = 4;   ///< one per lane at most
+    static constexpr int maxMaterials = 4; ///< one per lane at most
 
     /// Nothing is initialised: for callers that follow with reset() or set().
     znRTDataBlockPacket() = default;
@@ -76,41 +76,41 @@ public:
     znRTHitInfoPacket hit;
 
     // Zero is what a surface without baked data needs: unoccluded, and no lane marked.
-    znRTColorPacket bakedIrradiance;   ///< rgb: interpolated irradiance; alpha: vertex occlusion
-    znRTColorPacket bakedColor;        ///< rgb: interpolated colour; alpha: mask of baked lanes
+    znRTColorPacket bakedIrradiance; ///< rgb: interpolated irradiance; alpha: vertex occlusion
+    znRTColorPacket bakedColor;      ///< rgb: interpolated colour; alpha: mask of baked lanes
 
     znRTDifferentialGeometry dg;
-    znRTSurfacePoint base;             ///< copy that restoreSurface brings back
+    znRTSurfacePoint base; ///< copy that restoreSurface brings back
 
-    znRTVector3fPacket facedNormal;    ///< unit shading normal as stored: outward, not turned
+    znRTVector3fPacket facedNormal; ///< unit shading normal as stored: outward, not turned
     znRTVector3fPacket objectPosition;
-    znRTVector3fPacket objectNormal;   ///< unit, object space
-    znFloatType<2> objectLanes;        ///< mask: projections work in object space
-    znFloatType<2> cosIncidence;       ///< of the ray and shadingNormal, above 0 seen from outside
+    znRTVector3fPacket objectNormal; ///< unit, object space
+    znFloatType<2> objectLanes;      ///< mask: projections work in object space
+    znFloatType<2> cosIncidence;     ///< of the ray and shadingNormal, above 0 seen from outside
 
     znMatrix4x4Packet nodeToWorld, worldToNode;
-    znFloatType<2> coverage;           ///< above 0 where a surface counts
-    znFloatType<2> b0;                 ///< barycentric of the first vertex, 1 - u - v
+    znFloatType<2> coverage; ///< above 0 where a surface counts
+    znFloatType<2> b0;       ///< barycentric of the first vertex, 1 - u - v
 
     znRTVector2fPacket uv[maxTextureSets];
-    u32 uvValid;                       ///< bit per texture set that was filled
-    u32 hasNodeTransforms;             ///< not 0 when a hit node has a transform
+    u32 uvValid;           ///< bit per texture set that was filled
+    u32 hasNodeTransforms; ///< not 0 when a hit node has a transform
 
     znRTColorPacket vertexColor;
-    znFloatType<2> ambientOcclusion[3];   ///< per-object occlusion values of the node
-    znRTVector3fPacket edgeVertices[3];   ///< world space, of the primitive that was hit
-    znFloatType<2> layerMask;             ///< above 0 where the first layer of a stack was hit
-    znFloatType<2> volumeEntry, volumeExit;   ///< distances along the ray inside a closed body
+    znFloatType<2> ambientOcclusion[3];     ///< per-object occlusion values of the node
+    znRTVector3fPacket edgeVertices[3];     ///< world space, of the primitive that was hit
+    znFloatType<2> layerMask;               ///< above 0 where the first layer of a stack was hit
+    znFloatType<2> volumeEntry, volumeExit; ///< distances along the ray inside a closed body
 
     u32 materialCount;
     u32 hasLocalLights;
     znRTMaterial* materials[maxMaterials];
     u32 materialRequirements[maxMaterials];
-    znFloatType<2> materialLanes[maxMaterials];   ///< mask per material; the masks are disjoint
+    znFloatType<2> materialLanes[maxMaterials]; ///< mask per material; the masks are disjoint
 
-    znRTGeometryNode* nodes[4];   ///< per lane; null without hit
-    const znDynArray<const znRTLight*>* localLights[4];   ///< per lane; null: all lights
+    znRTGeometryNode* nodes[4];                         ///< per lane; null without hit
+    const znDynArray<const znRTLight*>* localLights[4]; ///< per lane; null: all lights
 
-    static znMatrix4x4Packet s_worldToViewMatrix;   ///< published by the camera
+    static znMatrix4x4Packet s_worldToViewMatrix; ///< published by the camera
     static znMatrix4x4Packet s_viewToWorldMatrix;
 };

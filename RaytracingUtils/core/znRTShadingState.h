@@ -29,23 +29,20 @@ public:
     int fetchAndIncrementDimension() { return dimension++; }
 
     znIntType<2> pixelSeed;
-    znIntType<2> pixelSeed2;     ///< carried along; the table lookups do not read it
-    znIntType<2> maskA, maskB;   ///< all ones but in the default state
+    znIntType<2> pixelSeed2;   ///< carried along; the table lookups do not read it
+    znIntType<2> maskA, maskB; ///< all ones but in the default state
     u64 reservedA = 0, reservedB = 0;
     int depthInfo = 0;
     int sampleIndex = 0;
-    int counterA = 0;   ///< index inside the current splitting loop (light, gather, environment)
-    int counterB = 0;   ///< dimension index of indexed lookups, in steps of 773 rows
-    int counterC = 0;   ///< ray depth: reflections, refractions, gather rays
-    int counterD = 0;   ///< depth of straight continuations; they stop at 32
+    int counterA = 0; ///< index inside the current splitting loop (light, gather, environment)
+    int counterB = 0; ///< dimension index of indexed lookups, in steps of 773 rows
+    int counterC = 0; ///< ray depth: reflections, refractions, gather rays
+    int counterD = 0; ///< depth of straight continuations; they stop at 32
     int dimension = 0;
     int tail = 0;
 };
 
-inline znRTShadingState::znRTShadingState()
-    : pixelSeed(0), pixelSeed2(0), maskA(0), maskB(0)
-{
-}
+inline znRTShadingState::znRTShadingState() : pixelSeed(0), pixelSeed2(0), maskA(0), maskB(0) {}
 
 inline znRTShadingState::znRTShadingState(const znIntType<2>& seed, const znIntType<2>& seed2,
                                           int sample, int runningDimension, int a, int b, int c,
@@ -60,8 +57,7 @@ inline znRTShadingState::znRTShadingState(const znRTShadingState& other, int a, 
 {
 }
 
-inline znRTShadingState::znRTShadingState(const znRTShadingState& other, int a, int b, int c,
-                                          int d)
+inline znRTShadingState::znRTShadingState(const znRTShadingState& other, int a, int b, int c, int d)
     : znRTShadingState(other)
 {
     maskA = znIntType<2>(-1);
