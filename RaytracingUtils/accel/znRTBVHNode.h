@@ -7,6 +7,7 @@
 #include "host/znAligned.h"
 
 #include <cfloat>
+#include <initializer_list>
 
 /// Layout shared by both kinds of trees: one cache line.
 struct alignas(64) znRTBVHNodeLayout
