@@ -41,14 +41,13 @@ public:
     /// @return place in the table; materials keep the order of their first lane
     u32 addMaterial(znRTMaterial* material, u32 laneBits);
 
-    /// Matrices of each hit lane from its node; identity in the others and where hasNodeTransforms
-    /// is 0.
+    /// Matrices of each hit lane from its node; identity in the other lanes, and in all when
+    /// hasNodeTransforms is 0.
     void computeMatrices();
-    /// Footprint of the pixel on the tangent plane (dPdx, dPdy) and, with derivatives along the
-    /// surface present, in texture space. Zero where the ray has no differentials.
-    /// H. Igehy, "Tracing Ray Differentials", SIGGRAPH 1999.
+    /// Footprint of the pixel on the tangent plane, dPdx and dPdy; zero where the ray has no
+    /// differentials. H. Igehy, "Tracing Ray Differentials", SIGGRAPH 1999, eq. 10.
     void computeCommonDifferentialData(const znRTRayDifferentialPacket& ray);
-    /// Node matrices, and position and normal in object space.
+    /// Node matrices, position and unit normal in object space, cosine of incidence.
     void computeShadingData(const znRTRayDifferentialPacket& ray);
 
     /// Keeps position and normals, so that shading may negate or perturb them for a while.
@@ -86,7 +85,7 @@ public:
     znRTVector3fPacket objectPosition;
     znRTVector3fPacket objectNormal; ///< unit, object space
     znFloatType<2> objectLanes;      ///< mask: projections work in object space
-    znFloatType<2> cosIncidence;     ///< of the ray and shadingNormal, above 0 seen from outside
+    znFloatType<2> cosIncidence;     ///< between shadingNormal and the direction back along the ray
 
     znMatrix4x4Packet nodeToWorld, worldToNode;
     znFloatType<2> coverage; ///< above 0 where a surface counts

@@ -27,12 +27,13 @@ void znRTFragment::invertAlpha()
 void znRTFragment::blendFragment(const znRTFragment& other, const znFloatType<2>& mask,
                                  const znFloatType<2>& alpha)
 {
-    colour.alphaBlend(other.colour, alpha & mask);
+    // What stands in the other's lanes outside the mask may be anything, even NaN.
+    colour.alphaBlend(other.colour & mask, alpha & mask);
 }
 
 void znRTFragment::blendFragment(const znRTFragment& other, const znFloatType<2>& mask)
 {
-    colour.alphaBlend(other.colour, other.colour.a & mask);
+    blendFragment(other, mask, other.colour.a);
 }
 
 void znRTFragment::updateFragmentColor(const znRTColorPacket& color, const znFloatType<2>& alpha,

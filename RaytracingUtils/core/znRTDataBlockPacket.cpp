@@ -1,0 +1,98 @@
+#include "core/znRTDataBlockPacket.h"
+
+#include "core/znRTRayPacket.h"
+
+znMatrix4x4Packet znRTDataBlockPacket::s_worldToViewMatrix{znMatrix4x4::identity()};
+znMatrix4x4Packet znRTDataBlockPacket::s_viewToWorldMatrix{znMatrix4x4::identity()};
+
+znRTDataBlockPacket::znRTDataBlockPacket(const znRTHitInfoPacket& hitInfo)
+    : hit(hitInfo), bakedIrradiance(0.0f), bakedColor(0.0f)
+{
+    hasNodeTransforms = 0;
+    clearMaterials();
+}
+
+void znRTDataBlockPacket::reset(const znFloatType<2>& distance)
+{
+    hit.reset(distance);
+    bakedIrradiance = znRTColorPacket(0.0f);
+    bakedColor = znRTColorPacket(0.0f);
+    coverage = znFloatType<2>(0.0f);
+    hasNodeTransforms = 0;
+    clearMaterials();
+}
+
+void znRTDataBlockPacket::clearMaterials()
+{
+    materialCount = 0;
+    hasLocalLights = 0;
+    for (int lane = 0; lane < 4; ++lane) {
+        nodes[lane] = nullptr;
+        localLights[lane] = nullptr;
+    }
+}
+
+u32 znRTDataBlockPacket::addMaterial(znRTMaterial* material, u32 laneBits)
+{
+    const znFloatType<2> lanes = expandLanes(int(laneBits));
+    for (u32 i = 0; i < materialCount; ++i)
+        if (materials[i] == material) {
+            materialLanes[i] |= lanes;
+            return i;
+        }
+    materials[materialCount] = material;
+    materialLanes[materialCount] = lanes;
+    materialRequirements[materialCount] = 0;
+    return materialCount++;
+}
+
+namespace {
+
+/// Moves the offset between two neighbouring rays along to the tangent plane.
+/// @param inverseSlope  1 / (direction . normal), 0 for a ray in the plane
+znRTVector3fPacket transferOffset(const znRTVector3fPacket& originOffset,
+                                  const znRTVector3fPacket& directionOffset,
+                                  const znFloatType<2>& t, const znRTVector3fPacket& direction,
+                                  const znRTVector3fPacket& normal, znFloatType<2> inverseSlope)
+{
+    const znRTVector3fPacket offset = originOffset + directionOffset * t;
+    return offset - direction * (dot(offset, normal) * inverseSlope);
+}
+
+} // namespace
+
+void znRTDataBlockPacket::computeCommonDifferentialData(const znRTRayDifferentialPacket& ray)
+{
+    if (!ray.hasDifferentials) {
+        dg.dPdx = dg.dPdy = znRTVector3fPacket(0.0f, 0.0f, 0.0f);
+        return;
+    }
+    const znRTVector3fPacket& n = dg.geometricNormal;
+    const znFloatType<2> inverseSlope = reciprocalOrZero(dot(ray.direction, n));
+    dg.dPdx = transferOffset(ray.rxOrigin - ray.origin, ray.rxDirection - ray.direction, hit.t,
+                             ray.direction, n, inverseSlope);
+    dg.dPdy = transferOffset(ray.ryOrigin - ray.origin, ray.ryDirection - ray.direction, hit.t,
+                             ray.direction, n, inverseSlope);
+}
+
+void znRTDataBlockPacket::updateCosIncidence(const znRTRayDifferentialPacket& ray,
+                                             const znFloatType<2>& mask)
+{
+    cosIncidence = select(mask, -dot(ray.direction, dg.shadingNormal), cosIncidence);
+}
+
+void znRTDataBlockPacket::setupTriplanarDifferentialGeometry(znRTDifferentialGeometry& out) const
+{
+    out = dg;
+    if (!anyLane(objectLanes))
+        return;
+    out.position.setMasked(objectPosition, objectLanes);
+    out.shadingNormal.setMasked(objectNormal, objectLanes);
+    out.geometricNormal.setMasked(
+        znRTVectorMath::transformAsNormal(dg.geometricNormal, nodeToWorld).getNormalized(),
+        objectLanes);
+    out.dPdx.setMasked(znRTVectorMath::transformAsDirection(dg.dPdx, worldToNode), objectLanes);
+    out.dPdy.setMasked(znRTVectorMath::transformAsDirection(dg.dPdy, worldToNode), objectLanes);
+    out.dPdu.setMasked(znRTVectorMath::transformAsDirection(dg.dPdu, worldToNode), objectLanes);
+    out.dPdv.setMasked(znRTVectorMath::transformAsDirection(dg.dPdv, worldToNode), objectLanes);
+}
