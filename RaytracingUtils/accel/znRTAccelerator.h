@@ -1,0 +1,238 @@
+#pragma once
+
+// The scene as the renderer sees it: geometry nodes, materials, lights, clipping shapes, media and
+// image quads, with the passes that keep them up to date. Trees and walks are added by the derived
+// classes; rendering threads only read.
+//
+// Objects are keyed by container ids and passes run in id order, so that equal scenes give equal
+// indices. materials may be asked for while nodes are updated in parallel; everything else belongs
+// to the thread that prepares the frame, under the scene's re-entrant lock.
+
+#include "core/znDynArray.h"
+#include "core/znRTBoundingBox.h"
+#include "core/znRTBoundingSphere.h"
+#include "host/osg/FCPtr.h"
+#include "host/znRTSceneBase.h"
+
+#include <map>
+#include <tbb/concurrent_unordered_map.h>
+#include <vector>
+
+class znDistribution1D;
+class znRTClippingShape;
+class znRTDataBlockPacket;
+class znRTGeometryNode;
+class znRTHitInfoPacket;
+class znRTHitInfoPacketBundle;
+class znRTImageQuad;
+class znRTLensFlare;
+class znRTLight;
+class znRTLightBVH;
+class znRTLightPortalNode;
+class znRTMaterial;
+class znRTParticipatingMedia;
+class znRTRayDifferentialPacket;
+class znRTRayPacket;
+class znRTRayPacketBundle;
+
+namespace osg {
+class Geometry;
+}
+
+/// Figures of the last build; MB are bytes / 2^20.
+struct znRTSceneFigures
+{
+    float intersectorMB = 0.0f;
+    float geometryMB = 0.0f;
+    u64 primitives = 0;
+    u64 objects = 0;
+};
+
+class znRTAccelerator : public znRTSceneBase
+{
+public:
+    // The order of the virtual operations is part of the interface.
+    ~znRTAccelerator() override;
+    /// Empties every container.
+    void clear() override;
+    void initMaterials() override;
+    void initNewFrame() override {}
+    /// Reads the cores of all nodes that are not valid yet.
+    void initGeometries() override;
+    /// @param flags  what changed for the objects: see znRTMaterialChange
+    /// @return true when the material is known here
+    bool updateMaterial(const osg::MaterialPtr& material, unsigned int& flags) override;
+    bool updateClippingShape(const osg::NodePtr& node, unsigned int& flags) override;
+    void updateMaterials() override;
+    void updateLights() override;
+    void updateGeometryLights() override;
+    void updateRayGeometryLights() override;
+    void updateLightPortals() override;
+    void applyMaterialChanges() override;
+    /// Gives a material to the node at an index of the scene node list.
+    /// @return true when its tree has to be built again
+    bool setMaterial(unsigned int index, const osg::MaterialPtr& material) override;
+    /// Compares the material of a node with the scene graph.
+    /// @return true when its tree has to be built again
+    bool updateObjectMaterial(unsigned int index) override;
+    bool updateObject(unsigned int index) override;
+    bool reinitObject(unsigned int index) override;
+    /// @param id  container id of the scene graph node
+    /// @return the geometry node, or null
+    virtual znRTGeometryNode* getObject(unsigned long long id);
+    u64 getObjectListSize() const override { return geometryNodes.size(); }
+    u64 getSceneNodesSize() const override { return sceneNodes.size; }
+    znRTGeometryNodeBase* getGeometryNodeBase(unsigned long long id) override;
+    void addGeometryNode(const osg::NodePtr& node, const osg::NodeCorePtr& core) override;
+    bool deleteGeometry(unsigned long long id) override;
+    void addEnvironmentLight(const osg::MaterialPtr& material) override;
+    bool deleteEnvironmentLight(unsigned long long id) override;
+    bool deleteEnvironmentLight(const osg::MaterialPtr& material) override;
+    virtual znRTLight* getEnvironmentLight(const osg::MaterialPtr& material);
+    virtual znRTLight* getEnvironmentLight(unsigned int index);
+    virtual void updateEnvironmentLights();
+    void setHeadlight(const osg::NodePtr& node) override;
+    void addLight(const osg::NodePtr& node) override;
+    bool deleteLight(unsigned long long id) override;
+    bool deleteMaterial(unsigned long long id) override;
+    bool deleteClippingShape(unsigned long long id) override;
+    void applyImageQuadChanges() override;
+
+protected:
+    virtual void setActiveMaterial(const osg::MaterialPtr& material, const osg::NodePtr& node,
+                                   const osg::NodeCorePtr& core, znRTGeometryNode* geometry);
+
+public:
+    /// Builds what changed of the objects, then the trees over them.
+    virtual void build(unsigned int quality) = 0;
+    virtual bool optimize(float* result) = 0;
+    /// Whether there is something to walk.
+    virtual bool isValid() const = 0;
+
+    // Walks. They accept hits strictly between tMin and the t of the hit packet, which the caller
+    // has set to the far end; lanes outside the masks stay as they are.
+
+    /// @param masks     lanes of each packet
+    /// @param clipping  whether clipping shapes count
+    virtual void intersectCO(const znRTRayPacketBundle& rays, const znFloatType<2>* tMin,
+                             const znFloatType<2>* tMax, znRTHitInfoPacketBundle& hits,
+                             const int* masks, bool clipping) const = 0;
+    virtual void intersect(const znRTRayPacket& ray, const znFloatType<2>& tMin,
+                           const znFloatType<2>& tMax, znRTHitInfoPacket& hit, int mask,
+                           bool clipping) const = 0;
+    virtual void intersectShadow(const znRTRayPacket& ray, const znFloatType<2>& tMin,
+                                 const znFloatType<2>& tMax, znRTHitInfoPacket& hit, int mask,
+                                 bool clipping) const = 0;
+    virtual void intersectSelection(const znRTRayPacket& ray, const znFloatType<2>& tMin,
+                                    const znFloatType<2>& tMax, znRTHitInfoPacket& hit, int mask,
+                                    bool clipping) const = 0;
+    /// @param tree  0 all objects, 1 selected, 2 environments, 3 preselected
+    virtual void intersectHierarchy(const znRTRayPacket& ray, const znFloatType<2>& tMin,
+                                    const znFloatType<2>& tMax, znRTHitInfoPacket& hit, int mask,
+                                    bool clipping, unsigned int tree) const = 0;
+
+    /// World position and normals of all lanes; a lane without hit gets position 0 and the normal
+    /// (0, 0, 1).
+    virtual void getAmbientOcclusionData(znRTDataBlockPacket& data) const = 0;
+    /// Fills the block from its hit and groups the lanes by material.
+    virtual void getShadingData(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                bool shadow, u32 extraAttributes, u32 extraRequirements) const = 0;
+    /// @param spare  not in use
+    virtual void getMemoryUsage(float& intersectorMB, float& geometryMB,
+                                unsigned long long& primitives, unsigned long long& objects,
+                                unsigned long long& spare) const = 0;
+    /// Trees are always rebuilt; nothing is ever refitted.
+    virtual bool refit(unsigned long long id) = 0;
+
+    // Objects.
+
+    const znDynArray<znRTGeometryNode*>& getSceneNodes() const { return sceneNodes; }
+    /// Null beyond the list, and for a node that was deleted since the list was made.
+    znRTGeometryNode* getSceneNode(u64 index) const
+    {
+        return index < sceneNodes.size ? sceneNodes.data[index] : nullptr;
+    }
+    /// Makes the list of nodes again, in id order; indices of hits change with it.
+    void updateGeometryList();
+    /// Lets every node compare itself with the scene graph, and builds if one changed.
+    /// @return whether one changed
+    bool updateObjects();
+    /// Brings ray visibility of all nodes up to date.
+    void updateVisibilities();
+
+    // Materials.
+
+    /// The material of a host container, shared by all scenes; null gives the fallback material.
+    /// Safe on any thread.
+    znRTMaterial* createMaterial(const osg::MaterialPtr& material);
+    znRTMaterial* getMaterial(const osg::MaterialPtr& material) const;
+    znRTMaterial* getMaterial(u32 id) const;
+    /// How many scenes use a material.
+    static unsigned getMaterialUseCount(u32 id);
+
+    // Lists for shading. Lights and media have no objects of their own yet.
+
+    const znDynArray<znRTLight*>& getLights() const { return lights; }
+    const znDynArray<znRTLight*>& getRayLights() const { return rayLights; }
+    const znDynArray<znRTLight*>& getRayGeometryLights() const { return rayGeometryLights; }
+    const znDynArray<znRTLensFlare*>& getLensFlares() const { return lensFlares; }
+    const znDynArray<znRTLightPortalNode*>& getLightPortals() const { return lightPortals; }
+    const znDynArray<znRTClippingShape*>& getClippingShapes() const { return clippingShapes; }
+    const znDynArray<znRTParticipatingMedia*>& getParticipatingMedia() const
+    {
+        return participatingMedia;
+    }
+    const znDynArray<znRTImageQuad*>& getImageQuads() const { return imageQuads; }
+    /// @return null for a node without shape
+    znRTClippingShape* getClippingShape(u32 nodeId) const;
+    bool hasClippingShapes() const { return clippingShapes.size > 0; }
+
+    // Nodes register themselves for these lists.
+
+    void addGeometryLight(znRTGeometryNode* node);
+    void deleteGeometryLight(znRTGeometryNode* node);
+    void addRayGeometryLight(znRTGeometryNode* node);
+    void deleteRayGeometryLight(znRTGeometryNode* node);
+    void addLightPortal(znRTGeometryNode* node);
+    void deleteLightPortal(znRTGeometryNode* node);
+    void addParticipatingMedia(znRTGeometryNode* node);
+    void deleteParticipatingMedia(znRTGeometryNode* node);
+
+    // Bounds of the last build, world space; zero without objects.
+
+    const znRTBoundingBox& getFullBoundingBox() const { return fullBox; }
+    const znRTBoundingBox& getPhotonTargetsBoundingBox() const { return photonTargetsBox; }
+    const znRTBoundingSphere& getFullBoundingSphere() const { return fullSphere; }
+    /// Sphere around the photon targets.
+    const znRTBoundingSphere& getSceneBoundingSphere() const { return sceneSphere; }
+    const znRTSceneFigures& getFigures() const { return figures; }
+
+protected:
+    znRTAccelerator();
+
+    /// Walks must not touch what is about to go: derived classes drop their trees.
+    virtual void dropTrees() = 0;
+
+    /// Nodes in the order of their indices; owned by geometryNodes.
+    znDynArray<znRTGeometryNode*> sceneNodes;
+    std::map<u64, znRTGeometryNode*> geometryNodes; ///< by id of the scene graph node; owner
+    tbb::concurrent_unordered_map<u32, znRTMaterial*> materials;
+    bool objectsChanged = false;
+
+    znDynArray<znRTLight*> lights, rayLights, rayGeometryLights;
+    znDynArray<znRTLensFlare*> lensFlares;
+    znDynArray<znRTLightPortalNode*> lightPortals;
+    std::map<u32, znRTClippingShape*> clippingShapesByNode;
+    znDynArray<znRTClippingShape*> clippingShapes;
+    znDynArray<znRTParticipatingMedia*> participatingMedia;
+    znDynArray<znRTImageQuad*> imageQuads;
+    std::vector<znRTGeometryNode*> emittingNodes, rayEmittingNodes, portalNodes, mediaNodes;
+
+    znRTBoundingBox fullBox, photonTargetsBox;
+    znRTBoundingSphere fullSphere, sceneSphere;
+    znRTSceneFigures figures;
+
+private:
+    znRTGeometryNode* createGeometryNode(const osg::NodeCorePtr& core);
+    void releaseMaterials();
+};

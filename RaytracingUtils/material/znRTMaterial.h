@@ -1,0 +1,148 @@
+#pragma once
+
+// What a surface does with rays: the interface that integrators, geometry and lights see. One
+// object per host material, shared by all scenes of the process.
+//
+// Rules that tie the operations together:
+// - update() and the setters run between frames; everything const runs on all render threads at
+//   once and touches no member.
+// - The geometry fills of the shading block what the four requirement masks ask for, so a material
+//   asks only for what it reads (shadingRequirements.h).
+// - isTransparent() decides whether shadow rays stop at the surface. A material with a cutout must
+//   say yes: leaves do not look at textures.
+// - getVisibility() and getSideness() are baked into the object's flags and leaf; a change of
+//   either calls for updateVisibilityFlags() of its nodes.
+
+#include "core/znRTColorPacket.h"
+#include "core/znRTShadingState.h"
+#include "host/osg/FCPtr.h"
+#include "host/znAligned.h"
+#include "host/znRTMaterialState.h"
+#include "host/znRTNode.h"
+
+class znRTDataBlockPacket;
+class znRTFragment;
+class znRTMultilayerFragment;
+class znRTRayDifferentialPacket;
+class znRTRayPacket;
+class znRTSurfaceProperties;
+struct znRTCommonAttributes;
+struct znRTDifferentialGeometry;
+class znRTTextureAttributes;
+
+class znRTMaterial : public znRTNode, public znAlignedBase32
+{
+public:
+    /// Who evaluates a material and what for.
+    enum EvaluationType { photon = 0, gather = 1, indirect = 2, emissionOnly = 3 };
+
+    // The order of the virtual operations is part of the interface.
+    ~znRTMaterial() override;
+    virtual znRTColorPacket getMaterialIDColor() const;
+    /// 1 front, 2 back, 3 both; always 3 while occlusion is baked.
+    virtual int getSideness() const;
+    virtual bool hasTextureProjection() const { return false; }
+    virtual const znRTTextureAttributes* getTextureAttributeSettings() const { return nullptr; }
+    virtual bool hasDisplacementTextureProjection() const { return false; }
+    /// Ray classes that see the surface.
+    virtual int getVisibility() const { return materialState.visibility; }
+    /// Whether clipping shapes cut the surface.
+    virtual bool allowClipping() const { return true; }
+    /// @return the lanes of mask in which the surface is solid
+    virtual znFloatType<2> evaluateCutout(const znRTRayPacket& ray,
+                                          const znRTDifferentialGeometry& dg,
+                                          const znFloatType<2>& mask) const;
+    virtual const znRTMaterial* getFirstActiveMaterial() const { return this; }
+    /// A new copy, owned by the caller.
+    virtual znRTMaterial* getDuplicate() const = 0;
+    virtual u32 getShadingRequirements() const { return u32(materialState.shadingRequirements); }
+    virtual u32 getShadowShadingRequirements() const
+    {
+        return u32(materialState.shadowShadingRequirements);
+    }
+    virtual u32 getMaterialAttributes() const { return u32(materialState.materialAttributes); }
+    virtual u32 getTransparencyAttributes() const
+    {
+        return u32(materialState.transparencyAttributes);
+    }
+    /// Enters the lobes of the hits into the surface, in the lanes of mask. Here: nothing.
+    virtual void evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                  znRTSurfaceProperties& surface, const znFloatType<2>& mask,
+                                  znRTShadingState& state, int group, EvaluationType type) const;
+    /// Shading of previews, from the plain colours of the host material.
+    virtual void shadeAnalytic(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                               znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
+                               znRTShadingState& state) const;
+    virtual void shadeAnalytic(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                               znRTFragment& fragment, const znFloatType<2>& mask,
+                               znRTShadingState& state) const;
+    /// Light toward the viewer in the lanes of mask; goes to the fragment's update operations.
+    virtual void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                       znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
+                       znRTShadingState& state) const;
+    virtual void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                       znRTFragment& fragment, const znFloatType<2>& mask,
+                       znRTShadingState& state) const = 0;
+    /// Reads the host's record again.
+    virtual void update() {}
+    /// Strength as a light portal; 0 is none.
+    virtual float getPhotonImportance() const { return materialState.photonImportance; }
+    /// Light that passes straight on, per lane; here none.
+    virtual znRTColorPacket getTransparency(const znRTRayDifferentialPacket& ray,
+                                            znRTDataBlockPacket& data, const znFloatType<2>& mask,
+                                            znRTShadingState& state) const;
+    virtual znRTColorPacket getPickedTransparency(const znRTRayDifferentialPacket& ray,
+                                                  znRTDataBlockPacket& data,
+                                                  const znFloatType<2>& mask,
+                                                  znRTShadingState& state) const;
+    virtual bool isTransparent() const { return false; }
+    virtual bool needsConsistentVertexTangents() const { return needsConsistentTangents; }
+    virtual const znRTMaterial* getFirstNonTransparentMaterial(const znRTRayDifferentialPacket& ray,
+                                                               znRTDataBlockPacket& data,
+                                                               const znFloatType<2>& mask,
+                                                               znRTShadingState& state) const;
+    virtual znRTColorPacket evaluateEmission(const znRTRayDifferentialPacket& ray,
+                                             znRTDataBlockPacket& data,
+                                             const znFloatType<2>& mask) const;
+    virtual bool isLightSource() const { return false; }
+
+    // Kinds that geometry nodes treat apart.
+
+    /// Surfaces of an environment: kept in a tree of their own, and hidden from camera and
+    /// refraction rays behind a backplate.
+    virtual bool isEnvironment() const { return false; }
+    virtual bool isParticipatingMedia() const { return false; }
+
+    bool isRayLight() const { return materialState.rayLight; }
+    bool isPhotonTarget() const { return photonTarget; }
+    bool hasTransparencyTexture() const { return false; }
+    const znRTCommonAttributes* getCommonMaterialAttributes() const { return commonAttributes; }
+    const znRTMaterialState& getState() const { return materialState; }
+
+    /// Null for the fallback material.
+    const osg::MaterialPtr& getHostMaterial() const { return hostMaterial; }
+    u32 getMaterialId() const { return materialId; }
+
+    static unsigned getMaxTraceDepth() { return s_maxReflectionDepth; }
+    static void enableOcclusionPass(bool on) { s_enableOcclusionPass = on; }
+    /// Takes over the settings that all materials share.
+    /// @return true when one changed, and materials are to be updated
+    static bool updateStaticSettings();
+
+    static int s_renderer;
+    static unsigned s_maxReflectionDepth;
+    static float s_photonRadius;
+    static bool s_enableOcclusionPass;
+
+protected:
+    znRTMaterial(const znRTTypeId& typeId, const osg::MaterialPtr& material);
+
+    osg::MaterialPtr hostMaterial;
+    u32 materialId = 0; ///< container id, 0 for the fallback material
+    const znRTCommonAttributes* commonAttributes = nullptr;
+    float materialIDColor[4] = {0.0f, 0.0f, 0.0f, 1.0f};
+    znRTMaterialState materialState;
+    bool needsConsistentTangents = false;
+    bool photonTarget = false;
+    float version = 1.0f;
+};
