@@ -5,15 +5,16 @@
 
 #include "host/pixelFormats.h"
 
+#include <emmintrin.h>
 #include <tbb/blocked_range2d.h>
 
 class znImagePostprocessor;
 class znRTCamera;
 class znRTCryptomatte;
-class znRaytracerP;
 
 /// Steps of the copy.
-enum znRTCopyFlag : u32 {
+enum znRTCopyFlag : u32
+{
     ZN_COPY_COLOR_PROFILE = 2,
     ZN_COPY_TONEMAP = 4,
     ZN_COPY_KEEP_ALPHA = 8, ///< un-premultiply the colour, show no backplate
@@ -27,15 +28,17 @@ constexpr u32 znDisplayCopyFlags = 182;
 /// A frame with straight alpha.
 constexpr u32 znAlphaCopyFlags = 190;
 
+/// Layers below are light and take all steps; this one and those above carry data.
+constexpr u32 znFirstDataPass = 30;
+constexpr u32 znNormalPass = 31, znDepthPass = 32;
+constexpr u32 znFirstCryptomattePass = 33, znLastCryptomattePass = 38;
+
 /// Clears the flags that the current switches (tonemapping, correction, plates) do not allow.
 u32 maskCopyFlags(u32 copyFlags);
 
-/// The rectangle of the source that is wanted, and how the output lies.
-struct znRTCopyRectangle
-{
-    u32 x0 = 0, y0 = 0; ///< lower left pixel of the source
-    u32 width = 0, height = 0;
-};
+/// Copy flags of a floating point image: those of the post-processor's flag byte tell whether it is
+/// tonemapped. Plates and colour correction always belong to it.
+u32 floatImageCopyFlags(const znImagePostprocessor& postProcessor);
 
 /// What every copy needs to know of a pixel's way.
 struct znRTPixelPipeline
@@ -44,15 +47,25 @@ struct znRTPixelPipeline
     const znRTCamera* camera = nullptr; ///< null: no fragment shader
     u32 copyFlags = 0;                  ///< already masked, see maskCopyFlags
 
-    /// White balance to frontplate, in this order; the colour profile is a step of its own.
-    /// @param clampBeforePlates  true in tiles of interactive frames: negative values are cut
-    /// before
+    /// Un-premultiplication, white balance, tonemapper, correction, backplate, fragment shader,
+    /// frontplate, in this order. The colour profile is a step of its own.
+    /// @param clampBeforePlates  true in tiles of interactive frames: negative values are cut before
     ///                           plates are composed, else after
     __m128 finish(__m128 colour, int x, int y, bool clampBeforePlates) const;
+    /// The profile, where the flags ask for it.
     __m128 applyProfile(__m128 colour) const;
 };
 
-/// Interactive copy of one buffer. S is the format of the source, P that of the output.
+/// Where the wanted pixels lie in the source. The output is dense.
+struct znRTCopyRectangle
+{
+    int x0 = 0, y0 = 0; ///< lower left; may lie outside the source
+    u32 width = 0, height = 0;
+};
+
+using znRTCopyRange = tbb::blocked_range2d<unsigned, unsigned>;
+
+/// Copy of one buffer of an interactive frame. S is the format of the source, P that of the output.
 template <class S, class P>
 struct znRTCopyTask
 {
@@ -60,40 +73,41 @@ struct znRTCopyTask
     P* destination = nullptr;
     znRTPixelPipeline pipeline;
     znRTCopyRectangle rectangle;
-    u32 width = 0;                         ///< row stride of the source, pixels
-    u32 sourceWidth = 0, sourceHeight = 0; ///< pixels outside are written as 0
-    u32 outputStride = 0;                  ///< row stride of the output, pixels
+    u32 width = 0, height = 0; ///< of the source, pixels; what lies outside becomes 0
     u32 pass = 0;
-    void operator()(const tbb::blocked_range2d<unsigned, unsigned>& range) const;
+
+    /// @param range  rows and columns of the output
+    void operator()(const znRTCopyRange& range) const;
 };
 
-/// Still-frame copy: sums become means by the filter weights.
+/// Still-frame copy: sums become means by the filter weights. An output of ZN_RGBA32F stays linear
+/// whatever the flags say of the colour profile.
 template <class S, class P>
 struct znRTHQAdaptiveCopyTask : znRTCopyTask<S, P>
 {
     const float* filterWeights = nullptr;
-    void operator()(const tbb::blocked_range2d<unsigned, unsigned>& range) const;
+    void operator()(const znRTCopyRange& range) const;
 };
 
-/// Interactive copy of a layer; cryptomatte layers are read from their own store.
+/// Copy of a layer; layers of id mattes are read from their own store.
 template <class S, class P>
 struct znRTRenderpassesCopyTask : znRTCopyTask<S, P>
 {
     const znRTCryptomatte* cryptomatte = nullptr;
     float nearClip = 0.0f, farClip = 1.0f;
-    void operator()(const tbb::blocked_range2d<unsigned, unsigned>& range) const;
+    void operator()(const znRTCopyRange& range) const;
 };
 
-/// Still-frame copy of a layer; data layers (normals, depth, ids) are not divided by weights.
+/// Still-frame copy of a layer. Data layers hold plain samples, which no weight divides.
 template <class S, class P>
 struct znRTHQRenderpassesCopyTask : znRTRenderpassesCopyTask<S, P>
 {
     const float* filterWeights = nullptr;
-    void operator()(const tbb::blocked_range2d<unsigned, unsigned>& range) const;
+    void operator()(const znRTCopyRange& range) const;
 };
 
-/// The adaptive test: a pixel is finished when the contrast of its neighbourhood is low and has
-/// stopped changing.
+/// The adaptive test: a pixel is finished when the contrast of its neighbourhood is low, or has
+/// stopped changing. Other layers than the beauty only ever keep pixels going.
 template <class S>
 struct znRTEdgeDetectionTask
 {
@@ -106,5 +120,6 @@ struct znRTEdgeDetectionTask
     int radius = 1;
     float thresholdLow = 0.0f, thresholdHigh = 0.0f;
     u32 pass = 0;
-    void operator()(const tbb::blocked_range2d<unsigned, unsigned>& range) const;
+
+    void operator()(const znRTCopyRange& range) const;
 };

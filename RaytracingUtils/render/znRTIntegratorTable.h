@@ -5,15 +5,18 @@
 
 #include "render/znRTRenderTask.h"
 
+#include <string_view>
+
 struct znRTIntegratorRow
 {
     const char* name;
-    /// Makes the task of a key. `multilayer` tells which fragment it shades into.
-    znRTRenderTask* (*create)(const znRTRenderTaskKey& key, bool multilayer);
+    /// Makes the task of a key.
+    znRTRenderTask* (*create)(const znRTRenderTaskKey& key);
 };
 
 /// Values of m_renderMode.
-enum znRTRenderMode : u32 {
+enum znRTRenderMode : u32
+{
     ZN_RENDER_BEAUTY = 0,
     ZN_RENDER_NORMALS = 1,
     ZN_RENDER_DISCONTINUITY = 2,
@@ -23,11 +26,11 @@ enum znRTRenderMode : u32 {
     ZN_RENDER_ILLUMINANCE = 6
 };
 
-/// What goes with a choice: which steps the copy stage takes and which layers are prepared.
+/// An integrator and what goes with it: which steps the copy stage takes, which layers are wanted.
 struct znRTIntegratorChoice
 {
-    const char* name;             ///< integrator that is meant
-    const znRTIntegratorRow* row; ///< integrator that renders it
+    const char* name = nullptr;             ///< integrator that is meant
+    const znRTIntegratorRow* row = nullptr; ///< integrator that renders it
     bool applyTonemapping = true;
     bool applyColorCorrection = true;
     bool renderFrontplates = true;
@@ -40,3 +43,7 @@ struct znRTIntegratorChoice
 /// @param hasOcclusionPass  the view has a buffer for the occlusion layer
 znRTIntegratorChoice chooseIntegrator(u32 renderMode, u32 selector, u32 currentPass,
                                       bool passesEnabled, bool hasOcclusionPass);
+
+/// The row of a name. Names without a row get that of the normal display, which needs no materials;
+/// the log says so once.
+const znRTIntegratorRow& findIntegratorRow(std::string_view name);

@@ -4,6 +4,7 @@
 // format, integrator and fragment only say which integrator the loops call per block and in which
 // format a finished pixel is stored.
 
+#include "host/znImagePostprocessor.h"
 #include "render/znRTPacketBlock.h"
 #include "render/znRTRenderTask.h"
 
@@ -38,10 +39,12 @@ public:
     {
     }
     void traceTile(const znRTRenderTile& tile) override;
+    void bind(znRaytracerP& view) override;
 
 private:
     znRTIntegrateBlock integrateBlock;
     StorePixel storePixel;
+    znImagePostprocessor postProcessor; ///< what was in force when the frame began
 };
 
 /// Still frames: each iteration adds filtered samples to the frame and to the filter weights.

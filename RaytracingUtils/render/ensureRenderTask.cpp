@@ -1,0 +1,108 @@
+#include "host/znLog.h"
+#include "host/znRTRaytracingSettings.h"
+#include "host/znRaytracerP.h"
+#include "render/copyTasks.h"
+#include "render/znRTIntegratorTable.h"
+#include "render/znRTRenderTask.h"
+#include "render/znRTRenderUtils.h"
+
+#include <atomic>
+#include <limits>
+#include <memory>
+
+namespace {
+
+constexpr u32 backgroundColorPass = 15, backplatesPass = 28, frontplatesPass = 29;
+constexpr u32 occlusionPass = 30;
+constexpr u32 illuminanceSelector = 6;
+/// Output modes of the view: images of high range are not clamped.
+constexpr u32 highRangeOutput = 6, illuminanceOutput = 7;
+
+void readClampAndSelector(const znRaytracerP& view, znRTRenderTaskKey& key)
+{
+    using Settings = znRTRaytracingSettings;
+    constexpr float unlimited = std::numeric_limits<float>::max();
+    if (view.m_outputMode == illuminanceOutput) {
+        key.integratorSelector = illuminanceSelector;
+        key.sampleClamp = unlimited;
+        return;
+    }
+    key.integratorSelector = u32(Settings::s_renderer);
+    key.sampleClamp = Settings::s_clamping && view.m_outputMode != highRangeOutput
+                          ? Settings::s_reflectionClampValue
+                          : unlimited;
+}
+
+znRTRenderTaskKey makeKey(const znRaytracerP& view, u32 copyFlags, u32 pixelFormat)
+{
+    znRTRenderTaskKey key;
+    readClampAndSelector(view, key);
+    key.qualityMode = u32(znRTRaytracingSettings::s_qualityMode);
+    key.renderMode = view.m_renderMode;
+    key.singlePass = view.m_currentPass;
+    key.passesEnabled = view.m_renderPassesEnabled;
+    key.traceAndCopy = view.m_traceAndCopy;
+    key.copyFlags = reduceCopyFlags(copyFlags, view.m_currentPass);
+    // Only tasks that store finished pixels depend on the format.
+    key.pixelFormat = view.m_traceAndCopy ? pixelFormat : u32(ZN_FORMAT_RGBA32F);
+    return key;
+}
+
+/// Switches that tell the copy stage what the chosen picture wants.
+void applySwitches(const znRTIntegratorChoice& choice)
+{
+    using Settings = znRTRaytracingSettings;
+    Settings::s_applyTonemapping = choice.applyTonemapping;
+    Settings::s_applyColorCorrection = choice.applyColorCorrection;
+    Settings::s_renderFrontplates = choice.renderFrontplates;
+    Settings::s_renderBackplates = choice.renderBackplates;
+    if (choice.occlusionPass >= 0)
+        znRTRenderUtils::enableOcclusionPass(choice.occlusionPass == 1);
+}
+
+void warnAboutLayers()
+{
+    static std::atomic<bool> wasTold{false};
+    if (!wasTold.exchange(true))
+        znLog::warning("Render passes are not stored yet: only the beauty pass is rendered.");
+}
+
+} // namespace
+
+u32 reduceCopyFlags(u32 copyFlags, u32 singlePass)
+{
+    constexpr u32 plates = ZN_COPY_BACKPLATES | ZN_COPY_FRONTPLATES;
+    if (copyFlags & ZN_COPY_KEEP_ALPHA)
+        copyFlags &= ~u32(ZN_COPY_BACKPLATES);
+    switch (singlePass) {
+    case 0:
+        return copyFlags;
+    case frontplatesPass:
+        return copyFlags & ~u32(ZN_COPY_BACKPLATES | ZN_COPY_TONEMAP);
+    case backplatesPass:
+        return copyFlags & ~u32(ZN_COPY_FRONTPLATES | ZN_COPY_TONEMAP);
+    case backgroundColorPass:
+        return copyFlags & ~u32(ZN_COPY_FRONTPLATES);
+    default:
+        return copyFlags & ~plates;
+    }
+}
+
+void ensureRenderTask(znRTRenderTask*& task, znRaytracerP& view, u32 copyFlags, u32 pixelFormat)
+{
+    const znRTRenderTaskKey key = makeKey(view, copyFlags, pixelFormat);
+    if (!task || !task->needsSameTaskAs(key)) {
+        delete task;
+        task = nullptr;
+        const bool hasOcclusionPass = view.m_passBuffers[occlusionPass] != nullptr;
+        const znRTIntegratorChoice choice =
+            chooseIntegrator(key.renderMode, key.integratorSelector, key.singlePass,
+                             key.passesEnabled, hasOcclusionPass);
+        applySwitches(choice);
+        if (key.passesEnabled)
+            warnAboutLayers();
+        task = choice.row->create(key);
+        task->integrator = choice.row;
+    }
+    task->bind(view);
+}

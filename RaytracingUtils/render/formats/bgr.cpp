@@ -1,0 +1,3 @@
+#include "render/copyTasksBody.h"
+
+ZN_INSTANTIATE_FORMAT(ZN_BGR)

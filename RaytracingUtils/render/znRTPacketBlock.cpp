@@ -1,0 +1,7 @@
+#include "render/znRTPacketBlock.h"
+
+znRTPacketBlock::znRTPacketBlock()
+{
+    for (znRTRayDifferentialPacket& packet : rays.rays)
+        packet.auxiliary = nullptr;
+}
