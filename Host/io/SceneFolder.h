@@ -2,8 +2,8 @@
 
 // What a scene may reach: regular files at or below its own real folder, or below a folder the
 // user allowed with -I. Never the current directory, a pipe, a device, or the network.
-// Uses openat2(2) with RESOLVE_BENEATH, so a link that leads out is refused by the kernel; where
-// the kernel has no openat2, the real path is compared before and after opening.
+// Uses openat2(2) with RESOLVE_BENEATH, so that the kernel refuses a link that leads out; where
+// there is no openat2, the real path is compared before and after opening.
 
 #include "io/InputFile.h"
 
@@ -17,9 +17,9 @@ class SceneFolder
 public:
     /// How a reference is written.
     enum class Naming {
-        uri,  ///< glTF: percent-decoded, '/' between folders; falls back to the text as it stands
-        path, ///< OBJ, MTL, FBX, Collada, looks: as it stands, '\' also separates; of an absolute
-              ///< path that is not below an allowed folder the last name is tried in each folder
+        uri, ///< glTF: percent-decoded; what is not found so is tried as it stands
+        path ///< OBJ, MTL, FBX, Collada, looks: as it stands; of an absolute path outside of the
+             ///< allowed folders the last name is tried in each of them
     };
 
     /// @param sceneFile       as the user named it; its real folder is the first allowed one
@@ -30,29 +30,28 @@ public:
                          const Limits& limits = {});
 
     /// Opens what a scene refers to.
-    /// @throws InputError that names the reference, the reason, and -I when that would allow it
+    /// @throws InputError with scene, reference and reason, and -I when that would allow it
     InputFile open(const std::string& reference, Naming naming) const;
 
     /// Whether open() would find something; says nothing about why not.
     bool exists(const std::string& reference, Naming naming) const;
 
-    /// Real path of the scene's folder.
-    const std::string& getFolder() const { return m_folders.front().path; }
-    /// Real paths of all allowed folders, the scene's own first.
-    std::vector<std::string> getFolders() const;
+    /// As the user named it.
+    const std::string& getSceneFile() const { return m_sceneFile; }
+    /// Real paths of all allowed folders, the scene's own first; no slash at the end but of "/".
+    const std::vector<std::string>& getFolders() const { return m_folders; }
     const Limits& getLimits() const { return m_limits; }
 
 private:
-    struct Folder
-    {
-        std::string path; ///< real path, without a slash at the end (but "/" itself)
-    };
+    struct Search;
     void addFolder(const std::string& path);
-    int openBelow(const Folder& folder, const std::string& relative, int& reason) const;
-    int find(const std::string& reference, const std::string& name, Naming naming,
-             std::string& cause) const;
+    void refuseByName(const std::string& reference, Naming naming) const;
+    bool openInside(const std::string& path, Search& search) const;
+    bool find(const std::string& name, Search& search) const;
+    [[noreturn]] void refuse(const std::string& reference, std::string_view cause) const;
 
-    std::vector<Folder> m_folders;
+    std::string m_sceneFile;
+    std::vector<std::string> m_folders;
     Limits m_limits;
 };
 
