@@ -16,8 +16,13 @@ public:
     znDistribution1DT() = default;
     znDistribution1DT(const znDistribution1DT& other);
     znDistribution1DT& operator=(const znDistribution1DT& other);
-    znDistribution1DT(znDistribution1DT&&) noexcept = default;
-    znDistribution1DT& operator=(znDistribution1DT&&) noexcept = default;
+    znDistribution1DT(znDistribution1DT&& other) noexcept { swap(other); }
+    znDistribution1DT& operator=(znDistribution1DT&& other) noexcept
+    {
+        swap(other);
+        return *this;
+    }
+    void swap(znDistribution1DT& other) noexcept;
 
     /// Tabulates n values. Negative values and NaN count as 0; a sum of 0 or beyond all numbers
     /// gives the uniform table with integral 0. n of 0 clears.

@@ -65,7 +65,8 @@ public:
 private:
     struct Pixel;
 
-    void addUnlocked(Pixel& pixel, u32 objectHash, u32 materialHash, float weight);
+    Pixel* findPixel(int x, int y) const;
+    static void addUnlocked(Pixel& pixel, u32 objectHash, u32 materialHash, float weight);
 
     int width = 0, height = 0;
     std::unique_ptr<Pixel[]> pixels;

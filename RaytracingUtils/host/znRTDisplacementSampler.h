@@ -23,8 +23,11 @@ public:
     znRTVector2f getRange() const;
 
 private:
-    bool build(int newWidth, int newHeight, std::vector<float> heights);
+    bool build();
+    void buildLevel0();
+    void buildLevel(int level);
 
-    std::vector<float> sourceHeights;
+    std::vector<float> sourceHeights; ///< rows from t = 0; kept for another wrap mode
+    int sourceWidth = 0;
     int builtWrapMode = -1;
 };

@@ -5,16 +5,13 @@
 // linear values. Everything is read-only while a frame runs; setters and prepareData run between
 // frames. Row 0 is t = 0, the bottom row of an image.
 
+#include "host/osg/FCPtr.h"
 #include "host/znAligned.h"
 #include "host/znMatrix4x4.h"
 #include "host/znRTVector.h"
 
 #include <memory>
 #include <vector>
-
-namespace osg {
-class Image;
-}
 
 struct znRTGammaTables;
 
@@ -55,11 +52,11 @@ public:
 
     // Data
 
-    osg::Image* getOSGImage() const { return image; }
+    osg::ImagePtr getOSGImage() const { return image; }
     /// Takes a reference to the image; its texels are copied by prepareData. Null empties the
     /// sampler. The same image again changes nothing unless force is set (its texels were edited).
     /// @param flipRows  row 0 of the sampler is the top row of the image (environments)
-    void setImage(osg::Image* newImage, bool flipRows = false, bool force = false);
+    void setImage(const osg::ImagePtr& newImage, bool flipRows = false, bool force = false);
     /// Takes texels without an image: width * height * layers texels of a type, rows from t = 0,
     /// layer after layer. Ready for use at once (level 0 only).
     /// @return false, and an empty sampler, for an impossible size or type
@@ -146,14 +143,14 @@ public:
 
 protected:
     bool allocate(int newPixelType, int newWidth, int newHeight, int newLayers);
-    bool allocateLevels();
+    bool allocateLevel(int level);
     u8* getMutableTexel(int level, int layer, int x, int y);
     /// Stores a linear value in the sampler's type, the inverse of getTexel.
     void setTexel(int level, int layer, int x, int y, const znRTVector4f& value);
     void updateAverage();
     virtual bool copyImage();
 
-    osg::Image* image = nullptr;
+    osg::Ref<osg::Image> image;
     bool imageFlipped = false;
     bool prepared = false;
 

@@ -1,0 +1,16 @@
+#pragma once
+
+// Chromatic adaptation of a picture taken under one white to another.
+
+#include <array>
+
+/// Adapts the chosen white to that of 6500 K in linear Rec. 709 (Bradford's cone responses); the
+/// luminance of the white is kept. Both whites lie on the Planckian locus, so 6500 K without tint
+/// is the identity and nothing jumps beside it.
+/// M. Krystek, "An algorithm to calculate correlated colour temperature", Color Res. Appl. 10
+/// (1985); the locus as rational functions of T in the CIE 1960 diagram.
+/// @param temperature  K, clamped to [1000, 40000]
+/// @param tint         [-1, 1] (clamped): white is taken for one off the locus by 0.02 of the
+///                     diagram, towards green for 1, so that the picture turns magenta
+/// @return rows of the matrix on (r, g, b, 1)
+std::array<std::array<float, 4>, 3> whiteBalanceMatrix(float temperature, float tint);

@@ -1,0 +1,113 @@
+#include "host/znPixelfilter.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+const float s_boxWeight = 1.0f;
+
+/// Radical inverse of base 2 as a fraction of 2^32.
+u32 vanDerCorput(u32 k)
+{
+    k = (k << 16) | (k >> 16);
+    k = ((k & 0x00ff00ffu) << 8) | ((k & 0xff00ff00u) >> 8);
+    k = ((k & 0x0f0f0f0fu) << 4) | ((k & 0xf0f0f0f0u) >> 4);
+    k = ((k & 0x33333333u) << 2) | ((k & 0xccccccccu) >> 2);
+    k = ((k & 0x55555555u) << 1) | ((k & 0xaaaaaaaau) >> 1);
+    return k;
+}
+
+/// Second dimension of Sobol's sequence: primitive polynomial x + 1.
+u32 sobolSecond(u32 k)
+{
+    u32 result = 0;
+    for (u32 direction = 0x80000000u; k; k >>= 1, direction ^= direction >> 1)
+        if (k & 1u)
+            result ^= direction;
+    return result;
+}
+
+/// Half pixels: the digital shift by one half of the pixel moves sample 0 to the centre and keeps
+/// the net. 24 bits, so that the conversion is exact and below 1.
+float toHalfPixels(u32 fraction)
+{
+    return float((fraction ^ 0x80000000u) >> 8) * (2.0f / 16777216.0f) - 1.0f;
+}
+
+bool isPixelBox(const znPixelfilter& filter)
+{
+    // The centre of a neighbour is at distance 1: a filter that is 1 all over the pixel and
+    // reaches no further is the box, whatever its class.
+    if (filter.radiusX != 0.5f || filter.radiusY != 0.5f)
+        return false;
+    for (const float x : {-0.4375f, 0.0f, 0.4375f})
+        for (const float y : {-0.4375f, 0.0f, 0.4375f})
+            if (filter.evaluate(x, y) != 1.0f)
+                return false;
+    return true;
+}
+
+} // namespace
+
+znPixelfilterSampleSet::znPixelfilterSampleSet()
+{
+    tabulate(0.0f, 0.0f);
+}
+
+znPixelfilterSampleSet::~znPixelfilterSampleSet() = default;
+znPixelfilterSampleSet::znPixelfilterSampleSet(znPixelfilterSampleSet&&) noexcept = default;
+znPixelfilterSampleSet&
+znPixelfilterSampleSet::operator=(znPixelfilterSampleSet&&) noexcept = default;
+
+void znPixelfilterSampleSet::setFilter(znPixelfilter* newFilter)
+{
+    if (newFilter != filter.get())
+        filter.reset(newFilter);
+    tabulate(0.0f, 0.0f);
+}
+
+void znPixelfilterSampleSet::updateFilter(float sizeX, float sizeY, float shiftX, float shiftY)
+{
+    if (filter && sizeX > 0.0f)
+        filter->radiusX = 0.5f * std::clamp(sizeX, 1.0f, 32.0f);
+    if (filter && sizeY > 0.0f)
+        filter->radiusY = 0.5f * std::clamp(sizeY, 1.0f, 32.0f);
+    tabulate(shiftX, shiftY);
+}
+
+void znPixelfilterSampleSet::tabulate(float shiftX, float shiftY)
+{
+    boxState = !filter || isPixelBox(*filter);
+    minX = maxX = minY = maxY = offset = 0;
+    stride = 1;
+    weights = &s_boxWeight;
+    sum = 1.0f;
+    if (boxState)
+        return;
+
+    // Pixels are sizes apart, shifts are halves of them.
+    const float sampleX = 0.5f * std::clamp(shiftX, -1.0f, 1.0f);
+    const float sampleY = 0.5f * std::clamp(shiftY, -1.0f, 1.0f);
+    minX = int(std::ceil(sampleX - filter->radiusX));
+    maxX = int(std::floor(sampleX + filter->radiusX));
+    minY = int(std::ceil(sampleY - filter->radiusY));
+    maxY = int(std::floor(sampleY + filter->radiusY));
+    offset = std::max({-minX, maxX, -minY, maxY, 0});
+    stride = 2 * offset + 1;
+    table.assign(std::size_t(stride) * stride, 0.0f);
+    double total = 0.0;
+    for (int j = minY; j <= maxY; ++j)
+        for (int i = minX; i <= maxX; ++i) {
+            const float weight = filter->evaluate(float(i) - sampleX, float(j) - sampleY);
+            table[(i + offset) + (j + offset) * stride] = weight;
+            total += weight;
+        }
+    weights = table.data();
+    sum = float(total);
+}
+
+znRTVector2f znPixelfilterSampleSet::getSampleShift(unsigned k)
+{
+    return {toHalfPixels(vanDerCorput(k)), toHalfPixels(sobolSecond(k))};
+}
