@@ -11,6 +11,7 @@
 //         ZN_ENUM(falloff, Falloff, 1, "linear", "exponential")
 //         ZN_SLOT(ImagePtr, map, Map)                    // handle, list, string: no range
 //         ZN_LINK(Node, beacon, Beacon)                  // does not own; null once it is gone
+//         ZN_LINK_LIST(Node, nodes, Nodes)
 //     };
 //     ZN_CONTAINER_BODY(FogSettings)                     // in one .cpp, namespace osg
 //
@@ -44,7 +45,10 @@ struct FieldTag
 {
 };
 
-constexpr u64 fieldMask(int index) { return u64(1) << (index < 63 ? index : 63); }
+constexpr u64 fieldMask(int index)
+{
+    return u64(1) << (index < 63 ? index : 63);
+}
 
 template <class T>
 inline void retainField(const T&)
@@ -54,8 +58,14 @@ template <class T>
 inline void releaseField(const T&)
 {
 }
-inline void retainField(const FCHandle& handle) { addRef(handle); }
-inline void releaseField(const FCHandle& handle) { subRef(handle); }
+inline void retainField(const FCHandle& handle)
+{
+    addRef(handle);
+}
+inline void releaseField(const FCHandle& handle)
+{
+    subRef(handle);
+}
 template <class T>
 inline void retainField(const std::vector<Handle<T>>& list)
 {
@@ -111,14 +121,15 @@ class FieldLink
 public:
     FieldContainer* get() const;
     bool set(const FCHandle& next);
+    bool operator==(const FieldLink&) const = default;
 
 private:
     u32 id = 0;
 };
 
 template <class T>
-using FieldResult = std::conditional_t<
-    std::is_scalar_v<T> || std::is_base_of_v<FCHandle, T>, T, const T&>;
+using FieldResult =
+    std::conditional_t<std::is_scalar_v<T> || std::is_base_of_v<FCHandle, T>, T, const T&>;
 
 template <class Container, class T>
 FieldDescription describeField(const char* name, const char* unit, int index, double minimum,
@@ -154,9 +165,11 @@ public:                                                                         
     using Inherited = Parent;                                                                      \
     using Ptr = osg::FCPtr<Type>;                                                                  \
     static const osg::FieldContainerType& getClassType();                                          \
-    const osg::FieldContainerType& getType() const override { return getClassType(); }             \
-    static constexpr int znFirstField =                                                            \
-        decltype(Parent::znCount(osg::LastFieldRank()))::value;                                    \
+    const osg::FieldContainerType& getType() const override                                        \
+    {                                                                                              \
+        return getClassType();                                                                     \
+    }                                                                                              \
+    static constexpr int znFirstField = decltype(Parent::znCount(osg::LastFieldRank()))::value;    \
     static std::integral_constant<int, znFirstField> znCount(osg::FieldRank<znFirstField>);        \
     static void znDescribe();
 
@@ -164,7 +177,10 @@ public:                                                                         
 #define ZN_CONTAINER(Type, Parent)                                                                 \
     ZN_CONTAINER_COMMON(Type, Parent)                                                              \
     /** A new container without references, recorded as created. */                                \
-    static Ptr create() { return Ptr(new Type); }
+    static Ptr create()                                                                            \
+    {                                                                                              \
+        return Ptr(new Type);                                                                      \
+    }
 
 /// First line of a container that only serves as a base.
 #define ZN_ABSTRACT_CONTAINER(Type, Parent) ZN_CONTAINER_COMMON(Type, Parent)
@@ -197,8 +213,14 @@ public:                                                                         
 
 #define ZN_FIELD_CORE(type, name, Name, getter, default_, unit, least, greatest, ...)              \
     ZN_FIELD_NUMBER(Name)                                                                          \
-    static type znDefault##Name() { return default_; }                                             \
-    osg::FieldResult<type> getter() const { return name.get(); }                                   \
+    static type znDefault##Name()                                                                  \
+    {                                                                                              \
+        return default_;                                                                           \
+    }                                                                                              \
+    osg::FieldResult<type> getter() const                                                          \
+    {                                                                                              \
+        return name.get();                                                                         \
+    }                                                                                              \
     void set##Name(const type& value)                                                              \
     {                                                                                              \
         if (name.set(value))                                                                       \
@@ -238,7 +260,10 @@ public:
 /// A handle that does not own: for targets that may own this container, or come and go.
 #define ZN_LINK(Target, name, Name)                                                                \
     ZN_FIELD_NUMBER(Name)                                                                          \
-    static osg::FCPtr<Target> znDefault##Name() { return {}; }                                     \
+    static osg::FCPtr<Target> znDefault##Name()                                                    \
+    {                                                                                              \
+        return {};                                                                                 \
+    }                                                                                              \
     osg::FCPtr<Target> get##Name() const                                                           \
     {                                                                                              \
         return osg::linkTarget<Target>(name.get());                                                \
@@ -254,6 +279,50 @@ public:
 private:                                                                                           \
     osg::FieldLink name;                                                                           \
                                                                                                    \
+public:
+
+/// A list of handles that do not own; targets that are gone are read as null.
+#define ZN_LINK_LIST(Target, name, Name)                                                           \
+    ZN_FIELD_NUMBER(Name)                                                                          \
+    static std::vector<osg::FCPtr<Target>> znDefault##Name()                                       \
+    {                                                                                              \
+        return {};                                                                                 \
+    }                                                                                              \
+    std::vector<osg::FCPtr<Target>> get##Name() const                                              \
+    {                                                                                              \
+        std::vector<osg::FCPtr<Target>> list;                                                      \
+        for (const osg::FieldLink& link : name)                                                    \
+            list.push_back(osg::linkTarget<Target>(link.get()));                                   \
+        return list;                                                                               \
+    }                                                                                              \
+    void set##Name(const std::vector<osg::FCPtr<Target>>& list)                                    \
+    {                                                                                              \
+        std::vector<osg::FieldLink> links(list.size());                                            \
+        for (std::size_t i = 0; i < list.size(); ++i)                                              \
+            links[i].set(list[i]);                                                                 \
+        if (links == name)                                                                         \
+            return;                                                                                \
+        name = std::move(links);                                                                   \
+        noteChange(Name##FieldMask);                                                               \
+    }                                                                                              \
+    ZN_FIELD_DESCRIPTION(std::vector<osg::FCPtr<Target>>, name, Name, get##Name, "",               \
+                         -std::numeric_limits<double>::infinity(),                                 \
+                         std::numeric_limits<double>::infinity(), field.isLink = true;)            \
+private:                                                                                           \
+    std::vector<osg::FieldLink> name;                                                              \
+                                                                                                   \
+public:
+
+/// Number, mask and reflection alone: the class has get<Name>, set<Name> and the member itself.
+#define ZN_CUSTOM_FIELD(type, name, Name)                                                          \
+    ZN_FIELD_NUMBER(Name)                                                                          \
+    static type znDefault##Name()                                                                  \
+    {                                                                                              \
+        return type();                                                                             \
+    }                                                                                              \
+    ZN_FIELD_DESCRIPTION(type, name, Name, get##Name, "",                                          \
+                         -std::numeric_limits<double>::infinity(),                                 \
+                         std::numeric_limits<double>::infinity(), )                                \
 public:
 
 #define ZN_CONTAINER_BODY_COMMON(Type, creator)                                                    \
