@@ -104,6 +104,10 @@ public:
     __m128 lift, gamma, gain;
     znColorMatrix matrix;
 
+    /// Profile of cameras whose settings ask for a table; until one is set they get sRGB. Not while
+    /// a frame is copied.
+    static void setDisplayProfile(const znColorProfile& profile);
+
     /// What the settings of the viewport's camera say; defaults without any.
     static znImagePostprocessor getImagePostprocessor(const osg::Viewport* viewport);
     static znImagePostprocessor getImagePostprocessor(const osg::Camera* camera);
