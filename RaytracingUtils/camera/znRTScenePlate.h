@@ -24,7 +24,7 @@ public:
     /// Colour at pixels of the view, row 0 at the bottom.
     virtual znRTColorPacket evaluate(const znIntType<2>& x, const znIntType<2>& y) const = 0;
 
-    bool backplateMode = true;          ///< false: stands in front
-    bool alphaMode = false;             ///< alphaColor takes the place of transparent parts
+    bool backplateMode = true; ///< false: stands in front
+    bool alphaMode = false;    ///< alphaColor takes the place of transparent parts
     ZN_RGBA32F alphaColor{0, 0, 0, 0};
 };
