@@ -46,6 +46,7 @@ struct znRTPixelPipeline
     const znImagePostprocessor* postProcessor = nullptr;
     const znRTCamera* camera = nullptr; ///< null: no fragment shader
     u32 copyFlags = 0;                  ///< already masked, see maskCopyFlags
+    float pixelScale = 1.0f;            ///< render pixels per pixel of the output
 
     /// Un-premultiplication, white balance, tonemapper, correction, backplate, fragment shader,
     /// frontplate, in this order. The colour profile is a step of its own.

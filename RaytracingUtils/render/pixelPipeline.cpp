@@ -64,6 +64,10 @@ __m128 plateColour(ZN_RGBA32F plate, bool correct, const znImagePostprocessor& p
 __m128 znRTPixelPipeline::finish(__m128 c, int x, int y, bool clampBeforePlates) const
 {
     const __m128 one = _mm_set1_ps(1.0f);
+    if (pixelScale != 1.0f) {
+        x = int((float(x) + 0.5f) * pixelScale);
+        y = int((float(y) + 0.5f) * pixelScale);
+    }
     const bool correct = copyFlags & ZN_COPY_COLOR_CORRECTION;
     if (copyFlags & ZN_COPY_KEEP_ALPHA)
         c = unPremultiply(c);

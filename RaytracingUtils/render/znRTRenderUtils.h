@@ -7,6 +7,7 @@
 
 #include "core/znDynArray.h"
 #include "core/znRTBoundingBox.h"
+#include "core/znRTBoundingSphere.h"
 #include "core/znRTColorPacket.h"
 #include "host/osg/ChangeList.h"
 #include "host/osg/FCPtr.h"
@@ -18,7 +19,6 @@
 #include <string>
 #include <vector>
 
-class LightEvalSample;
 class znDistribution1D;
 class znRTAccelerator;
 class znRTCamera;
@@ -192,8 +192,9 @@ public:
     static const znDistribution1D* getLightDistributionWithEnv();
     static const znDistribution1D* getLightPortalDistribution();
     static znRTLight* getEnvironmentLight();
-    static znRTParticipatingMedia* getAtmosphere();
-    static znRTParticipatingMedia* getParticipatingMedia();
+    /// Null without fog.
+    static znRTParticipatingMedia* getAtmosphere() { return s_atmosphere; }
+    static const znDynArray<znRTParticipatingMedia*>& getParticipatingMedia();
     static znRTMaterial* getLuxMaterial() { return s_luxMaterial; }
     static const znRTBoundingBox& getFullBoundingBox();
     static const znRTBoundingBox& getPhotonTargetsBoundingBox();
@@ -220,9 +221,6 @@ public:
 
     // Working memory of the calling thread.
 
-    /// Evaluation buffers for at least n lights; they grow to twice of what is wanted.
-    static void getLightEvaluationCache(int n, LightEvalSample*& samples, znFloatType<2>*& weights,
-                                        int& capacity);
     /// Scratch floats for the evaluation of the largest surface, see s_nurbsCacheSize.
     static float* getNURBSCache();
 
@@ -242,6 +240,7 @@ public:
     static bool s_occlusionPassEnabled;
     static float s_minDistance, s_maxDistance; ///< range of ambient occlusion, scene units
     static int s_maxLightEvaluations;          ///< draws of light sampling, 1 to 16
+    static znRTParticipatingMedia* s_atmosphere; ///< set by the camera
     static znRTMaterial* s_luxMaterial;
     static int s_nurbsMode;                   ///< 0 tessellated, 1 exact
     static std::atomic<u64> s_nurbsCacheSize; ///< bytes

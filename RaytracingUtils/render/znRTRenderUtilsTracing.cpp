@@ -1,0 +1,115 @@
+// Trace operations: they forward to the current scene, with the word whether clipping counts.
+
+#include "accel/znRTAccelerator.h"
+#include "core/znRTDataBlockPacket.h"
+#include "core/znRTFloatControl.h"
+#include "core/znRTRayPacketBundle.h"
+#include "geometry/znRTGeometryNode.h"
+#include "render/znRTRenderUtils.h"
+
+#include <limits>
+
+namespace {
+
+/// From this many packets on one walk for all is faster than one for each.
+constexpr unsigned smallestBundle = 4;
+constexpr unsigned selectionTree = 1;
+
+bool canTrace()
+{
+    const znRTAccelerator* scene = znRTRenderUtils::s_currentAccelerator;
+    return scene && scene->isValid();
+}
+
+} // namespace
+
+void znRTRenderUtils::getIntersection(const znRTRayPacketBundle& rays, const znFloatType<2>* tMin,
+                                      const znFloatType<2>* tMax, znRTHitInfoPacketBundle& hits,
+                                      const int* laneMasks)
+{
+    if (!canTrace())
+        return;
+    const bool clipping = s_currentAccelerator->hasClippingShapes();
+    if (rays.coherent && rays.count >= smallestBundle) {
+        s_currentAccelerator->intersectCO(rays, tMin, tMax, hits, laneMasks, clipping);
+        return;
+    }
+    for (unsigned i = 0; i < rays.count; ++i)
+        s_currentAccelerator->intersect(rays.rays[i], tMin[i], tMax[i], hits.hits[i], laneMasks[i],
+                                        clipping);
+}
+
+void znRTRenderUtils::getIntersection(const znRTRayPacket& ray, const znFloatType<2>& tMin,
+                                      const znFloatType<2>& tMax, znRTHitInfoPacket& hit, int mask)
+{
+    if (canTrace())
+        s_currentAccelerator->intersect(ray, tMin, tMax, hit, mask,
+                                        s_currentAccelerator->hasClippingShapes());
+}
+
+void znRTRenderUtils::getIntersection(const znRTRayPacket& ray, const znFloatType<2>& tMin,
+                                      const znFloatType<2>& tMax, znRTHitInfoPacket& hit, int mask,
+                                      unsigned tree)
+{
+    if (canTrace())
+        s_currentAccelerator->intersectHierarchy(
+            ray, tMin, tMax, hit, mask, s_currentAccelerator->hasClippingShapes(), tree);
+}
+
+void znRTRenderUtils::getShadowIntersection(const znRTRayPacket& ray, const znFloatType<2>& tMin,
+                                            const znFloatType<2>& tMax, znRTHitInfoPacket& hit,
+                                            int mask)
+{
+    if (canTrace())
+        s_currentAccelerator->intersectShadow(ray, tMin, tMax, hit, mask,
+                                              s_currentAccelerator->hasClippingShapes());
+}
+
+void znRTRenderUtils::getSelectionIntersection(const znRTRayPacket& ray,
+                                               const znFloatType<2>& tMin,
+                                               const znFloatType<2>& tMax, znRTHitInfoPacket& hit,
+                                               int mask)
+{
+    getIntersection(ray, tMin, tMax, hit, mask, selectionTree);
+}
+
+void znRTRenderUtils::getShadingData(const znRTRayDifferentialPacket& ray,
+                                     znRTDataBlockPacket& block, bool shadow, u32 extraAttributes,
+                                     u32 extraRequirements)
+{
+    if (s_currentAccelerator)
+        s_currentAccelerator->getShadingData(ray, block, shadow, extraAttributes,
+                                             extraRequirements);
+}
+
+void znRTRenderUtils::getAmbientOcclusionData(znRTDataBlockPacket& block)
+{
+    if (s_currentAccelerator)
+        s_currentAccelerator->getAmbientOcclusionData(block);
+}
+
+bool znRTRenderUtils::getHitPoint(const znRTVector3f& origin, const znRTVector3f& direction,
+                                  znRTVector3f& position, znRTVector3f& normal, osg::NodePtr& node)
+{
+    const znRTFloatControl flushDenormals;
+    if (!canTrace() || !(direction.getSquareLength() > 0.0f))
+        return false;
+    const znRTRayPacket packet{znRTVector3fPacket(origin), znRTVector3fPacket(direction)};
+    const znRTRayDifferentialPacket ray(packet);
+    const znFloatType<2> tMin(0.0f), tMax(std::numeric_limits<float>::max());
+    constexpr int firstLane = 1;
+    znRTHitInfoPacket hit;
+    hit.reset(tMax);
+    getIntersection(ray, tMin, tMax, hit, firstLane);
+    if (!(hit.hitMask & firstLane))
+        return false;
+    znRTDataBlockPacket block(hit);
+    getShadingData(ray, block, false);
+    const znRTGeometryNode* const object = block.nodes[0];
+    if (!object)
+        return false;
+    position = ray.pointAt(hit.t).getLane(0);
+    normal = block.shadingNormal().getLane(0);
+    node = object->getNode();
+    return true;
+}
