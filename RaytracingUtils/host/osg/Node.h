@@ -92,7 +92,6 @@ class Node : public AttachmentContainer
 
 private:
     bool isAncestorOrSelf(const Node* candidate) const;
-    void detach(Node* child);
 
     NodeCorePtr core;
     Node* parent = nullptr;

@@ -28,7 +28,7 @@ class SkinAttachment : public Attachment
     ZN_LINK(Node, skinNode, SkinNode)
 
     /// Replaces both pointers by arrays of vertexCount deformed vertices. They live until the next
-    /// call with other joint matrices. Vertices without weights stay as they are.
+    /// call with other vertices or joints. Vertices without weights stay as they are.
     /// @param positions  three floats per vertex; null leaves both pointers alone
     /// @param normals    may point to null
     void getDeformedVertices(const float*& positions, const float*& normals, u32 vertexCount);
@@ -48,12 +48,13 @@ class SkinAttachment : public Attachment
 
 private:
     std::vector<Matrix4d> jointMatrices() const;
+    void deform(const float* positions, const float* normals, u32 vertexCount,
+                const std::vector<Matrix4d>& matrices);
 
     std::mutex mutex;
     std::vector<float> deformedPositions, deformedNormals;
     std::vector<Matrix4d> lastMatrices;
-    const float* lastPositions = nullptr;
-    const float* lastNormals = nullptr;
+    u64 lastInputs = 0; ///< hash of the vertices that were deformed
 };
 
 } // namespace osg
