@@ -82,7 +82,8 @@ public:
     virtual znRTGeometryNode* getObject(unsigned long long id);
     u64 getObjectListSize() const override { return geometryNodes.size(); }
     u64 getSceneNodesSize() const override { return sceneNodes.size; }
-    znRTGeometryNodeBase* getGeometryNodeBase(unsigned long long id) override;
+    /// @param index  in the list of scene nodes; null where there is none
+    znRTGeometryNodeBase* getGeometryNodeBase(unsigned long long index) override;
     void addGeometryNode(const osg::NodePtr& node, const osg::NodeCorePtr& core) override;
     bool deleteGeometry(unsigned long long id) override;
     void addEnvironmentLight(const osg::MaterialPtr& material) override;
