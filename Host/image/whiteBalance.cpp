@@ -56,6 +56,16 @@ std::array<double, 2> planckianLocus(double t)
                 (1.0 - 2.89741816e-5 * t + 1.61456053e-7 * t * t)};
 }
 
+/// Place of D65 beside the locus.
+constexpr std::array<double, 2> s_d65 = {4.0 * 0.3127 / (-2.0 * 0.3127 + 12.0 * 0.3290 + 3.0),
+                                         6.0 * 0.3290 / (-2.0 * 0.3127 + 12.0 * 0.3290 + 3.0)};
+
+double smoothStep(double low, double high, double x)
+{
+    const double t = std::clamp((x - low) / (high - low), 0.0, 1.0);
+    return t * t * (3.0 - 2.0 * t);
+}
+
 /// XYZ with Y = 1.
 Vector whiteOf(double temperature, double tint)
 {
@@ -64,6 +74,10 @@ Vector whiteOf(double temperature, double tint)
     const auto [u0, v0] = planckianLocus(temperature * 0.999);
     // Across the locus, on the side of green: with rising temperature u falls.
     const double du = u1 - u0, dv = v1 - v0, length = std::hypot(du, dv);
+    const auto [u65, v65] = planckianLocus(6500.0);
+    const double daylight = smoothStep(4000.0, 5000.0, temperature);
+    u += daylight * (s_d65[0] - u65);
+    v += daylight * (s_d65[1] - v65);
     u += 0.02 * tint * dv / length;
     v -= 0.02 * tint * du / length;
     return {1.5 * u / v, 1.0, (2.0 - 0.5 * u - 5.0 * v) / v};

@@ -4,9 +4,9 @@
 
 #include <array>
 
-/// Adapts the chosen white to that of 6500 K in linear Rec. 709 (Bradford's cone responses); the
-/// luminance of the white is kept. Both whites lie on the Planckian locus, so 6500 K without tint
-/// is the identity and nothing jumps beside it.
+/// Adapts the chosen white to D65 in linear Rec. 709 (Bradford's cone responses); the luminance of
+/// the white is kept. Whites up to 4000 K are black bodies, from 5000 K on daylight: their distance
+/// from the Planckian locus is that of D65, so that 6500 K without tint is exactly the identity.
 /// M. Krystek, "An algorithm to calculate correlated colour temperature", Color Res. Appl. 10
 /// (1985); the locus as rational functions of T in the CIE 1960 diagram.
 /// @param temperature  K, clamped to [1000, 40000]

@@ -80,7 +80,7 @@ void znImagePostprocessor::update()
         break;
     case tonemapFilmic: {
         const float x = 11.2f * white;
-        tonemapScale = (x * (0.15f * x + 0.5f) + 0.06f) / (x * (0.14f * x + 0.5f / 60.0f));
+        tonemapScale = (x * (0.15f * x + 0.5f) + 0.06f) / (x * (0.14f * x + 0.5f / 30.0f));
         break;
     }
     case tonemapLogarithmic:

@@ -49,7 +49,7 @@ __m128 reinhard(__m128 x, const znImagePostprocessor& p)
 __m128 filmic(__m128 x, const znImagePostprocessor& p)
 {
     return _mm_mul_ps(
-        rational(_mm_mul_ps(x, _mm_set1_ps(2.0f)), 0.14f, 0.5f / 60.0f, 0.15f, 0.5f, 0.06f),
+        rational(_mm_mul_ps(x, _mm_set1_ps(2.0f)), 0.14f, 0.5f / 30.0f, 0.15f, 0.5f, 0.06f),
         _mm_set1_ps(p.tonemapScale));
 }
 
