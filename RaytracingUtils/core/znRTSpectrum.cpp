@@ -3,12 +3,20 @@
 #include "core/packetMath.h"
 #include "core/smitsWeights.h"
 #include "core/znRTSpectralData.h"
+#include "host/osg/Spectrum.h"
 
 #include <algorithm>
 
 znRTSpectrum::znRTSpectrum(const float* values)
 {
     std::copy_n(values, bandCount, bands.begin());
+}
+
+znRTSpectrum::znRTSpectrum(const osg::Spectrum& source, float scale) : scalar(scale)
+{
+    const std::vector<float>& samples = source.getSamples();
+    bands.fill(0.0f);
+    std::copy_n(samples.begin(), std::min(samples.size(), bands.size()), bands.begin());
 }
 
 znRTSpectrum& znRTSpectrum::operator+=(const znRTSpectrum& other)
