@@ -59,8 +59,6 @@ public:
     void initNewFrame() override {}
     /// Reads the cores of all nodes that are not valid yet.
     void initGeometries() override;
-    /// @param flags  what changed for the objects: see znRTMaterialChange
-    /// @return true when the material is known here
     bool updateMaterial(const osg::MaterialPtr& material, unsigned int& flags) override;
     bool updateClippingShape(const osg::NodePtr& node, unsigned int& flags) override;
     void updateMaterials() override;
@@ -168,6 +166,7 @@ public:
     znRTMaterial* createMaterial(const osg::MaterialPtr& material);
     znRTMaterial* getMaterial(const osg::MaterialPtr& material) const;
     znRTMaterial* getMaterial(u32 id) const;
+    u64 getMaterialCount() const { return materials.size(); }
     /// How many scenes use a material.
     static unsigned getMaterialUseCount(u32 id);
 
@@ -234,6 +233,13 @@ protected:
     znRTSceneFigures figures;
 
 private:
-    znRTGeometryNode* createGeometryNode(const osg::NodeCorePtr& core);
+    /// @return null for kinds that are not rendered and for cores without positions
+    znRTGeometryNode* createGeometryNode(const osg::NodeCorePtr& core) const;
+    /// Host material of geometry without one; null if the host knows no such kind.
+    osg::MaterialPtr getDefaultMaterial();
     void releaseMaterials();
+    static void releaseMaterial(u32 id);
+    void setListed(std::vector<znRTGeometryNode*>& list, znRTGeometryNode* node, bool isListed);
+
+    osg::Ref<osg::Material> defaultMaterial;
 };

@@ -69,8 +69,7 @@ void normalize(Source& source)
     PixelBuffer means(new ZN_RGBA32F[u64(source.width) * source.height]);
     forEachRow(source.height, [&](u32 y) {
         for (u64 i = u64(y) * source.width, end = i + source.width; i < end; ++i) {
-            const znFloatType<2> factor =
-                reciprocalOrZero(znFloatType<2>(source.filterWeights[i]));
+            const znFloatType<2> factor = reciprocalOrZero(znFloatType<2>(source.filterWeights[i]));
             _mm_store_ps(&means[i].r,
                          (znFloatType<2>(_mm_load_ps(&source.pixels[i].r)) * factor).v);
         }
@@ -282,12 +281,12 @@ bool isAdaptive()
            !isProgressive;
 }
 
-void detectEdges(znRaytracerP& view, u32 pass)
+namespace {
+
+void detectEdges(znRaytracerP& view, u32 pass, const znImagePostprocessor& postProcessor)
 {
-    if (!isAdaptive() || !view.m_passBuffers[pass] || !view.m_filterWeights ||
-        !view.m_activePixels || !view.m_sampleStatistics)
+    if (!view.m_passBuffers[pass])
         return;
-    const znImagePostprocessor postProcessor = currentPostprocessor();
     znRTEdgeDetectionTask<ZN_RGBA32F> task;
     task.frame = view.m_passBuffers[pass];
     task.filterWeights = view.m_filterWeights;
@@ -301,6 +300,46 @@ void detectEdges(znRaytracerP& view, u32 pass)
     task.thresholdLow = znRTRaytracingSettings::adaptiveThresholdLow();
     task.thresholdHigh = znRTRaytracingSettings::adaptiveThresholdHigh();
     task.pass = pass;
-    tbb::parallel_for(znRTCopyRange(0, task.height, 0, task.width), task,
-                      tbb::static_partitioner());
+    tbb::parallel_for(znRTCopyRange(0, task.height, 1, 0, task.width, std::max(task.width, 1u)),
+                      task, tbb::static_partitioner());
+}
+
+/// Where the last test ran. One view at a time renders.
+struct
+{
+    const znRaytracerP* view = nullptr;
+    u32 iteration = 0;
+} s_lastTest;
+
+} // namespace
+
+void forgetEdgeTests()
+{
+    s_lastTest.view = nullptr;
+}
+
+void runAdaptiveTest(znRaytracerP& view)
+{
+    const bool hasBuffers = view.m_filterWeights && view.m_activePixels && view.m_sampleStatistics;
+    const bool wasTested = s_lastTest.view == &view && s_lastTest.iteration == view.m_iteration;
+    if (!isAdaptive() || !isCopyRound(view.m_iteration) || !hasBuffers || wasTested)
+        return;
+    s_lastTest = {&view, view.m_iteration};
+    const znImagePostprocessor postProcessor = currentPostprocessor();
+    detectEdges(view, 0, postProcessor);
+    for (u32 pass = 1; view.m_renderPassesEnabled && pass < u32(znRenderPassCount); ++pass)
+        detectEdges(view, pass, postProcessor);
+}
+
+void* reserveFrameOutput(znRaytracerP& view, u64 bytes)
+{
+    constexpr u64 alignment = 16;
+    if (view.m_frameOutput && bytes <= view.m_frameOutputSize)
+        return view.m_frameOutput;
+    void* const grown = zn_aligned_realloc(view.m_frameOutput, bytes, alignment);
+    if (!grown)
+        return nullptr;
+    view.m_frameOutput = grown;
+    view.m_frameOutputSize = bytes;
+    return grown;
 }

@@ -39,8 +39,16 @@ struct znRTCopyRequest
 /// Does nothing without a source, unless the pass is one of the id mattes.
 void copyFrame(znRaytracerP& view, const znRTCopyRequest& request);
 
-/// Runs the adaptive test on a pass (0 = beauty), where still frame and settings ask for it.
-void detectEdges(znRaytracerP& view, u32 pass);
+/// Runs the adaptive test in copy rounds of still frames, on the beauty and, with layers, on each
+/// of them. A second call in the same iteration does nothing: contrast that is compared with itself
+/// would look settled.
+void runAdaptiveTest(znRaytracerP& view);
+/// A new image begins, whose iterations have the numbers of the one before.
+void forgetEdgeTests();
 
 /// The settings allow pixels to end before the frame does.
 bool isAdaptive();
+
+/// Makes the view's output block hold at least `bytes`.
+/// @return the block, or null without memory
+void* reserveFrameOutput(znRaytracerP& view, u64 bytes);

@@ -13,8 +13,7 @@ class znRTCamera;
 class znRTCryptomatte;
 
 /// Steps of the copy.
-enum znRTCopyFlag : u32
-{
+enum znRTCopyFlag : u32 {
     ZN_COPY_COLOR_PROFILE = 2,
     ZN_COPY_TONEMAP = 4,
     ZN_COPY_KEEP_ALPHA = 8, ///< un-premultiply the colour, show no backplate
@@ -50,7 +49,8 @@ struct znRTPixelPipeline
 
     /// Un-premultiplication, white balance, tonemapper, correction, backplate, fragment shader,
     /// frontplate, in this order. The colour profile is a step of its own.
-    /// @param clampBeforePlates  true in tiles of interactive frames: negative values are cut before
+    /// @param clampBeforePlates  true in tiles of interactive frames: negative values are cut
+    /// before
     ///                           plates are composed, else after
     __m128 finish(__m128 colour, int x, int y, bool clampBeforePlates) const;
     /// The profile, where the flags ask for it.

@@ -48,8 +48,7 @@ template <class S, class P>
 void znRTHQAdaptiveCopyTask<S, P>::operator()(const znRTCopyRange& range) const
 {
     forEachCopiedPixel(*this, range, [this](P& out, u64 index, int x, int y) {
-        const __m128 c =
-            normalizeSample(_mm_load_ps(&this->source[index].r), filterWeights[index]);
+        const __m128 c = normalizeSample(_mm_load_ps(&this->source[index].r), filterWeights[index]);
         const __m128 finished = this->pipeline.finish(c, x, y, false);
         if constexpr (std::is_same_v<P, ZN_RGBA32F>)
             store(out, finished);
@@ -101,8 +100,7 @@ void znRTHQRenderpassesCopyTask<S, P>::operator()(const znRTCopyRange& range) co
         return;
     }
     forEachCopiedPixel(*this, range, [this, pass](P& out, u64 index, int x, int y) {
-        const __m128 c =
-            normalizeSample(_mm_load_ps(&this->source[index].r), filterWeights[index]);
+        const __m128 c = normalizeSample(_mm_load_ps(&this->source[index].r), filterWeights[index]);
         if (pass == znFirstDataPass)
             store(out, c);
         else if constexpr (std::is_same_v<P, ZN_RGBA32F>)

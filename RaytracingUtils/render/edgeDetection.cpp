@@ -32,7 +32,8 @@ float neighbourhoodContrast(const znRTEdgeDetectionTask<S>& task, int x, int y)
 {
     __m128 lowest = _mm_set1_ps(std::numeric_limits<float>::max());
     __m128 highest = _mm_setzero_ps();
-    const int x0 = std::max(x - task.radius, 0), x1 = std::min(x + task.radius, int(task.width) - 1);
+    const int x0 = std::max(x - task.radius, 0),
+              x1 = std::min(x + task.radius, int(task.width) - 1);
     const int y0 = std::max(y - task.radius, 0);
     const int y1 = std::min(y + task.radius, int(task.height) - 1);
     for (int yj = y0; yj <= y1; ++yj)
@@ -66,9 +67,9 @@ void znRTEdgeDetectionTask<S>::operator()(const znRTCopyRange& range) const
                 activePixels[i] |= contrast >= thresholdLow;
                 continue;
             }
-            activePixels[i] = contrast > thresholdHigh ||
-                              (contrast > thresholdLow &&
-                               std::abs(statistics[i] - contrast) > steadyContrast);
+            activePixels[i] =
+                contrast > thresholdHigh ||
+                (contrast > thresholdLow && std::abs(statistics[i] - contrast) > steadyContrast);
             statistics[i] = contrast;
         }
 }

@@ -1,14 +1,12 @@
-#include "host/znLog.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRaytracerP.h"
 #include "render/copyTasks.h"
+#include "render/notAvailable.h"
 #include "render/znRTIntegratorTable.h"
 #include "render/znRTRenderTask.h"
 #include "render/znRTRenderUtils.h"
 
-#include <atomic>
 #include <limits>
-#include <memory>
 
 namespace {
 
@@ -60,12 +58,7 @@ void applySwitches(const znRTIntegratorChoice& choice)
         znRTRenderUtils::enableOcclusionPass(choice.occlusionPass == 1);
 }
 
-void warnAboutLayers()
-{
-    static std::atomic<bool> wasTold{false};
-    if (!wasTold.exchange(true))
-        znLog::warning("Render passes are not stored yet: only the beauty pass is rendered.");
-}
+znRTOnceWarning s_noLayers("Render passes are not stored yet: only the beauty pass is rendered.");
 
 } // namespace
 
@@ -100,7 +93,7 @@ void ensureRenderTask(znRTRenderTask*& task, znRaytracerP& view, u32 copyFlags, 
                              key.passesEnabled, hasOcclusionPass);
         applySwitches(choice);
         if (key.passesEnabled)
-            warnAboutLayers();
+            s_noLayers();
         task = choice.row->create(key);
         task->integrator = choice.row;
     }

@@ -52,9 +52,9 @@ public:
         std::memset(sums, 0, sizeof sums);
         const float scale = 1.0f / std::sqrt(float(samples)); // each stands for a part of the pixel
         for (int i = 0; i < samples; ++i) {
-            const int count = camera.trace_eye_rays(r.x0, r.x1, r.y0, r.y1, block.rays, block.hits,
-                                                    block.tMin, block.tMax, block.laneMasks, i,
-                                                    samples, scale, nullptr);
+            const int count =
+                camera.trace_eye_rays(r.x0, r.x1, r.y0, r.y1, block.rays, block.hits, block.tMin,
+                                      block.tMax, block.laneMasks, i, samples, scale, nullptr);
             if (count == 0)
                 continue;
             // The number of the sample keeps the random decisions of a pixel's samples apart.

@@ -12,18 +12,13 @@ struct znRTPhotonState
     int gatherQuality = 0; ///< gather rays of still frames
     u32 iteration = 0;     ///< of the view
     bool stillFrame = false;
-    bool refreshRequested = false;  ///< of the map
+    bool refreshRequested = false;    ///< of the map
     bool hasPhotonOnlyLights = false; ///< the scene has lights that light through photons alone
 };
 
 struct znRTPhotonDecision
 {
-    enum Action
-    {
-        clearMap,
-        keepMap,
-        updateMap
-    };
+    enum Action { clearMap, keepMap, updateMap };
     Action action = keepMap;
     u32 iteration = 0; ///< number of the pass
     int mode = 0;      ///< 0 everything, -1 what the map needs

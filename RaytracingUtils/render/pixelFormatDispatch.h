@@ -33,7 +33,6 @@ decltype(auto) dispatchPixelFormat(u32 pixelFormat, Function&& f)
 /// Bytes of a pixel.
 inline u64 pixelSize(u32 pixelFormat)
 {
-    return dispatchPixelFormat(pixelFormat, [](auto format) -> u64 {
-        return sizeof(typename decltype(format)::type);
-    });
+    return dispatchPixelFormat(
+        pixelFormat, [](auto format) -> u64 { return sizeof(typename decltype(format)::type); });
 }

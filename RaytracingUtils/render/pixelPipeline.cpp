@@ -81,9 +81,9 @@ __m128 znRTPixelPipeline::finish(__m128 c, int x, int y, bool clampBeforePlates)
     if (clampBeforePlates)
         c = clampNegative(c);
     if ((copyFlags & ZN_COPY_BACKPLATES) && znRTRenderUtils::getBackground()) {
-        const __m128 plate = plateColour(znRTRenderUtils::getBackgroundColor(x, y, false),
-                                         correct && postProcessor->correctBackplate,
-                                         *postProcessor);
+        const __m128 plate =
+            plateColour(znRTRenderUtils::getBackgroundColor(x, y, false),
+                        correct && postProcessor->correctBackplate, *postProcessor);
         const __m128 behind = clampNegative(_mm_sub_ps(one, alphaOf(c)));
         c = _mm_add_ps(c, _mm_mul_ps(behind, plate));
     }
@@ -94,9 +94,9 @@ __m128 znRTPixelPipeline::finish(__m128 c, int x, int y, bool clampBeforePlates)
             c = camera->applyFragmentShader(c, x, y);
     }
     if ((copyFlags & ZN_COPY_FRONTPLATES) && znRTRenderUtils::getForeground()) {
-        const __m128 plate = plateColour(znRTRenderUtils::getForegroundColor(x, y, false),
-                                         correct && postProcessor->correctFrontplate,
-                                         *postProcessor);
+        const __m128 plate =
+            plateColour(znRTRenderUtils::getForegroundColor(x, y, false),
+                        correct && postProcessor->correctFrontplate, *postProcessor);
         const __m128 shown = _mm_sub_ps(one, alphaOf(plate));
         c = _mm_add_ps(_mm_mul_ps(shown, c), plate);
     }

@@ -46,7 +46,7 @@ inline float fromHalf(u16 half)
 {
     const int exponent = (half >> 10) & 31;
     const float mantissa = float(half & 1023);
-    const float magnitude = exponent == 31 ? (mantissa > 0.0f ? NAN : INFINITY)
+    const float magnitude = exponent == 31  ? (mantissa > 0.0f ? NAN : INFINITY)
                             : exponent == 0 ? std::ldexp(mantissa, -24)
                                             : std::ldexp(1024.0f + mantissa, exponent - 25);
     return half & 0x8000 ? -magnitude : magnitude;

@@ -5,8 +5,7 @@
 
 znRTPixelRectangle intersect(const znRTPixelRectangle& a, const znRTPixelRectangle& b)
 {
-    return {std::max(a.x0, b.x0), std::min(a.x1, b.x1), std::max(a.y0, b.y0),
-            std::min(a.y1, b.y1)};
+    return {std::max(a.x0, b.x0), std::min(a.x1, b.x1), std::max(a.y0, b.y0), std::min(a.y1, b.y1)};
 }
 
 std::vector<znRTRenderTile> makeSpiralTiles(u32 width, u32 height, u32 tileSize)
@@ -22,8 +21,8 @@ std::vector<znRTRenderTile> makeSpiralTiles(u32 width, u32 height, u32 tileSize)
     // Unsigned steps off the left or lower edge wrap to values beyond the image and are skipped.
     const auto visit = [&] {
         if (x < width && y < height)
-            tiles.push_back({x, y, 0, u16(std::min(tileSize, width - x)),
-                             u16(std::min(tileSize, height - y))});
+            tiles.push_back(
+                {x, y, 0, u16(std::min(tileSize, width - x)), u16(std::min(tileSize, height - y))});
     };
     if (wanted)
         visit();
@@ -64,8 +63,8 @@ u32 edgePixel(float regionEdge, float viewLow, float viewHigh, u64 fullSize, u32
     const float value = std::clamp(regionEdge - viewLow, 0.0f, extent);
     // Frame buffers of another resolution than the full image (a preview) scale along.
     const double viewPixels = double(extent) * double(fullSize);
-    const double scale = viewPixels > 0.0 && std::abs(viewPixels - size) >= 1.0 ? size / viewPixels
-                                                                                : 1.0;
+    const double scale =
+        viewPixels > 0.0 && std::abs(viewPixels - size) >= 1.0 ? size / viewPixels : 1.0;
     const u64 pixel = u64(double(value) * double(fullSize) * scale + 0.5);
     return u32(std::min<u64>(pixel, size));
 }
@@ -86,7 +85,6 @@ znRTPixelRectangle regionPixels(const float region[4], const float viewBounds[4]
 
 void sortTilesByTime(std::vector<znRTRenderTile>& tiles)
 {
-    std::sort(tiles.begin(), tiles.end(), [](const znRTRenderTile& a, const znRTRenderTile& b) {
-        return a.time > b.time;
-    });
+    std::sort(tiles.begin(), tiles.end(),
+              [](const znRTRenderTile& a, const znRTRenderTile& b) { return a.time > b.time; });
 }

@@ -20,7 +20,7 @@ __attribute__((noinline)) void splatSample(const znRTSplatTarget& target,
                 continue;
             float* const pixel = &target.frame[j].r;
             target.filterWeights[j] += weight;
-            _mm_store_ps(pixel, _mm_add_ps(_mm_load_ps(pixel),
-                                           _mm_mul_ps(_mm_set1_ps(weight), colour)));
+            _mm_store_ps(pixel,
+                         _mm_add_ps(_mm_load_ps(pixel), _mm_mul_ps(_mm_set1_ps(weight), colour)));
         }
 }

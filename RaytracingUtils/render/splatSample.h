@@ -11,7 +11,7 @@ struct znRTSplatTarget
     ZN_RGBA32F* frame;
     float* filterWeights;
     const u8* activePixels;
-    u32 stride; ///< pixels per row
+    u32 stride;                   ///< pixels per row
     u32 left, right, bottom, top; ///< pixels that may be written; right and top one past the end
 };
 

@@ -18,4 +18,7 @@ inline znTicks readTicks()
 }
 
 /// Units of 100 ns, in which the render time of all threads is counted.
-inline u64 ticksToRuntime(znTicks ticks) { return ticks / 100; }
+inline u64 ticksToRuntime(znTicks ticks)
+{
+    return ticks / 100;
+}

@@ -1,9 +1,7 @@
 #include "render/znRTIntegratorTable.h"
 
-#include "host/znLog.h"
 #include "render/integratorTasks.h"
-
-#include <atomic>
+#include "render/notAvailable.h"
 
 namespace {
 
@@ -108,8 +106,7 @@ const znRTIntegratorRow& findIntegratorRow(std::string_view name)
         if (name == row.name)
             return row;
     // Everything that needs materials shows normals until materials shade.
-    static std::atomic<bool> wasTold{false};
-    if (!wasTold.exchange(true))
-        znLog::warning("Materials do not shade yet: this view shows normals.");
+    static znRTOnceWarning noMaterials("Materials do not shade yet: this view shows normals.");
+    noMaterials();
     return rows[0];
 }

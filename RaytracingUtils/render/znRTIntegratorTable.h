@@ -15,8 +15,7 @@ struct znRTIntegratorRow
 };
 
 /// Values of m_renderMode.
-enum znRTRenderMode : u32
-{
+enum znRTRenderMode : u32 {
     ZN_RENDER_BEAUTY = 0,
     ZN_RENDER_NORMALS = 1,
     ZN_RENDER_DISCONTINUITY = 2,

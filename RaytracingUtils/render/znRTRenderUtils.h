@@ -12,10 +12,10 @@
 #include "host/osg/ChangeList.h"
 #include "host/osg/FCPtr.h"
 #include "host/pixelFormats.h"
-
-#include <tbb/concurrent_unordered_map.h>
+#include "host/znRTSceneChanges.h"
 
 #include <atomic>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -121,12 +121,10 @@ public:
     static void rebuildEverything();
     /// Rebuilds all hierarchies of the current scene from its objects.
     static void rebuildAll();
-    using NodeMap = tbb::concurrent_unordered_map<u64, znRTGeometryNode*>;
-    /// Rebuilds the hierarchies of some objects in parallel, then that of the scene.
-    static void rebuildNodes(NodeMap& nodes);
-    /// Created nodes that carry geometry or light and belong to the scene's root.
-    static void getCreatedNodes(const std::vector<u32>& created,
-                                std::vector<osg::NodePtr>& geometries,
+    /// Rebuilds the hierarchies of some objects in parallel; that of the scene stays as it is.
+    static void rebuildNodes(const znRTRebuildMap& nodes);
+    /// Nodes that carry geometry or light at and below created ones, each once.
+    static void getCreatedNodes(const std::set<u32>& created, std::vector<osg::NodePtr>& geometries,
                                 std::vector<osg::NodePtr>& lights);
     static void createNodes(const std::vector<osg::NodePtr>& geometries,
                             const std::vector<osg::NodePtr>& lights);
@@ -144,7 +142,8 @@ public:
     static void updatePixelFilter();
     /// @return change bits: those of selection and side flags
     static u32 updateRenderOptions();
-    static void setSelection(const std::vector<u64>& selected, const std::vector<u64>& preselected);
+    /// @param selected  container ids of nodes
+    static void setSelection(const std::set<u32>& selected, const std::set<u32>& preselected);
     static void setMaterialIconRendering(bool on) { s_materialIconRendering = on; }
     static bool getMaterialIconRendering() { return s_materialIconRendering; }
     static void initMaterialIcon(osg::NodePtr node);
@@ -153,7 +152,6 @@ public:
     /// Surfaces become tessellated or exact at the next update.
     static void forceNURBSRebuild(bool rayTraced);
     static void enableOcclusionPass(bool on);
-    static bool isOcclusionPassEnabled() { return s_occlusionPassEnabled; }
     static void setActiveEnvironment(osg::NodePtr node, znRTMaterial* material);
     static void setRange(float minDistance, float maxDistance);
 
@@ -237,9 +235,8 @@ public:
     static bool s_wireframeMode;
     static bool s_pbarMode;
     static bool s_materialIconRendering;
-    static bool s_occlusionPassEnabled;
-    static float s_minDistance, s_maxDistance; ///< range of ambient occlusion, scene units
-    static int s_maxLightEvaluations;          ///< draws of light sampling, 1 to 16
+    static float s_minDistance, s_maxDistance;   ///< range of ambient occlusion, scene units
+    static int s_maxLightEvaluations;            ///< draws of light sampling, 1 to 16
     static znRTParticipatingMedia* s_atmosphere; ///< set by the camera
     static znRTMaterial* s_luxMaterial;
     static int s_nurbsMode;                   ///< 0 tessellated, 1 exact

@@ -113,6 +113,33 @@ const znDynArray<znRTParticipatingMedia*>& znRTRenderUtils::getParticipatingMedi
     return listOf(&znRTAccelerator::getParticipatingMedia);
 }
 
+// Lights have no objects yet: there is nothing to choose from.
+
+const znRTLightBVH* znRTRenderUtils::getLightHierarchy()
+{
+    return nullptr;
+}
+
+const znDistribution1D* znRTRenderUtils::getLightDistribution()
+{
+    return nullptr;
+}
+
+const znDistribution1D* znRTRenderUtils::getLightDistributionWithEnv()
+{
+    return nullptr;
+}
+
+const znDistribution1D* znRTRenderUtils::getLightPortalDistribution()
+{
+    return nullptr;
+}
+
+znRTLight* znRTRenderUtils::getEnvironmentLight()
+{
+    return nullptr;
+}
+
 const znRTBoundingBox& znRTRenderUtils::getFullBoundingBox()
 {
     return boundsOf(&znRTAccelerator::getFullBoundingBox);

@@ -52,8 +52,8 @@ void znRTRenderUtils::getIntersection(const znRTRayPacket& ray, const znFloatTyp
                                       unsigned tree)
 {
     if (canTrace())
-        s_currentAccelerator->intersectHierarchy(
-            ray, tMin, tMax, hit, mask, s_currentAccelerator->hasClippingShapes(), tree);
+        s_currentAccelerator->intersectHierarchy(ray, tMin, tMax, hit, mask,
+                                                 s_currentAccelerator->hasClippingShapes(), tree);
 }
 
 void znRTRenderUtils::getShadowIntersection(const znRTRayPacket& ray, const znFloatType<2>& tMin,
@@ -65,8 +65,7 @@ void znRTRenderUtils::getShadowIntersection(const znRTRayPacket& ray, const znFl
                                               s_currentAccelerator->hasClippingShapes());
 }
 
-void znRTRenderUtils::getSelectionIntersection(const znRTRayPacket& ray,
-                                               const znFloatType<2>& tMin,
+void znRTRenderUtils::getSelectionIntersection(const znRTRayPacket& ray, const znFloatType<2>& tMin,
                                                const znFloatType<2>& tMax, znRTHitInfoPacket& hit,
                                                int mask)
 {

@@ -1,0 +1,341 @@
+// How changes of the scene graph reach the scene of the render state.
+
+#include "accel/znRTAccelerator.h"
+#include "core/znRTSpectralData.h"
+#include "geometry/znRTGeometryNode.h"
+#include "host/osg/Node.h"
+#include "host/osg/RenderOptions.h"
+#include "host/znLog.h"
+#include "host/znRTRaytracingSettings.h"
+#include "host/znRTSceneHandler.h"
+#include "host/znRTSelectionSettings.h"
+#include "host/znSceneDataManager.h"
+#include "material/znRTMaterial.h"
+#include "render/znRTRenderUtils.h"
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+#include <tbb/parallel_for_each.h>
+#include <tbb/task_arena.h>
+
+namespace {
+
+constexpr unsigned buildQuality = 100;
+/// From this many new nodes on, and when they outnumber those that are there, reading the whole
+/// scene graph is faster than adding node by node.
+constexpr std::size_t manyNodes = 101;
+constexpr int rebuildFlag = 1;
+
+/// Changes after which the tree over the objects is another one.
+constexpr u32 treeChanges = znChangeNodesCreated | znChangeNodesDestroyed | znChangeTransforms |
+                            znChangeGeometry | znChangeVisibility | znChangeSelection |
+                            znChangeMaterialAssignment | znChangeMaterials | znChangeEnvironment |
+                            znChangeClipping;
+
+/// Takes over settings and attachments.
+/// @return true when materials have to look at the settings again
+bool updateSettings()
+{
+    const auto settings = znRTSceneHandler::getRaytracingSettingsAttachment();
+    znRTSceneHandler::s_currentRaytracingSettings.updateSettings(settings.get());
+    const auto analysis = znRTSceneHandler::getSurfaceAnalysisAttachment();
+    znRTSceneHandler::s_currentSurfaceAnalysisSettings.updateSettings(analysis.get());
+    znRTSpectralData::Instance().setIlluminant(u32(znRTRaytracingSettings::s_illuminant));
+    if (znRTRenderUtils::s_nurbsMode != znRTRaytracingSettings::s_nurbsMode)
+        znRTRenderUtils::forceNURBSRebuild(znRTRaytracingSettings::s_nurbsMode != 0);
+    return znRTMaterial::updateStaticSettings();
+}
+
+/// Adds what was created, applies what changed, and rebuilds the objects that need it.
+void updateIncrementally(znRTAccelerator& scene, const znRTSceneChanges& changes,
+                         const std::vector<osg::NodePtr>& geometries,
+                         const std::vector<osg::NodePtr>& lights)
+{
+    znRTRenderUtils::createNodes(geometries, lights);
+    scene.updateGeometryList();
+    znRTRebuildMap rebuild;
+    znRTSceneHandler::applyMaterialAssignmentChanges(changes, rebuild);
+    znRTSceneHandler::applyChanges(changes, rebuild);
+    scene.updateGeometryList(); // objects may have come or gone with their cores
+    if (changes.flags & znChangeClipping) {
+        znRTRenderUtils::updateClippingShapes();
+        znRTRenderUtils::updateParticipatingMedia();
+    }
+    znRTSceneHandler::updateLights();
+    znRTSceneHandler::applyNodeUpdates(changes);
+    znRTRenderUtils::rebuildNodes(rebuild);
+    znRTRebuildMap rebuildForMaterials;
+    znRTSceneHandler::applyMaterialUpdates(changes, rebuildForMaterials);
+    znRTRenderUtils::rebuildNodes(rebuildForMaterials);
+}
+
+void updateLighting(u32 changeFlags)
+{
+    znRTSceneHandler::updateGeometryLights();
+    znRTSceneHandler::updateRayGeometryLights();
+    znRTSceneHandler::updateLightPortals();
+    znRTRenderUtils::updateLightDistribution((changeFlags & znLightChanges) != 0);
+    znRTRenderUtils::updateLocalLights();
+}
+
+/// Marks the objects that the scene data names.
+void applySelection()
+{
+    const znSceneData* const data = znSceneDataManager::getSceneData(0);
+    const std::vector<u32>&selected = data->getSelectedNodes(),
+          &preselected = data->getPreselectedNodes();
+    znRTRenderUtils::setSelection({selected.begin(), selected.end()},
+                                  {preselected.begin(), preselected.end()});
+}
+
+void updateFromChangeList(znRTAccelerator& scene, const osg::ChangeList* changeList, u32 mask,
+                          int flags)
+{
+    const std::lock_guard lock(scene.getLock());
+    znRTSceneHandler::updateBuildTimeStamp();
+    const bool settingsChanged = updateSettings();
+    u32 changeFlags = znRTRenderUtils::updateRenderOptions();
+
+    znRTSceneChanges changes;
+    if (changeList)
+        znRTSceneHandler::filterChanges(*changeList, mask, changes);
+    changeFlags |= changes.flags;
+    znRTSceneHandler::deleteNodes(changes);
+    std::vector<osg::NodePtr> geometries, lights;
+    znRTRenderUtils::getCreatedNodes(changes.created, geometries, lights);
+
+    const std::size_t created = geometries.size() + lights.size();
+    const bool hasManyNewNodes = created >= manyNodes && created > scene.getObjectListSize();
+    const bool rebuildsAll =
+        znRTRenderUtils::s_forceRebuild || (flags & rebuildFlag) || hasManyNewNodes;
+    if (rebuildsAll) {
+        znRTRenderUtils::rebuildEverything();
+        changeFlags |= znLightChanges | znChangeSelection;
+    } else {
+        updateIncrementally(scene, changes, geometries, lights);
+        if (changeFlags & znChangeVisibility)
+            znRTRenderUtils::updateVisibilities();
+    }
+
+    if (changeFlags & znChangeEnvironment)
+        znRTRenderUtils::updateEnvironment();
+    if (settingsChanged || (changeFlags & (znChangeSettings | znChangeEnvironment)))
+        znRTSceneHandler::updateMaterials();
+    if (changeFlags & znChangeSelection)
+        applySelection();
+    updateLighting(changeFlags);
+    if (changeFlags & treeChanges)
+        scene.build(buildQuality);
+}
+
+} // namespace
+
+void znRTRenderUtils::setChangeList(osg::ChangeList* changeList, u32 mask, int flags)
+{
+    try {
+        if (s_currentAccelerator) {
+            updateFromChangeList(*s_currentAccelerator, changeList, mask, flags);
+            s_forceRebuild = false;
+            s_isActive = true;
+        }
+    } catch (...) {
+        znLog::error("Raytracing update crashed, disabled raytracing!\n");
+        s_isActive = false;
+        s_forceRebuild = true; // nobody knows how far the update came
+    }
+    if (changeList)
+        changeList->clear();
+    znRTSceneHandler::clearChangeList();
+}
+
+void znRTRenderUtils::buildAccelerationStructure(std::vector<osg::NodePtr>& geometries,
+                                                 std::vector<osg::NodePtr>& lights)
+{
+    rebuild(geometries, lights);
+}
+
+void znRTRenderUtils::rebuild(std::vector<osg::NodePtr>& geometries,
+                              std::vector<osg::NodePtr>& lights)
+{
+    if (!s_currentAccelerator)
+        return;
+    const std::lock_guard lock(s_currentAccelerator->getLock());
+    znRTSceneHandler::updateBuildTimeStamp();
+    updateSettings();
+    s_currentAccelerator->clear();
+    createNodes(geometries, lights);
+    s_currentAccelerator->updateGeometryList();
+    znRTSceneHandler::updateLights();
+    updateLighting(znLightChanges);
+    rebuildAll();
+    s_forceRebuild = false;
+    s_isActive = true;
+}
+
+void znRTRenderUtils::rebuildEverything()
+{
+    if (!s_currentAccelerator)
+        return;
+    std::vector<osg::NodePtr> geometries, lights;
+    if (const osg::NodePtr root = znRTSceneHandler::getRoot()) {
+        znRTSceneHandler::getGeometries(root, geometries);
+        znRTSceneHandler::getLightsources(root, lights);
+    }
+    s_currentAccelerator->clear();
+    createNodes(geometries, lights);
+    s_currentAccelerator->updateGeometryList();
+    updateClippingShapes();
+    updateParticipatingMedia();
+    znRTSceneHandler::updateLights();
+    rebuildAll();
+}
+
+void znRTRenderUtils::rebuildAll()
+{
+    if (s_currentAccelerator)
+        s_currentAccelerator->build(buildQuality);
+}
+
+void znRTRenderUtils::rebuildNodes(const znRTRebuildMap& nodes)
+{
+    // Isolated: a thread that waits for a tree must not start on another object that waits for the
+    // same shared tree.
+    tbb::this_task_arena::isolate([&] {
+        tbb::parallel_for_each(nodes.begin(), nodes.end(), [](const auto& entry) {
+            if (entry.second)
+                static_cast<znRTGeometryNode*>(entry.second)->rebuild();
+        });
+    });
+}
+
+void znRTRenderUtils::getCreatedNodes(const std::set<u32>& created,
+                                      std::vector<osg::NodePtr>& geometries,
+                                      std::vector<osg::NodePtr>& lights)
+{
+    for (const u32 id : created) {
+        const auto container = osg::FieldContainerFactory::the()->getContainer(id);
+        const osg::NodePtr node = osg::NodePtr::dcast(container);
+        if (!node)
+            continue;
+        // What lies below a created node comes with the topmost of them.
+        const osg::NodePtr parent = node->getParent();
+        if (parent && created.count(parent->getId()))
+            continue;
+        znRTSceneHandler::getGeometries(node, geometries);
+        znRTSceneHandler::getLightsources(node, lights);
+    }
+}
+
+void znRTRenderUtils::createNodes(const std::vector<osg::NodePtr>& geometries,
+                                  const std::vector<osg::NodePtr>& lights)
+{
+    znRTSceneHandler::addGeometries(geometries);
+    znRTSceneHandler::addLightsources(lights);
+}
+
+bool znRTRenderUtils::updateObjects()
+{
+    if (!s_currentAccelerator)
+        return false;
+    bool changed = false;
+    tbb::this_task_arena::isolate([&] { changed = s_currentAccelerator->updateObjects(); });
+    return changed;
+}
+
+void znRTRenderUtils::updateEnvironment()
+{
+    if (s_currentAccelerator)
+        s_currentAccelerator->updateEnvironmentLights();
+    updateEnvironmentLight();
+}
+
+void znRTRenderUtils::updateEnvironmentLight()
+{
+    // The environment lights through its own light object, of which the scene has none yet.
+}
+
+void znRTRenderUtils::updateVisibilities()
+{
+    if (s_currentAccelerator)
+        s_currentAccelerator->updateVisibilities();
+}
+
+void znRTRenderUtils::updateLocalLights()
+{
+    // Lists of local lights stay empty as long as no light says that it is local.
+}
+
+void znRTRenderUtils::updateLightDistribution(bool)
+{
+    constexpr int mostDraws = 16;
+    const float count = float(getLights().size);
+    s_maxLightEvaluations = std::clamp(int(std::sqrt(count) * 0.5f), 1, mostDraws);
+}
+
+void znRTRenderUtils::updateClippingShapes()
+{
+    if (!s_currentAccelerator)
+        return;
+    for (znRTGeometryNode* node : s_currentAccelerator->getSceneNodes())
+        if (node)
+            node->updateConnectedList(*s_currentAccelerator);
+}
+
+void znRTRenderUtils::updateParticipatingMedia()
+{
+    if (!s_currentAccelerator)
+        return;
+    for (znRTGeometryNode* node : s_currentAccelerator->getSceneNodes())
+        if (node)
+            node->checkParticipatingMedia();
+}
+
+u32 znRTRenderUtils::updateRenderOptions()
+{
+    const auto options = znSceneDataManager::getSceneData(0)->getRenderOptions();
+    if (!options)
+        return 0;
+    u32 changes = 0;
+    if (znRTGeometryNodeBase::s_showASides != options->getShowASides() ||
+        znRTGeometryNodeBase::s_showBSides != options->getShowBSides())
+        changes |= znChangeVisibility;
+    znRTGeometryNodeBase::s_showASides = options->getShowASides();
+    znRTGeometryNodeBase::s_showBSides = options->getShowBSides();
+
+    znRTSelectionSettings selection;
+    selection.selectionWireframe = options->getSelectionWireframe();
+    selection.preselectionWireframe = options->getPreselectionWireframe();
+    selection.wireframeAlwaysInFront = options->getWireframeAlwaysInFront();
+    selection.wireframeOnMaterial = options->getWireframeOnMaterial();
+    selection.selectionOpacity = options->getSelectionOpacity();
+    selection.lineWidth = options->getLineWidth();
+    selection.gridLineWidth = options->getGridLineWidth();
+    selection.gridSubdivisions = options->getGridSubdivisions();
+    selection.gridMode = options->getGridMode();
+    if (selection != znRTSelectionSettings::current())
+        changes |= znChangeSelection;
+    znRTSelectionSettings::current() = selection;
+    return changes;
+}
+
+void znRTRenderUtils::setSelection(const std::set<u32>& selected, const std::set<u32>& preselected)
+{
+    if (!s_currentAccelerator)
+        return;
+    for (znRTGeometryNode* node : s_currentAccelerator->getSceneNodes())
+        if (node)
+            node->setSelected(selected.count(node->getNodeId()) != 0,
+                              preselected.count(node->getNodeId()) != 0);
+}
+
+void znRTRenderUtils::initMaterialIcon(osg::NodePtr node)
+{
+    znRTSceneHandler::setMaterialBallRoot(node);
+}
+
+void znRTRenderUtils::getWireframeSelectionColor(znRTColorPacket&, const znRTRayDifferentialPacket&,
+                                                 const znRTDataBlockPacket&, int, znRTShadingState&)
+{
+    // Selection is drawn by a material of its own, which the scene does not have yet.
+}
