@@ -73,7 +73,7 @@ inline void endEdit(const FieldContainerPtr& container, u64 mask = 0)
     container->endEdit(mask);
 }
 
-/// An edit for the length of a scope.
+/// An edit for the length of a scope, within the life of the container.
 class EditScope
 {
 public:
@@ -87,7 +87,8 @@ public:
     ~EditScope() { container->endEdit(mask); }
 
 private:
-    Ref<FieldContainer> container;
+    // No reference: the last one dropped would destroy a container that nobody owns yet.
+    FieldContainerPtr container;
     u64 mask;
 };
 
