@@ -15,6 +15,8 @@
 
 #include <atomic>
 #include <mutex>
+#include <tbb/task_arena.h>
+#include <utility>
 #include <vector>
 
 struct znRTSharedGeometry
@@ -25,11 +27,24 @@ struct znRTSharedGeometry
     /// @param stamp  number of the pass; 0 admits everyone
     /// @return false when another instance has claimed this pass before
     bool beginBuild(u64 stamp) { return buildStamp.exchange(stamp) != stamp || stamp == 0; }
-    /// Lets the next beginBuild through, whatever its pass, and forgets what was built.
+    /// Marks list and tree as out of date: the next beginBuild is let through, whatever its pass.
     void invalidate()
     {
         buildStamp.store(0);
         builtVersion.store(0);
+    }
+
+    bool needsBuild() const { return builtVersion.load() == 0; }
+    /// Runs a build outside of the passes, unless the record is up to date or another instance
+    /// brings it up to date meanwhile.
+    template <class Build>
+    void rebuild(Build&& build)
+    {
+        const std::lock_guard lock(rebuildLock);
+        // Isolated: while it waits for its subtasks, this thread must not pick up another instance
+        // that wants the lock.
+        if (needsBuild())
+            tbb::this_task_arena::isolate(std::forward<Build>(build));
     }
 
     const u64 key;
@@ -40,6 +55,8 @@ struct znRTSharedGeometry
 
     znDynArray<znRTTriangle> triangles; ///< of meshes, padding included
     u64 triangleCount = 0;              ///< without padding
+
+    std::mutex rebuildLock;
 
     std::mutex tangentLock;
     u64 tangentVersion = 0;      ///< fingerprint of the data that tangents were made from

@@ -30,7 +30,7 @@ protected:
 private:
     struct Entry;
     void prepareIntersectors(std::vector<Entry>& entries);
-    void collectRecords(const std::vector<Entry>& entries,
+    void collectRecords(std::vector<Entry>& entries,
                         znDynArray<znRTDynamicAcceleratorNode>* records);
-    void updateSpheres(bool hasObjects, bool hasPhotonTargets);
+    static void writeRecord(const Entry& entry, znRTDynamicAcceleratorNode& record);
 };

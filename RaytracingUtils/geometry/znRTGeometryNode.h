@@ -22,7 +22,6 @@ class znRTClippingShape;
 class znRTLight;
 class znRTMaterial;
 class znRTRayDifferentialPacket;
-class znRTSelectionMaterial;
 
 class znRTGeometryNode : public znRTGeometryNodeBase
 {
@@ -46,7 +45,7 @@ public:
     /// Takes over whether the node is shown.
     /// @return false when hidden
     virtual bool updateVisibility();
-    /// Builds list and tree again, whoever shares them.
+    /// Builds list and tree again if they are out of date, once for all nodes that share them.
     virtual void rebuild();
     bool updateTransformMatrices() override;
     virtual void setSelected(bool isSelected, bool isPreselected);
@@ -103,6 +102,12 @@ public:
     /// Replaces the intersector by a new one with the same sides, transparency and index.
     void recreateIntersector();
 
+    /// Marks list and tree as out of date, for all nodes that share them.
+    void invalidateTree();
+    /// The scene whose lists the node registers in.
+    void setScene(znRTAccelerator* newScene) { scene = newScene; }
+    void setValid(bool isValidNow) { valid = isValidNow; }
+
     bool isShown() const { return visible != 0; }
     bool isValid() const { return valid; }
     /// Shown, valid, and with primitives to hit.
@@ -130,7 +135,7 @@ public:
     znRTMaterial* getMaterial() const { return material; }
     /// What hits see: the material unless an override replaces it.
     znRTMaterial* getActiveMaterial() const { return activeMaterial; }
-    znRTSelectionMaterial* getSelectionMaterial() const { return selectionMaterial; }
+    znRTMaterial* getSelectionMaterial() const { return selectionMaterial; }
 
     /// Key under which trees and lists are shared, 0 before the core was read.
     u64 getSharingKey() const { return sharedVolume ? sharedVolume->key : 0; }
@@ -156,7 +161,11 @@ protected:
     virtual znRTIntersector* createIntersector() = 0;
     /// Body of getIntersector of all kinds.
     znRTIntersector* getOrCreateIntersector(int index);
+    void updateBackplateFlags();
+    /// Leaves all lists of the scene.
+    void unregister();
 
+    znRTAccelerator* scene = nullptr;
     int visible = 0; ///< eye mask: 0 hidden, -1 both eyes
     u32 visibilityFlags = 0, backplateVisibilityFlags = 0;
     int primaryHiddenFlags = 0;
@@ -177,7 +186,7 @@ protected:
     znRTVector3f ambientOcclusionColor{1.0f, 1.0f, 1.0f};
     znDynArray<const znRTLight*> localLights;
     znDynArray<const znRTClippingShape*> clippingShapes;
-    znRTSelectionMaterial* selectionMaterial = nullptr;
+    znRTMaterial* selectionMaterial = nullptr;
     znRTMaterial* material = nullptr;
     znRTMaterial* activeMaterial = nullptr;
 };

@@ -3,24 +3,25 @@
 // Geometry node of triangles. Attributes stay in the arrays of the core, which are read in place;
 // a mesh costs three indices per triangle and its tree, shared by all nodes of a core, and tangents
 // if its material asks for them.
+//
+// Barycentrics of a hit: u belongs to the second corner, v to the third, 1 - u - v to the first.
+// Normals go through the inverse transposed matrix, also those that come from edges, so that the
+// front of a mirrored instance is the front of its triangles as stored.
 
 #include "geometry/vertexAttributes.h"
 #include "geometry/znRTGeometryNode.h"
-
-namespace osg {
-class Geometry;
-}
+#include "host/osg/Geometry.h"
 
 class znRTMesh : public znRTGeometryNode
 {
 public:
     static const znRTTypeId id;
+    static constexpr int s_textureSets = 8;
 
     znRTMesh();
     ~znRTMesh() override;
 
     void initGeometry() override;
-    void reinit() override;
     bool updateGeometry(const unsigned long long& mask) override;
     bool verifyData() override;
     u64 getMemoryUsage() const override;
@@ -47,8 +48,8 @@ public:
     /// @return false without positions, normals or texture coordinates
     bool calculateTangents();
 
-    // Attributes of hits in world space, in the lanes of a mask or in one lane; false, and nothing
-    // is written, when the mesh has no such attribute.
+    // Attributes of hits, in the lanes of a mask or in one lane with its vertices; false, and
+    // nothing is written, when the mesh has no such attribute.
 
     bool getTexCoordData(unsigned set, znRTDataBlockPacket& data, int laneBits) const;
     bool getTexCoordData(unsigned set, znRTDataBlockPacket& data, int lane, u32 a, u32 b,
@@ -64,35 +65,62 @@ public:
     bool hasVertexColorsChanged() const;
 
     const float* getPositions() const { return positions; }
-    const float* getNormals() const { return normals; }
+    const float* getNormals() const { return normals; } ///< null without
+    /// Triples per vertex, not unit where a vertex has none; null without.
     const float* getTangents() const;
     u32 getVertexCount() const { return vertexCount; }
-    bool hasTextureCoordinates(unsigned set) const { return texCoords[set].data != nullptr; }
+    bool hasTextureCoordinates(unsigned set) const { return bool(texCoords[set]); }
+    znRTVector2f getTextureCoordinate(unsigned set, u32 vertex) const
+    {
+        return texCoords[set].getVector2f(vertex);
+    }
     osg::Geometry* getGeometry() const;
-    /// Fingerprint of everything that list and tree are built from.
+    /// Fingerprint of everything that list and tree are built from; never 0.
     u64 getGeometryVersion() const;
 
 protected:
     znRTIntersector* createIntersector() override;
 
 private:
-    /// Vertices of the triangles hit, one triangle per lane.
-    struct Corners;
+    /// Vertex numbers of the triangles that were hit; 0 in other lanes.
+    struct Corners
+    {
+        u32 vertex[3][4] = {};
+        int lanes = 0; ///< bits of lanes that have a triangle
+    };
 
-    void readAttributes(const osg::Geometry& geometry);
+    bool readPositions(const osg::Geometry& geometry);
     void calculateTangent(const unsigned int& i0, const unsigned int& i1, const unsigned int& i2,
                           float* tangents) const;
+    void accumulateTangents(const osg::Geometry& geometry, std::vector<float>& tangents) const;
     Corners fetchCorners(const znRTHitInfoPacket& hit, int laneBits) const;
+    znRTVector3fPacket gather(const float* array, const Corners& corners, int corner) const;
+    znRTVector2fPacket gatherUV(unsigned set, const Corners& corners, int corner) const;
+
+    // The steps of shading data, each for the lanes of some corners.
     void fillShadingData(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                          int laneBits, u32 requirements, u32 attributes) const;
+    void fillSurface(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                     const Corners& corners) const;
+    void fillTexCoords(unsigned set, znRTDataBlockPacket& data, const Corners& corners) const;
+    void fillTangents(znRTDataBlockPacket& data, const Corners& corners) const;
+    void fillColors(znRTDataBlockPacket& data, const Corners& corners, u32 attributes) const;
+    void fillEdges(znRTDataBlockPacket& data, const Corners& corners) const;
+    void fillDifferentials(znRTDataBlockPacket& data, const Corners& corners) const;
+    void fillNormalDifferentials(znRTDataBlockPacket& data, const Corners& corners) const;
+    znRTVector3fPacket normalAt(const Corners& corners, int corner) const;
+    void footprintInTriangle(const znRTDataBlockPacket& data, const Corners& corners,
+                             znRTVector2fPacket& dx, znRTVector2fPacket& dy) const;
 
     const float* positions = nullptr;
     const float* normals = nullptr;
     const float* undeformedPositions = nullptr; ///< as the core has them, before skinning
     const float* undeformedNormals = nullptr;
     u32 vertexCount = 0;
+    bool bakedColors = false; ///< vertex colours are baked light
     znRTVertexAttribute vertexColors;
-    znRTVertexAttribute texCoords[8];
-    znRTPropertyStamp positionStamp, normalStamp, colorStamp, texCoordStamps[8], indexStamp;
-    u64 tangentsUsed = 0; ///< fingerprint under which this node uses the shared tangents, 0 none
+    znRTVertexAttribute texCoords[s_textureSets];
+    znRTPropertyStamp positionStamp, normalStamp, indexStamp, colorStamp;
+    znRTPropertyStamp texCoordStamps[s_textureSets];
+    bool usesTangents = false;
 };

@@ -45,5 +45,5 @@ private:
     bool fill(u32 padding);
     void buildTreeIterative(znRTBoundingBox& box);
 
-    znRTSharedGeometry* shared; ///< counted
+    znRTSharedGeometry* shared; ///< the record that the node holds
 };

@@ -11,7 +11,7 @@ class znRTDummyMaterial : public znRTMaterial
 public:
     static const znRTTypeId id;
 
-    explicit znRTDummyMaterial(const osg::MaterialPtr& material) : znRTMaterial(id, material) {}
+    explicit znRTDummyMaterial(const osg::MaterialPtr& material);
 
     znRTMaterial* getDuplicate() const override;
     using znRTMaterial::shade;

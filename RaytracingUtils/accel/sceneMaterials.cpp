@@ -1,0 +1,184 @@
+// Materials of a scene. The process holds one object per host material, which scenes share by
+// count; each scene has a table of its own that is read without a lock.
+
+#include "accel/znRTAccelerator.h"
+#include "geometry/znRTGeometryNode.h"
+#include "host/osg/Geometry.h"
+#include "host/osg/Material.h"
+#include "host/znLog.h"
+#include "host/znRTSceneChanges.h"
+#include "material/materialTable.h"
+#include "material/znRTDummyMaterial.h"
+
+namespace {
+
+struct Counted
+{
+    znRTMaterial* material = nullptr;
+    unsigned useCount = 0;
+};
+
+std::mutex& globalLock()
+{
+    static std::mutex lock;
+    return lock;
+}
+
+std::map<u32, Counted>& globalMaterialList()
+{
+    static std::map<u32, Counted> list;
+    return list;
+}
+
+} // namespace
+
+znRTMaterial* znRTAccelerator::createMaterial(const osg::MaterialPtr& material)
+{
+    const u32 id = material ? material->getId() : 0;
+    if (znRTMaterial* const known = getMaterial(id))
+        return known;
+    // Re-entrant: a material that has others below it makes them from its constructor.
+    const std::lock_guard sceneGuard(getLock());
+    if (znRTMaterial* const known = getMaterial(id))
+        return known;
+    {
+        const std::lock_guard guard(globalLock());
+        const auto found = globalMaterialList().find(id);
+        if (found != globalMaterialList().end()) {
+            ++found->second.useCount;
+            materials.emplace(id, found->second.material);
+            return found->second.material;
+        }
+    }
+    znRTMaterial* const created =
+        material ? createMaterialObject(material) : znRTDummyMaterial::getShared();
+    const std::lock_guard guard(globalLock());
+    // Another scene may have been faster; its object is the one to share.
+    Counted& entry = globalMaterialList()[id];
+    if (entry.material && entry.material != created)
+        delete created;
+    else
+        entry.material = created;
+    ++entry.useCount;
+    materials.emplace(id, entry.material);
+    return entry.material;
+}
+
+znRTMaterial* znRTAccelerator::getMaterial(u32 id) const
+{
+    const auto found = materials.find(id);
+    return found != materials.end() ? found->second : nullptr;
+}
+
+znRTMaterial* znRTAccelerator::getMaterial(const osg::MaterialPtr& material) const
+{
+    return getMaterial(material ? material->getId() : 0);
+}
+
+unsigned znRTAccelerator::getMaterialUseCount(u32 id)
+{
+    const std::lock_guard guard(globalLock());
+    const auto found = globalMaterialList().find(id);
+    return found != globalMaterialList().end() ? found->second.useCount : 0;
+}
+
+void znRTAccelerator::releaseMaterial(u32 id)
+{
+    const std::lock_guard guard(globalLock());
+    const auto found = globalMaterialList().find(id);
+    if (found == globalMaterialList().end() || --found->second.useCount > 0)
+        return;
+    // The fallback material belongs to the process.
+    if (id != 0)
+        delete found->second.material;
+    globalMaterialList().erase(found);
+}
+
+void znRTAccelerator::releaseMaterials()
+{
+    for (const auto& [id, material] : materials)
+        releaseMaterial(id);
+    materials.clear();
+}
+
+bool znRTAccelerator::deleteMaterial(unsigned long long id)
+{
+    const std::lock_guard lock(getLock());
+    znRTMaterial* const material = getMaterial(u32(id));
+    if (!material || id == 0)
+        return false;
+    // Objects that still show it fall back until they are assigned another.
+    for (const auto& [nodeId, node] : geometryNodes)
+        if (node->getMaterial() == material || node->getActiveMaterial() == material)
+            node->setMaterial(createMaterial(nullptr));
+    materials.unsafe_erase(u32(id));
+    releaseMaterial(u32(id));
+    return true;
+}
+
+osg::MaterialPtr znRTAccelerator::getDefaultMaterial()
+{
+    if (!defaultMaterial)
+        defaultMaterial = osg::MaterialPtr::dcast(
+            osg::FieldContainerFactory::the()->createContainer("UPhongMaterial"));
+    return defaultMaterial;
+}
+
+void znRTAccelerator::setActiveMaterial(const osg::MaterialPtr& material, const osg::NodePtr& node,
+                                        const osg::NodeCorePtr& core, znRTGeometryNode* geometry)
+{
+    if (material) {
+        geometry->setMaterial(createMaterial(material));
+        return;
+    }
+    const std::lock_guard lock(getLock());
+    znLog::warning("Geometry has no material. Attaching Default Material!\n");
+    const osg::MaterialPtr substitute = getDefaultMaterial();
+    const auto drawable = osg::FCPtr<osg::MaterialDrawable>::dcast(core);
+    if (!substitute || !drawable) {
+        geometry->setMaterial(createMaterial(nullptr));
+        return;
+    }
+    {
+        const osg::EditScope edit(drawable, osg::MaterialDrawable::MaterialFieldMask);
+        drawable->setMaterial(substitute); // takes a reference
+    }
+    setActiveMaterial(substitute, node, core, geometry);
+}
+
+void znRTAccelerator::initMaterials()
+{
+    for (const auto& [id, node] : geometryNodes)
+        setActiveMaterial(resolveMaterialAssignment(node->getNode(), node->getCore()),
+                          node->getNode(), node->getCore(), node);
+    updateMaterials();
+}
+
+bool znRTAccelerator::updateMaterial(const osg::MaterialPtr& material, unsigned int& flags)
+{
+    flags = 0;
+    znRTMaterial* const known = material ? getMaterial(material) : nullptr;
+    if (!known)
+        return false;
+    const int visibility = known->getVisibility(), sideness = known->getSideness();
+    const bool transparent = known->isTransparent();
+    known->update();
+    if (visibility != known->getVisibility() || transparent != known->isTransparent())
+        flags |= znMaterialVisibilityChanged;
+    if (sideness != known->getSideness())
+        flags |= znMaterialSidenessChanged;
+    return true;
+}
+
+void znRTAccelerator::updateMaterials()
+{
+    for (const auto& [id, material] : materials)
+        material->update();
+}
+
+void znRTAccelerator::applyMaterialChanges()
+{
+    updateMaterials();
+    for (const auto& [id, node] : geometryNodes)
+        node->updateVisibilityFlags();
+}

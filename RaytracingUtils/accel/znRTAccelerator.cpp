@@ -1,0 +1,389 @@
+#include "accel/znRTAccelerator.h"
+
+#include "geometry/znRTGeometryNode.h"
+#include "geometry/znRTMesh.h"
+#include "host/osg/ClipPlane.h"
+#include "host/osg/Geometry.h"
+#include "host/osg/Surface.h"
+#include "host/znLog.h"
+#include "material/znRTMaterial.h"
+#include "render/znRTRenderUtils.h"
+
+#include <atomic>
+
+namespace {
+
+constexpr unsigned defaultQuality = 100;
+constexpr u32 shellBit = 2; ///< of the geometry type
+
+/// Writes a line once in the life of the process.
+void tellOnce(std::atomic<bool>& isTold, const char* text)
+{
+    if (!isTold.exchange(true))
+        znLog::warning(text);
+}
+
+bool isAlive(u64 id)
+{
+    return bool(osg::FieldContainerFactory::the()->getContainer(u32(id)));
+}
+
+/// Control points with three numbers get the weight 1, so that all surfaces are rational.
+void makeHomogeneous(osg::Surface& surface)
+{
+    const osg::GeoPropertyPtr points = surface.getControlPoints();
+    if (!points || points->getDimension() != 3)
+        return;
+    std::vector<osg::Vec4f> weighted;
+    weighted.reserve(points->size());
+    for (u32 i = 0; i < points->size(); ++i)
+        weighted.push_back(points->getVector(i));
+    surface.setControlPoints(osg::GeoProperty::create(std::span<const osg::Vec4f>(weighted)));
+}
+
+} // namespace
+
+znRTAccelerator::znRTAccelerator() = default;
+
+znRTAccelerator::~znRTAccelerator()
+{
+    znRTAccelerator::clear();
+}
+
+void znRTAccelerator::clear()
+{
+    const std::lock_guard lock(getLock());
+    for (const auto& [id, node] : geometryNodes)
+        delete node;
+    geometryNodes.clear();
+    sceneNodes.clear();
+    releaseMaterials();
+    lights.clear();
+    rayLights.clear();
+    rayGeometryLights.clear();
+    lensFlares.clear();
+    lightPortals.clear();
+    clippingShapesByNode.clear();
+    clippingShapes.clear();
+    participatingMedia.clear();
+    imageQuads.clear();
+    fullBox = photonTargetsBox = znRTBoundingBox({0, 0, 0}, {0, 0, 0});
+    fullSphere = sceneSphere = znRTBoundingSphere();
+    figures = znRTSceneFigures();
+    objectsChanged = false;
+}
+
+// Objects
+
+znRTGeometryNode* znRTAccelerator::createGeometryNode(const osg::NodeCorePtr& core) const
+{
+    static std::atomic<bool> shellTold{false}, lineTold{false}, pointTold{false}, nurbsTold{false};
+    const auto drawable = osg::FCPtr<osg::MaterialDrawable>::dcast(core);
+    if (drawable && (drawable->getGeometryType() & shellBit)) {
+        tellOnce(shellTold, "Shells are not available: their pieces are rendered one by one");
+        return nullptr;
+    }
+    const auto geometry = osg::FCPtr<osg::Geometry>::dcast(core);
+    if (!geometry)
+        return new znRTMesh; // which reports the core
+    if (const auto surface = osg::FCPtr<osg::Surface>::dcast(core)) {
+        makeHomogeneous(*surface);
+        if (znRTRenderUtils::s_nurbsMode)
+            tellOnce(nurbsTold, "Exact surfaces are not available: tessellations are rendered");
+    }
+    if (!geometry->getPositions() || geometry->getPositions()->empty())
+        return nullptr;
+    const auto& types = geometry->getTypes();
+    if (!osg::isKindOf<osg::Surface>(core) && !types.empty() &&
+        types[0] <= osg::Geometry::lineStrip) {
+        if (types[0] == osg::Geometry::points)
+            tellOnce(pointTold, "Points are not rendered yet");
+        else
+            tellOnce(lineTold, "Lines are not rendered yet");
+        return nullptr;
+    }
+    return new znRTMesh;
+}
+
+void znRTAccelerator::addGeometryNode(const osg::NodePtr& node, const osg::NodeCorePtr& core)
+{
+    if (!node || !core) {
+        znLog::error("Bad Geometry");
+        return;
+    }
+    const std::lock_guard lock(getLock());
+    if (geometryNodes.contains(node->getId()))
+        return;
+    const osg::TransformationMatrix<float> toWorld = node->getToWorld();
+    znRTGeometryNode* const geometry = createGeometryNode(core);
+    if (!geometry)
+        return;
+    geometryNodes.emplace(node->getId(), geometry);
+    geometry->setScene(this);
+    geometry->updateGeometryIndex(int(sceneNodes.size));
+    // Appending one by one: grown by half so that many nodes do not copy the list each time.
+    if (sceneNodes.size == sceneNodes.capacity)
+        sceneNodes.reserve(sceneNodes.size + sceneNodes.size / 2 + 16, false);
+    sceneNodes.reserve(sceneNodes.size + 1, true);
+    sceneNodes[sceneNodes.size - 1] = geometry;
+    geometry->initialize(node, core);
+    geometry->setTransformMatrix(toWorld);
+    setActiveMaterial(resolveMaterialAssignment(node, core), node, core, geometry);
+    geometry->updateConnectedList(*this);
+    objectsChanged = true;
+}
+
+bool znRTAccelerator::deleteGeometry(unsigned long long id)
+{
+    const std::lock_guard lock(getLock());
+    const auto found = geometryNodes.find(id);
+    if (found == geometryNodes.end())
+        return false;
+    // Until the next build nothing may walk to the intersector that goes with the node.
+    dropTrees();
+    for (znRTGeometryNode*& entry : sceneNodes)
+        if (entry == found->second)
+            entry = nullptr;
+    delete found->second;
+    geometryNodes.erase(found);
+    objectsChanged = true;
+    return true;
+}
+
+void znRTAccelerator::updateGeometryList()
+{
+    const std::lock_guard lock(getLock());
+    sceneNodes.size = 0;
+    sceneNodes.reserve(geometryNodes.size(), false);
+    for (const auto& [id, node] : geometryNodes) {
+        if (!isAlive(id))
+            continue;
+        node->updateGeometryIndex(int(sceneNodes.size));
+        sceneNodes[sceneNodes.size++] = node;
+    }
+}
+
+bool znRTAccelerator::updateObjects()
+{
+    const std::lock_guard lock(getLock());
+    for (const auto& [id, node] : geometryNodes) {
+        if (!isAlive(id))
+            continue;
+        const osg::MaterialPtr material =
+            resolveMaterialAssignment(node->getNode(), node->getCore());
+        if (!node->getMaterial() || node->getMaterial()->getHostMaterial() != material) {
+            setActiveMaterial(material, node->getNode(), node->getCore(), node);
+            objectsChanged = true;
+        }
+        if (node->update())
+            objectsChanged = true;
+    }
+    if (!objectsChanged)
+        return false;
+    updateGeometryList();
+    build(defaultQuality);
+    objectsChanged = false;
+    return true;
+}
+
+void znRTAccelerator::updateVisibilities()
+{
+    for (const auto& [id, node] : geometryNodes) {
+        node->updateVisibility();
+        node->updateVisibilityFlags();
+    }
+}
+
+void znRTAccelerator::initGeometries()
+{
+    for (const auto& [id, node] : geometryNodes)
+        if (!node->isValid())
+            node->initGeometry();
+}
+
+znRTGeometryNode* znRTAccelerator::getObject(unsigned long long id)
+{
+    const auto found = geometryNodes.find(id);
+    return found != geometryNodes.end() ? found->second : nullptr;
+}
+
+znRTGeometryNodeBase* znRTAccelerator::getGeometryNodeBase(unsigned long long index)
+{
+    return getSceneNode(index);
+}
+
+bool znRTAccelerator::setMaterial(unsigned int index, const osg::MaterialPtr& material)
+{
+    if (znRTGeometryNode* const node = getSceneNode(index))
+        setActiveMaterial(material, node->getNode(), node->getCore(), node);
+    // No material displaces yet, so trees stay.
+    return false;
+}
+
+bool znRTAccelerator::updateObjectMaterial(unsigned int index)
+{
+    znRTGeometryNode* const node = getSceneNode(index);
+    if (!node)
+        return false;
+    const osg::MaterialPtr material = resolveMaterialAssignment(node->getNode(), node->getCore());
+    if (node->getMaterial() && node->getMaterial()->getHostMaterial() == material)
+        return false;
+    return setMaterial(index, material);
+}
+
+bool znRTAccelerator::updateObject(unsigned int index)
+{
+    znRTGeometryNode* const node = getSceneNode(index);
+    return node && node->updateGeometry(~0ull);
+}
+
+bool znRTAccelerator::reinitObject(unsigned int index)
+{
+    znRTGeometryNode* const node = getSceneNode(index);
+    if (!node)
+        return false;
+    // The intersector goes: trees must not lead to it.
+    dropTrees();
+    node->reinit();
+    return true;
+}
+
+// Lights, clipping shapes, image quads: their containers stand, their objects do not exist yet.
+
+void znRTAccelerator::addLight(const osg::NodePtr& node)
+{
+    static std::atomic<bool> isTold{false};
+    if (!node || !node->getCore())
+        znLog::error("Bad Light");
+    else
+        tellOnce(isTold, "Lights do not shine yet");
+}
+
+void znRTAccelerator::addEnvironmentLight(const osg::MaterialPtr& material)
+{
+    static std::atomic<bool> isTold{false};
+    if (!material)
+        znLog::error("NO ENV MATERIAL");
+    else
+        tellOnce(isTold, "Environments do not shine yet");
+}
+
+bool znRTAccelerator::deleteEnvironmentLight(unsigned long long)
+{
+    return false;
+}
+
+bool znRTAccelerator::deleteEnvironmentLight(const osg::MaterialPtr& material)
+{
+    if (!material)
+        znLog::error("EnvironmentLightPtr invalid, can not delete it\n");
+    return false;
+}
+
+znRTLight* znRTAccelerator::getEnvironmentLight(const osg::MaterialPtr&)
+{
+    return nullptr;
+}
+
+znRTLight* znRTAccelerator::getEnvironmentLight(unsigned int)
+{
+    return nullptr;
+}
+
+void znRTAccelerator::updateEnvironmentLights() {}
+
+void znRTAccelerator::setHeadlight(const osg::NodePtr& node)
+{
+    if (node)
+        addLight(node);
+}
+
+bool znRTAccelerator::deleteLight(unsigned long long)
+{
+    return false;
+}
+
+bool znRTAccelerator::updateClippingShape(const osg::NodePtr& node, unsigned int& flags)
+{
+    static std::atomic<bool> isTold{false};
+    flags = 0;
+    if (!node || !node->getCore())
+        znLog::error("Bad Clipping Node");
+    else if (!osg::isKindOf<osg::ClipPlane>(node->getCore()))
+        znLog::error("Bad Clipping Plane");
+    else
+        tellOnce(isTold, "Clipping planes do not cut yet");
+    return false;
+}
+
+bool znRTAccelerator::deleteClippingShape(unsigned long long)
+{
+    return false;
+}
+
+znRTClippingShape* znRTAccelerator::getClippingShape(u32 nodeId) const
+{
+    const auto found = clippingShapesByNode.find(nodeId);
+    return found != clippingShapesByNode.end() ? found->second : nullptr;
+}
+
+void znRTAccelerator::applyImageQuadChanges() {}
+void znRTAccelerator::updateLights() {}
+void znRTAccelerator::updateGeometryLights() {}
+void znRTAccelerator::updateRayGeometryLights() {}
+void znRTAccelerator::updateLightPortals() {}
+
+void znRTAccelerator::setListed(std::vector<znRTGeometryNode*>& list, znRTGeometryNode* node,
+                                bool isListed)
+{
+    // Nodes come here from parallel passes.
+    const std::lock_guard lock(getLock());
+    std::erase(list, node);
+    if (isListed)
+        list.push_back(node);
+}
+
+void znRTAccelerator::addGeometryLight(znRTGeometryNode* node)
+{
+    setListed(emittingNodes, node, true);
+}
+
+void znRTAccelerator::deleteGeometryLight(znRTGeometryNode* node)
+{
+    setListed(emittingNodes, node, false);
+}
+
+void znRTAccelerator::addRayGeometryLight(znRTGeometryNode* node)
+{
+    setListed(rayEmittingNodes, node, true);
+}
+
+void znRTAccelerator::deleteRayGeometryLight(znRTGeometryNode* node)
+{
+    setListed(rayEmittingNodes, node, false);
+}
+
+void znRTAccelerator::addLightPortal(znRTGeometryNode* node)
+{
+    setListed(portalNodes, node, true);
+}
+
+void znRTAccelerator::deleteLightPortal(znRTGeometryNode* node)
+{
+    setListed(portalNodes, node, false);
+}
+
+void znRTAccelerator::addParticipatingMedia(znRTGeometryNode* node)
+{
+    if (!node || !node->getNode())
+        znLog::error("Bad Participating Media Node");
+    else if (!node->getCore())
+        znLog::error("Bad Participating Media Geometry");
+    else
+        setListed(mediaNodes, node, true);
+}
+
+void znRTAccelerator::deleteParticipatingMedia(znRTGeometryNode* node)
+{
+    setListed(mediaNodes, node, false);
+}

@@ -1,0 +1,430 @@
+// What a mesh tells shading about hits on its triangles. Every step works on four lanes and writes
+// those of its corners, so that one lane and a whole packet take the same arithmetic.
+
+#include "core/shadingRequirements.h"
+#include "core/znRTRayPacket.h"
+#include "geometry/znRTMesh.h"
+#include "geometry/znRTMeshIntersector.h"
+#include "material/znRTMaterial.h"
+
+namespace {
+
+template <class T>
+T interpolate(const T& a, const T& b, const T& c, const znRTHitInfoPacket& hit)
+{
+    return a * (znFloatType<2>(1.0f) - hit.u - hit.v) + b * hit.u + c * hit.v;
+}
+
+/// Unit normal of the first argument, or of the second where the first has none.
+znRTVector3fPacket unitOr(const znRTVector3fPacket& n, const znRTVector3fPacket& substitute)
+{
+    const znFloatType<2> lengthSquared = n.getSquareLength();
+    const znFloatType<2> exists = lengthSquared > znFloatType<2>(0.0f);
+    return select(exists, n * reciprocalSquareRoot(lengthSquared), substitute);
+}
+
+} // namespace
+
+znRTMesh::Corners znRTMesh::fetchCorners(const znRTHitInfoPacket& hit, int laneBits) const
+{
+    Corners corners;
+    const auto& mesh = static_cast<const znRTMeshIntersector&>(*intersector);
+    for (int lane = 0; lane < 4; ++lane) {
+        const u64 i = u32(hit.primitive[lane]);
+        if (!((laneBits >> lane) & 1) || i >= mesh.getTriangleCount())
+            continue;
+        const znRTTriangle& triangle = mesh.getTriangle(unsigned(i));
+        corners.vertex[0][lane] = triangle.a;
+        corners.vertex[1][lane] = triangle.b;
+        corners.vertex[2][lane] = triangle.c;
+        corners.lanes |= 1 << lane;
+    }
+    return corners;
+}
+
+znRTVector3fPacket znRTMesh::gather(const float* array, const Corners& corners, int corner) const
+{
+    const u32* const vertex = corners.vertex[corner];
+    const float* const p[4] = {array + 3 * u64(vertex[0]), array + 3 * u64(vertex[1]),
+                               array + 3 * u64(vertex[2]), array + 3 * u64(vertex[3])};
+    return {{p[0][0], p[1][0], p[2][0], p[3][0]},
+            {p[0][1], p[1][1], p[2][1], p[3][1]},
+            {p[0][2], p[1][2], p[2][2], p[3][2]}};
+}
+
+znRTVector2fPacket znRTMesh::gatherUV(unsigned set, const Corners& corners, int corner) const
+{
+    znRTVector2fPacket result;
+    for (int lane = 0; lane < 4; ++lane)
+        result.setLane(lane, getTextureCoordinate(set, corners.vertex[corner][lane]));
+    return result;
+}
+
+void znRTMesh::getShadingDataFull(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                  u32 requirements, u32 attributes) const
+{
+    fillShadingData(ray, data, 15, requirements, attributes);
+}
+
+void znRTMesh::getShadingData(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                              int lane, u32 requirements, u32 attributes) const
+{
+    fillShadingData(ray, data, 1 << lane, requirements, attributes);
+}
+
+void znRTMesh::fillShadingData(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                               int laneBits, u32 requirements, u32 attributes) const
+{
+    const Corners corners = fetchCorners(data.hit, laneBits);
+    fillSurface(ray, data, corners);
+    fillTexCoords(0, data, corners);
+    if (attributes & vertexAttribute::textureCoordinates)
+        for (unsigned set = 1; set < s_textureSets; ++set)
+            fillTexCoords(set, data, corners);
+    if ((requirements & shadingRequirement::shadingFrame) ||
+        (attributes & vertexAttribute::vertexTangents))
+        fillTangents(data, corners);
+    if (attributes & ~(vertexAttribute::positionAndNormal | vertexAttribute::textureCoordinates))
+        fillColors(data, corners, attributes);
+    if (requirements & shadingRequirement::edgeData)
+        fillEdges(data, corners);
+    const bool needsDerivatives = (requirements & shadingRequirement::derivatives) ||
+                                  (attributes & vertexAttribute::bumpDefault);
+    if ((requirements & shadingRequirement::footprint) || needsDerivatives) {
+        data.computeCommonDifferentialData(ray);
+        fillDifferentials(data, corners);
+    }
+    if (needsDerivatives)
+        fillNormalDifferentials(data, corners);
+}
+
+void znRTMesh::fillSurface(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                           const Corners& corners) const
+{
+    const znFloatType<2> mask = expandLanes(corners.lanes);
+    const znRTVector3fPacket a = gather(positions, corners, 0), b = gather(positions, corners, 1),
+                             c = gather(positions, corners, 2);
+    const znRTVector3fPacket position = interpolate(a, b, c, data.hit);
+    const znRTVector3fPacket face =
+        znRTVectorMath::transformAsNormal(cross(b - a, c - a), m_toObject).getNormalized();
+
+    // Both normals on the viewer's side; the stored one keeps its side in facedNormal.
+    const znFloatType<2> signBit(-0.0f);
+    const znFloatType<2> turn = (dot(ray.direction, face) > znFloatType<2>(0.0f)) & signBit;
+    const znRTVector3fPacket geometric = face ^ turn;
+    znRTVector3fPacket stored = face;
+    if (normals) {
+        const znRTVector3fPacket smooth =
+            interpolate(normalAt(corners, 0), normalAt(corners, 1), normalAt(corners, 2), data.hit);
+        stored = unitOr(znRTVectorMath::transformAsNormal(smooth, m_toObject), face);
+    }
+    const znFloatType<2> isFront = dot(stored, geometric) >= znFloatType<2>(0.0f);
+
+    const znRTVector3fPacket worldPosition =
+        znRTVectorMath::transformAsLocation(position, m_toWorld);
+    data.dg.position.setMasked(worldPosition, mask);
+    data.dg.geometricNormal.setMasked(geometric, mask);
+    data.dg.shadingNormal.setMasked(stored ^ andNot(isFront, signBit), mask);
+    data.dg.frontFacing = select(mask, isFront, data.dg.frontFacing);
+    data.facedNormal.setMasked(stored, mask);
+    data.updateCosIncidence(ray, mask);
+    data.coverage = select(mask, znFloatType<2>(1.0f), data.coverage);
+}
+
+znRTVector3fPacket znRTMesh::normalAt(const Corners& corners, int corner) const
+{
+    return gather(normals, corners, corner);
+}
+
+void znRTMesh::fillTexCoords(unsigned set, znRTDataBlockPacket& data, const Corners& corners) const
+{
+    const znFloatType<2> mask = expandLanes(corners.lanes);
+    znRTVector2fPacket uv(0.0f, 0.0f);
+    if (texCoords[set]) {
+        uv = interpolate(gatherUV(set, corners, 0), gatherUV(set, corners, 1),
+                         gatherUV(set, corners, 2), data.hit);
+        data.uvValid |= 1u << set;
+    }
+    data.uv[set].setMasked(uv, mask);
+    if (set == 0)
+        data.dg.uv.setMasked(uv, mask);
+}
+
+void znRTMesh::fillTangents(znRTDataBlockPacket& data, const Corners& corners) const
+{
+    const znFloatType<2> mask = expandLanes(corners.lanes);
+    const float* const tangents = getTangents();
+    if (!tangents) {
+        data.dg.tangentMask = andNot(mask, data.dg.tangentMask);
+        return;
+    }
+    znRTVector3fPacket tangent =
+        interpolate(gather(tangents, corners, 0), gather(tangents, corners, 1),
+                    gather(tangents, corners, 2), data.hit);
+    tangent = znRTVectorMath::transformAsDirection(tangent, m_toWorld);
+    const znFloatType<2> lengthSquared = tangent.getSquareLength();
+    // False for zero and for NaN: such a vertex has no tangent.
+    const znFloatType<2> exists = lengthSquared > znFloatType<2>(0.0f);
+    data.dg.tangent.setMasked(tangent * reciprocalSquareRoot(lengthSquared), mask);
+    data.dg.tangentMask = select(mask, exists, data.dg.tangentMask);
+}
+
+void znRTMesh::fillColors(znRTDataBlockPacket& data, const Corners& corners, u32 attributes) const
+{
+    if (!vertexColors)
+        return;
+    const znFloatType<2> mask = expandLanes(corners.lanes);
+    znRTVector4fPacket corner[3];
+    for (int k = 0; k < 3; ++k)
+        for (int lane = 0; lane < 4; ++lane)
+            corner[k].setLane(lane, vertexColors.getVector4f(corners.vertex[k][lane]));
+    const znFloatType<2> w = znFloatType<2>(1.0f) - data.hit.u - data.hit.v;
+    const znRTVector4fPacket value =
+        corner[0] * w + corner[1] * data.hit.u + corner[2] * data.hit.v;
+    const auto assign = [mask](znRTColorPacket& target, const znRTColorPacket& color) {
+        for (int channel = 0; channel < 4; ++channel)
+            target[channel] = select(mask, color[channel], target[channel]);
+    };
+    const znRTColorPacket color(value.x, value.y, value.z, value.w);
+    assign(data.vertexColor, color);
+    if (!bakedColors)
+        return;
+    if (attributes & vertexAttribute::bakedIrradiance)
+        assign(data.bakedIrradiance, color);
+    if (attributes & vertexAttribute::bakedColor)
+        assign(data.bakedColor, {color.r, color.g, color.b, znFloatType<2>::allLanes()});
+}
+
+void znRTMesh::fillEdges(znRTDataBlockPacket& data, const Corners& corners) const
+{
+    const znFloatType<2> mask = expandLanes(corners.lanes);
+    for (int k = 0; k < 3; ++k)
+        data.edgeVertices[k].setMasked(
+            znRTVectorMath::transformAsLocation(gather(positions, corners, k), m_toWorld), mask);
+}
+
+/// Offsets on the tangent plane as steps of the barycentrics u and v: least squares along the two
+/// edges, exact for offsets in the plane.
+void znRTMesh::footprintInTriangle(const znRTDataBlockPacket& data, const Corners& corners,
+                                   znRTVector2fPacket& dx, znRTVector2fPacket& dy) const
+{
+    const znRTVector3fPacket a = gather(positions, corners, 0);
+    const znRTVector3fPacket e1 =
+        znRTVectorMath::transformAsDirection(gather(positions, corners, 1) - a, m_toWorld);
+    const znRTVector3fPacket e2 =
+        znRTVectorMath::transformAsDirection(gather(positions, corners, 2) - a, m_toWorld);
+    const znFloatType<2> e11 = dot(e1, e1), e12 = dot(e1, e2), e22 = dot(e2, e2);
+    const znFloatType<2> inverse = reciprocalOrZero(e11 * e22 - e12 * e12);
+    const auto project = [&](const znRTVector3fPacket& offset) {
+        const znFloatType<2> o1 = dot(offset, e1), o2 = dot(offset, e2);
+        return znRTVector2fPacket((o1 * e22 - o2 * e12) * inverse, (o2 * e11 - o1 * e12) * inverse);
+    };
+    dx = project(data.dg.dPdx);
+    dy = project(data.dg.dPdy);
+}
+
+void znRTMesh::fillDifferentials(znRTDataBlockPacket& data, const Corners& corners) const
+{
+    const znFloatType<2> mask = expandLanes(corners.lanes);
+    const znRTVector3fPacket a = gather(positions, corners, 0);
+    const znRTVector3fPacket e1 =
+        znRTVectorMath::transformAsDirection(gather(positions, corners, 1) - a, m_toWorld);
+    const znRTVector3fPacket e2 =
+        znRTVectorMath::transformAsDirection(gather(positions, corners, 2) - a, m_toWorld);
+
+    // Along the texture coordinates, or along the barycentrics where these have no area.
+    znRTVector3fPacket dPdu = e1, dPdv = e2;
+    znRTVector2fPacket uv1(0.0f, 0.0f), uv2(0.0f, 0.0f);
+    if (texCoords[0]) {
+        const znRTVector2fPacket uv0 = gatherUV(0, corners, 0);
+        uv1 = gatherUV(0, corners, 1) - uv0;
+        uv2 = gatherUV(0, corners, 2) - uv0;
+        const znFloatType<2> determinant = uv1.x * uv2.y - uv1.y * uv2.x;
+        const znFloatType<2> inverse = reciprocalOrZero(determinant);
+        const znFloatType<2> hasArea = determinant != znFloatType<2>(0.0f);
+        dPdu = select(hasArea, (e1 * uv2.y - e2 * uv1.y) * inverse, dPdu);
+        dPdv = select(hasArea, (e2 * uv1.x - e1 * uv2.x) * inverse, dPdv);
+    }
+    data.dg.dPdu.setMasked(dPdu, mask);
+    data.dg.dPdv.setMasked(dPdv, mask);
+
+    znRTVector2fPacket dx, dy;
+    footprintInTriangle(data, corners, dx, dy);
+    data.dg.dUVdx.setMasked(uv1 * dx.x + uv2 * dx.y, mask);
+    data.dg.dUVdy.setMasked(uv1 * dy.x + uv2 * dy.y, mask);
+}
+
+void znRTMesh::fillNormalDifferentials(znRTDataBlockPacket& data, const Corners& corners) const
+{
+    const znFloatType<2> mask = expandLanes(corners.lanes);
+    const znRTVector3fPacket zero(0.0f, 0.0f, 0.0f);
+    if (!normals) {
+        for (znRTVector3fPacket* d : {&data.dg.dNdu, &data.dg.dNdv, &data.dg.dNdx, &data.dg.dNdy})
+            d->setMasked(zero, mask);
+        return;
+    }
+    const auto world = [this](const znRTVector3fPacket& n) {
+        return znRTVectorMath::transformAsNormal(n, m_toObject);
+    };
+    const znRTVector3fPacket n0 = world(normalAt(corners, 0));
+    const znRTVector3fPacket n1 = world(normalAt(corners, 1)) - n0;
+    const znRTVector3fPacket n2 = world(normalAt(corners, 2)) - n0;
+    const znRTVector3fPacket n = n0 + n1 * data.hit.u + n2 * data.hit.v;
+    const znFloatType<2> inverseLength = reciprocalSquareRoot(n.getSquareLength());
+    const znRTVector3fPacket unit = n * inverseLength;
+    // On the side of the shading normal.
+    const znFloatType<2> turn =
+        (dot(unit, data.dg.shadingNormal) < znFloatType<2>(0.0f)) & znFloatType<2>(-0.0f);
+    /// Derivative of the unit normal from that of the plain one, with steps of the barycentrics.
+    const auto derivative = [&](znFloatType<2> du, znFloatType<2> dv) {
+        const znRTVector3fPacket d = (n1 * du + n2 * dv) * inverseLength;
+        return (d - unit * dot(unit, d)) ^ turn;
+    };
+
+    znFloatType<2> duOverU = 1.0f, dvOverU = 0.0f, duOverV = 0.0f, dvOverV = 1.0f;
+    if (texCoords[0]) {
+        const znRTVector2fPacket uv0 = gatherUV(0, corners, 0);
+        const znRTVector2fPacket uv1 = gatherUV(0, corners, 1) - uv0;
+        const znRTVector2fPacket uv2 = gatherUV(0, corners, 2) - uv0;
+        const znFloatType<2> determinant = uv1.x * uv2.y - uv1.y * uv2.x;
+        const znFloatType<2> inverse = reciprocalOrZero(determinant);
+        const znFloatType<2> hasArea = determinant != znFloatType<2>(0.0f);
+        duOverU = select(hasArea, uv2.y * inverse, duOverU);
+        dvOverU = select(hasArea, -uv1.y * inverse, dvOverU);
+        duOverV = select(hasArea, -uv2.x * inverse, duOverV);
+        dvOverV = select(hasArea, uv1.x * inverse, dvOverV);
+    }
+    data.dg.dNdu.setMasked(derivative(duOverU, dvOverU), mask);
+    data.dg.dNdv.setMasked(derivative(duOverV, dvOverV), mask);
+    znRTVector2fPacket dx, dy;
+    footprintInTriangle(data, corners, dx, dy);
+    data.dg.dNdx.setMasked(derivative(dx.x, dx.y), mask);
+    data.dg.dNdy.setMasked(derivative(dy.x, dy.y), mask);
+}
+
+void znRTMesh::computeDifferentials(znRTDataBlockPacket& data, int lane) const
+{
+    fillDifferentials(data, fetchCorners(data.hit, 1 << lane));
+}
+
+void znRTMesh::computeDifferentials(znRTDataBlockPacket& data) const
+{
+    fillDifferentials(data, fetchCorners(data.hit, int(data.hit.hitMask)));
+}
+
+void znRTMesh::computeNormalDifferentials(znRTDataBlockPacket& data, int lane) const
+{
+    fillNormalDifferentials(data, fetchCorners(data.hit, 1 << lane));
+}
+
+void znRTMesh::computeNormalDifferentials(znRTDataBlockPacket& data) const
+{
+    fillNormalDifferentials(data, fetchCorners(data.hit, int(data.hit.hitMask)));
+}
+
+namespace {
+
+/// Corners of one lane from vertex numbers.
+template <class Corners>
+Corners cornersOf(int lane, u32 a, u32 b, u32 c)
+{
+    Corners corners;
+    corners.vertex[0][lane] = a;
+    corners.vertex[1][lane] = b;
+    corners.vertex[2][lane] = c;
+    corners.lanes = 1 << lane;
+    return corners;
+}
+
+} // namespace
+
+bool znRTMesh::getTexCoordData(unsigned set, znRTDataBlockPacket& data, int laneBits) const
+{
+    if (texCoords[set])
+        fillTexCoords(set, data, fetchCorners(data.hit, laneBits));
+    return bool(texCoords[set]);
+}
+
+bool znRTMesh::getTexCoordData(unsigned set, znRTDataBlockPacket& data, int lane, u32 a, u32 b,
+                               u32 c) const
+{
+    if (texCoords[set])
+        fillTexCoords(set, data, cornersOf<Corners>(lane, a, b, c));
+    return bool(texCoords[set]);
+}
+
+bool znRTMesh::getVertexTangentData(znRTDataBlockPacket& data, int laneBits) const
+{
+    if (getTangents())
+        fillTangents(data, fetchCorners(data.hit, laneBits));
+    return getTangents() != nullptr;
+}
+
+bool znRTMesh::getVertexTangentData(znRTDataBlockPacket& data, int lane, u32 a, u32 b, u32 c) const
+{
+    if (getTangents())
+        fillTangents(data, cornersOf<Corners>(lane, a, b, c));
+    return getTangents() != nullptr;
+}
+
+bool znRTMesh::getVertexColorData(znRTDataBlockPacket& data, int laneBits) const
+{
+    if (vertexColors)
+        fillColors(data, fetchCorners(data.hit, laneBits), 0);
+    return bool(vertexColors);
+}
+
+bool znRTMesh::getVertexColorData(znRTDataBlockPacket& data, int lane, u32 a, u32 b, u32 c) const
+{
+    if (vertexColors)
+        fillColors(data, cornersOf<Corners>(lane, a, b, c), 0);
+    return bool(vertexColors);
+}
+
+void znRTMesh::getAmbientOcclusionData(znRTDataBlockPacket& data, int lane) const
+{
+    const Corners corners = fetchCorners(data.hit, 1 << lane);
+    const znFloatType<2> mask = expandLanes(corners.lanes);
+    const znRTVector3fPacket a = gather(positions, corners, 0), b = gather(positions, corners, 1),
+                             c = gather(positions, corners, 2);
+    const znRTVector3fPacket face =
+        znRTVectorMath::transformAsNormal(cross(b - a, c - a), m_toObject).getNormalized();
+    znRTVector3fPacket stored = face;
+    if (normals)
+        stored = unitOr(znRTVectorMath::transformAsNormal(
+                            interpolate(normalAt(corners, 0), normalAt(corners, 1),
+                                        normalAt(corners, 2), data.hit),
+                            m_toObject),
+                        face);
+    data.dg.position.setMasked(
+        znRTVectorMath::transformAsLocation(interpolate(a, b, c, data.hit), m_toWorld), mask);
+    data.dg.geometricNormal.setMasked(face, mask);
+    data.dg.shadingNormal.setMasked(stored, mask);
+    data.facedNormal.setMasked(stored, mask);
+    fillTexCoords(0, data, corners);
+    fillTangents(data, corners);
+}
+
+znRTVector2fPacket znRTMesh::getUVs(unsigned int set, znRTHitInfoPacket& hit) const
+{
+    if (set >= s_textureSets || !texCoords[set])
+        return {0.0f, 0.0f};
+    const Corners corners = fetchCorners(hit, int(hit.hitMask));
+    const znRTVector2fPacket uv = interpolate(gatherUV(set, corners, 0), gatherUV(set, corners, 1),
+                                              gatherUV(set, corners, 2), hit);
+    const znFloatType<2> mask = expandLanes(corners.lanes);
+    return {uv.x & mask, uv.y & mask};
+}
+
+znFloatType<2> znRTMesh::evaluateCutout(const znRTRayPacket& ray, const znRTHitInfoPacket& hit,
+                                        const znFloatType<2>& opacity,
+                                        const znFloatType<2>& mask) const
+{
+    if (!activeMaterial)
+        return opacity;
+    znRTDifferentialGeometry dg{};
+    znRTHitInfoPacket lanes = hit;
+    dg.uv = getUVs(0, lanes);
+    dg.position = ray.pointAt(hit.t);
+    return opacity & activeMaterial->evaluateCutout(ray, dg, mask);
+}

@@ -1,0 +1,101 @@
+#include "material/znRTMaterial.h"
+
+#include "host/osg/Material.h"
+#include "host/znRTRaytracingSettings.h"
+
+#include <algorithm>
+
+int znRTMaterial::s_renderer = 0;
+unsigned znRTMaterial::s_maxReflectionDepth = 100;
+float znRTMaterial::s_photonRadius = 0.0f;
+bool znRTMaterial::s_enableOcclusionPass = false;
+
+znRTMaterial::znRTMaterial(const znRTTypeId& typeId, const osg::MaterialPtr& material)
+    : znRTNode(typeId), hostMaterial(material), materialId(material ? material->getId() : 0)
+{
+}
+
+znRTMaterial::~znRTMaterial() = default;
+
+znRTColorPacket znRTMaterial::getMaterialIDColor() const
+{
+    return {materialIDColor[0], materialIDColor[1], materialIDColor[2], 1.0f};
+}
+
+int znRTMaterial::getSideness() const
+{
+    return znRTRaytracingSettings::s_qualityMode == znRTRaytracingSettings::ambientOcclusion
+               ? 3
+               : materialState.sideness;
+}
+
+znFloatType<2> znRTMaterial::evaluateCutout(const znRTRayPacket&, const znRTDifferentialGeometry&,
+                                            const znFloatType<2>& mask) const
+{
+    return mask;
+}
+
+void znRTMaterial::evaluateMaterial(znRTRayDifferentialPacket&, znRTDataBlockPacket&,
+                                    znRTSurfaceProperties&, const znFloatType<2>&,
+                                    znRTShadingState&, int, EvaluationType) const
+{
+}
+
+void znRTMaterial::shadeAnalytic(const znRTRayDifferentialPacket&, znRTDataBlockPacket&,
+                                 znRTMultilayerFragment&, const znFloatType<2>&,
+                                 znRTShadingState&) const
+{
+    // Fragments with layers do not exist yet, so nothing can arrive here.
+}
+
+void znRTMaterial::shade(const znRTRayDifferentialPacket&, znRTDataBlockPacket&,
+                         znRTMultilayerFragment&, const znFloatType<2>&, znRTShadingState&) const
+{
+    // As above.
+}
+
+void znRTMaterial::shadeAnalytic(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                 znRTFragment& fragment, const znFloatType<2>& mask,
+                                 znRTShadingState& state) const
+{
+    shade(ray, data, fragment, mask, state);
+}
+
+znRTColorPacket znRTMaterial::getTransparency(const znRTRayDifferentialPacket&,
+                                              znRTDataBlockPacket&, const znFloatType<2>&,
+                                              znRTShadingState&) const
+{
+    return {0.0f, 0.0f, 0.0f, 1.0f};
+}
+
+znRTColorPacket znRTMaterial::getPickedTransparency(const znRTRayDifferentialPacket& ray,
+                                                    znRTDataBlockPacket& data,
+                                                    const znFloatType<2>& mask,
+                                                    znRTShadingState& state) const
+{
+    return getTransparency(ray, data, mask, state);
+}
+
+const znRTMaterial* znRTMaterial::getFirstNonTransparentMaterial(const znRTRayDifferentialPacket&,
+                                                                 znRTDataBlockPacket&,
+                                                                 const znFloatType<2>&,
+                                                                 znRTShadingState&) const
+{
+    return this;
+}
+
+znRTColorPacket znRTMaterial::evaluateEmission(const znRTRayDifferentialPacket&,
+                                               znRTDataBlockPacket&, const znFloatType<2>&) const
+{
+    return znRTColorPacket(0.0f);
+}
+
+bool znRTMaterial::updateStaticSettings()
+{
+    const int renderer = znRTRaytracingSettings::s_renderer;
+    const unsigned depth = unsigned(std::clamp(znRTRaytracingSettings::reflectionDepth(), 0, 100));
+    const bool changed = renderer != s_renderer || depth != s_maxReflectionDepth;
+    s_renderer = renderer;
+    s_maxReflectionDepth = depth;
+    return changed;
+}
