@@ -61,7 +61,7 @@ public:
     float imageOffsetX = 0.0f, imageOffsetY = 0.0f; ///< lower left of this view, 0..1
     float shiftX = 0.0f, shiftY = 0.0f; ///< of the sample in its pixel, half pixels, [-1, 1]
     bool isLeftEye = true;
-    float stereoOffset = 0.0f; ///< half the eye distance, scene units; 0 for one eye
+    float stereoOffset = 0.0f; ///< of the eye to the right, half the eye distance; 0 for one eye
     bool cornerAligned = false;
     osg::ImagePtr leftDistortionMap, rightDistortionMap; ///< null where off
 
@@ -71,7 +71,7 @@ public:
     float filterSizeX = 1.0f, filterSizeY = 1.0f; ///< pixels
 
 private:
-    void readDecorators(unsigned renderWidth, unsigned renderHeight);
+    void readDecorators(unsigned outputWidth, unsigned outputHeight);
     void readMatrices();
     void readStereo();
 };

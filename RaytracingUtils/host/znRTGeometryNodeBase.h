@@ -31,6 +31,10 @@ public:
     /// Container id of the core: what all instances of a geometry share; 0 without core.
     u64 getCoreId() const { return m_coreId; }
 
+    /// Node and core still exist. Handles do not own, so this comes before their use wherever the
+    /// scene graph may have changed.
+    bool isAlive() const;
+
     /// @return true when geometry, transform or visibility changed since the last call; always
     ///         true the first time
     virtual bool update();

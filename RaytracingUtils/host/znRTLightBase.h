@@ -48,7 +48,7 @@ public:
     bool getLocalLighting() const { return m_localLighting; }
     znRTLensFlare* getLensFlare() const { return m_lensFlare; } ///< null without one; not owned
     /// Attachment of the node, else of the core, or null: defaults hold then.
-    osg::RaytracingLightAttachment* getLightAttachment() const { return m_attachment; }
+    osg::RaytracingLightAttachment* getLightAttachment() const { return m_attachment.get().get(); }
 
 protected:
     osg::NodePtr m_node;
@@ -60,5 +60,5 @@ protected:
     std::vector<osg::TransformationMatrix<float>> m_transforms;
     osg::TransformationMatrix<float> m_worldToLight;
     znRTLensFlare* m_lensFlare = nullptr;
-    osg::RaytracingLightAttachment* m_attachment = nullptr;
+    osg::Ref<osg::RaytracingLightAttachment> m_attachment;
 };

@@ -20,6 +20,9 @@ public:
     /// @return true when a value changed
     bool updateSettings(const osg::RaytracingSettingsAttachment* attachment);
 
+    /// Hands on what follows from the statics: surface parameters, the switch of the denoiser.
+    static void updateDerived();
+
     // One static per row of the settings table, s_<field>; lengths in scene units.
 #define ZN_MIRROR(type, stem, field, standard, lowest, highest, meaning)                           \
     static inline type s_##field = standard;

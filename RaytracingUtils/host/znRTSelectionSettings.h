@@ -2,6 +2,10 @@
 
 // How selected objects are shown. Written between frames.
 
+namespace osg {
+class RenderOptions;
+}
+
 class znRTSelectionSettings
 {
 public:
@@ -16,6 +20,10 @@ public:
     int gridMode = 0; ///< 0 none, 1 texture coordinates, 2 world
 
     bool operator==(const znRTSelectionSettings&) const = default;
+
+    /// Takes over the options of a scene; null leaves all as it is.
+    /// @return true when a value changed
+    bool update(const osg::RenderOptions* options);
 
     static znRTSelectionSettings& current();
 };
