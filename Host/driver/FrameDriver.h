@@ -1,0 +1,110 @@
+#pragma once
+
+// Renders frames of a scene: what an application needs besides a scene graph. It owns the record of
+// one view with its buffers and drives the ray tracing core through its interface in the order the
+// core expects: scene changes, camera, targets, then one pass after the other.
+//
+// All operations belong to one thread, and one driver renders at a time, since the state behind the
+// core is the process's. What goes wrong inside a frame arrives here as an exception; the driver
+// stays usable.
+
+#include "driver/ViewBuffers.h"
+#include "host/osg/Node.h"
+#include "host/osg/OffsetCameraDecorator.h"
+#include "host/osg/Viewport.h"
+#include "io/ImageData.h"
+
+#include <array>
+#include <functional>
+
+class znRaytracingUtilsBase;
+
+/// What a frame is to be like.
+struct FrameSettings
+{
+    u32 width = 1280, height = 720; ///< pixels
+    /// Accumulates samples; false makes one interactive frame.
+    bool isStill = true;
+    int samples = 64;       ///< per pixel; of an interactive frame at most 16
+    double timeLimit = 0.0; ///< seconds after which no further sample begins; 0 = none
+    /// Left, bottom, right, top of what is rendered, 0..1; the rest stays black.
+    std::array<float, 4> region{0.0f, 0.0f, 1.0f, 1.0f};
+    u32 renderMode = 1; ///< integrator: 0 beauty, 1 normals
+    int threads = 0;    ///< 0 = all that the process may use
+    u32 tileSize = 32;  ///< pixels
+};
+
+struct FrameReport
+{
+    enum class Outcome {
+        complete,
+        timeLimit, ///< fewer samples than asked for, since the time was up
+        stopped    ///< fewer samples, since the stop callback said so
+    };
+    Outcome outcome = Outcome::complete;
+    int samples = 0; ///< that every pixel received; 0: the picture has holes
+    double buildSeconds = 0.0, traceSeconds = 0.0;
+    double threadSeconds = 0.0; ///< sum over all threads while tracing
+};
+
+class FrameDriver
+{
+public:
+    enum class Stop {
+        no,
+        afterSample, ///< finish what every pixel needs for the sample in hand
+        now          ///< give up inside the frame
+    };
+    using StopCallback = std::function<Stop()>;
+    /// Samples done and planned, share of the work done in 0..1.
+    using ProgressCallback = std::function<void(int, int, double)>;
+
+    /// Loads the core.
+    /// @throws std::runtime_error with one line when it cannot be loaded
+    FrameDriver();
+    ~FrameDriver();
+    FrameDriver(const FrameDriver&) = delete;
+    FrameDriver& operator=(const FrameDriver&) = delete;
+
+    /// The scene to render; null for none. The driver keeps a reference. Later edits are picked up
+    /// by themselves through the change list.
+    void setScene(const osg::NodePtr& root);
+
+    /// Bytes of frame buffers that settings ask for.
+    static u64 bytesNeeded(const FrameSettings& settings);
+
+    /// Renders one image.
+    /// @throws std::bad_alloc, std::runtime_error with one line
+    FrameReport render(const FrameSettings& settings, const osg::CameraPtr& camera,
+                       const ProgressCallback& progress = {}, const StopCallback& stop = {});
+
+    enum class Colors {
+        linear, ///< scene values, as compositing wants them
+        display ///< with white balance, tone mapping, correction and display profile
+    };
+    /// The last image, RGBA floats, alpha as coverage.
+    io::ImageData getImage(Colors colors);
+
+    znRaytracingUtilsBase& utils() { return *instance; }
+    znRaytracerP& view() { return buffers.view(); }
+
+private:
+    void prepare(const FrameSettings& settings, const osg::CameraPtr& camera);
+    void tracePass(const osg::CameraPtr& camera, bool isFirst, int threads);
+    FrameReport renderStill(const FrameSettings& settings, const osg::CameraPtr& camera,
+                            const ProgressCallback& progress);
+    FrameReport renderInteractive(const FrameSettings& settings, const osg::CameraPtr& camera,
+                                  const ProgressCallback& progress);
+    static bool abortRequested(void* driver);
+    Stop askStop() const { return stopCallback ? stopCallback() : Stop::no; }
+
+    znRaytracingUtilsBase* instance = nullptr;
+    osg::Ref<osg::Node> root;
+    osg::Ref<osg::Viewport> viewport;
+    osg::Ref<osg::OffsetCameraDecorator> offsetCamera;
+    ViewBuffers buffers;
+    u64 tiledWidth = 0, tiledHeight = 0, tiledSize = 0; ///< what the tile list was made for
+    std::array<float, 4> tiledRegion{};
+    StopCallback stopCallback;
+    bool isAborted = false;
+};

@@ -1,0 +1,78 @@
+#pragma once
+
+// The command line of znrender. Parsing knows no scene: names of cameras and files are checked by
+// the commands that use them.
+
+#include "io/Limits.h"
+
+#include <array>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+/// A wrong command line: one line for the user, exit code 2.
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+enum class Verb { render, info, list, convert, help, version };
+
+/// A view given by numbers instead of a camera of the file; what is missing is chosen to frame the
+/// scene.
+struct ViewOptions
+{
+    std::string camera;                       ///< name or number of a camera in the file
+    std::optional<std::array<double, 3>> eye; ///< scene units, z up
+    std::optional<std::array<double, 3>> at;
+    std::optional<std::array<double, 3>> up;
+    std::optional<double> fov; ///< vertical, degrees
+};
+
+struct Options
+{
+    Verb verb = Verb::render;
+    std::string helpText; ///< for Verb::help
+
+    std::vector<std::string> scenes;
+    std::vector<std::string> outputs;
+    std::vector<std::string> includeFolders;
+    io::Limits limits;
+
+    // Image.
+    unsigned width = 1280, height = 720;
+    double scale = 100.0;                   ///< percent of width and height
+    std::array<double, 4> crop{0, 0, 1, 1}; ///< left, bottom, right, top in 0..1
+    ViewOptions view;
+    int bitDepth = 8;      ///< of PNG and TIFF: 8, 16 or 32 (TIFF)
+    bool halfFloat = true; ///< EXR
+    std::string exrCompression = "zip";
+    int jpegQuality = 92;
+
+    // Quality.
+    int samples = 64;
+    double timeLimit = 0.0; ///< seconds, 0 = none
+    bool still = true;
+    std::string integrator = "normal";
+    std::string filterName = "gaussian";
+    double filterWidth = 2.0; ///< pixels, full width
+
+    // Machine.
+    int threads = 0; ///< 0 = all cores
+    unsigned tileSize = 32;
+    bool overwrite = false;
+    bool quiet = false;
+    bool jsonProgress = false;
+    std::string logLevel = "warning";
+    std::string statsFile;
+
+    // Verb list.
+    std::string listWhat;
+    std::string listType;
+};
+
+/// @param arguments  without the program's name
+/// @throws UsageError
+Options parseOptions(const std::vector<std::string>& arguments);

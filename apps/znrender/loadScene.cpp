@@ -1,0 +1,36 @@
+#include "loadScene.h"
+
+#include "io/InputError.h"
+#include "io/sceneReader.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+
+LoadedScene loadScene(const Options& options)
+{
+    io::SceneReadOptions read;
+    read.includeFolders = options.includeFolders;
+    read.limits = options.limits;
+    LoadedScene scene;
+    scene.root = io::readScenes(options.scenes, read);
+    scene.cameras = scene::findCameras(scene.root.get());
+    return scene;
+}
+
+osg::CameraPtr findCamera(const LoadedScene& scene, const std::string& name)
+{
+    for (const scene::NamedCamera& camera : scene.cameras)
+        if (camera.name == name)
+            return camera.camera;
+    std::size_t number = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
+    if (error == std::errc() && end == name.data() + name.size() && number < scene.cameras.size())
+        return scene.cameras[number].camera;
+
+    std::string known;
+    for (std::size_t i = 0; i < scene.cameras.size(); ++i)
+        known += fmt::format("{}{} '{}'", i ? ", " : "", i, io::printable(scene.cameras[i].name));
+    throw UsageError(fmt::format("-c {}: there is no such camera; {}", io::printable(name),
+                                 known.empty() ? "the scene has none" : "there are " + known));
+}

@@ -1,0 +1,298 @@
+// znrender as a user meets it: pictures, messages and exit codes.
+
+#include "support/runProgram.h"
+#include "support/TemporaryFolder.h"
+
+#include "io/imageReader.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+using support::ProgramResult;
+
+namespace {
+
+const std::string studio = std::string(ZN_SOURCE_DIR) + "/examples/studio.glb";
+
+ProgramResult znrender(std::vector<std::string> arguments)
+{
+    return support::runProgram("znrender", std::move(arguments));
+}
+
+/// A square in the plane y = 0 seen from the front, as the smallest useful glTF.
+std::string squareScene(const std::string& folder)
+{
+    const std::string path = folder + "/square.gltf";
+    std::ofstream(path) << R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],
+"nodes":[{"mesh":0}],"meshes":[{"primitives":[{"attributes":{"POSITION":0},"indices":1}]}],
+"accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3","min":[-1,-1,0],"max":[1,1,0]},
+{"bufferView":1,"componentType":5123,"count":6,"type":"SCALAR"}],
+"bufferViews":[{"buffer":0,"byteOffset":0,"byteLength":48},{"buffer":0,"byteOffset":48,"byteLength":12}],
+"buffers":[{"byteLength":60,"uri":"data:application/octet-stream;base64,)"
+                           "AACAvwAAgL8AAAAAAACAPwAAgL8AAAAAAACAPwAAgD8AAAAAAACAvwAAgD8AAAAA"
+                           "AAABAAIAAAACAAMA"
+                        << R"("}]})";
+    return path;
+}
+
+/// Share of pixels that are not black.
+double coverage(const io::ImageData& image)
+{
+    u64 lit = 0;
+    for (u32 y = 0; y < image.height; ++y)
+        for (u32 x = 0; x < image.width; ++x)
+            lit += image.getNormalized(x, y, 0) + image.getNormalized(x, y, 1) +
+                       image.getNormalized(x, y, 2) >
+                   0.02f;
+    return double(lit) / (double(image.width) * image.height);
+}
+
+} // namespace
+
+TEST(ZnRender, RendersTheBundledScene)
+{
+    const TemporaryFolder folder;
+    const std::string picture = folder.path("studio.png");
+    const ProgramResult result = znrender({studio, "-o", picture, "-r", "160x90", "-s", "2", "-q"});
+    ASSERT_EQ(result.exitCode, 0) << result.error;
+    EXPECT_EQ(result.error, "");
+    const io::ImageData image = io::readImage(picture);
+    EXPECT_EQ(image.width, 160u);
+    EXPECT_EQ(image.height, 90u);
+    EXPECT_EQ(image.channels, 3u);
+    // The backdrop fills the view.
+    EXPECT_GT(coverage(image), 0.95);
+}
+
+// The square of edge 2 at distance 5, seen under 45 degrees, covers (1 / (5 tan 22.5))^2 of a
+// square picture.
+TEST(ZnRender, ShowsASquareInItsPerspectiveSize)
+{
+    const TemporaryFolder folder;
+    const std::string scene = squareScene(folder.path()), picture = folder.path("a.exr");
+    for (const char* mode : {"still", "interactive"}) {
+        const ProgramResult result = znrender(
+            {scene, "-o", picture, "-r", "200x200", "-s", "4", "--eye", "0,-5,0", "--at", "0,0,0",
+             "--fov", "45", "--filter", "box:1", "--mode", mode, "-q", "--overwrite"});
+        ASSERT_EQ(result.exitCode, 0) << result.error;
+        const double edge = 1.0 / (5.0 * std::tan(22.5 * 3.14159265358979 / 180.0));
+        EXPECT_NEAR(coverage(io::readImage(picture)), edge * edge, 0.012) << mode;
+    }
+}
+
+TEST(ZnRender, WritesEveryFormatItNames)
+{
+    const TemporaryFolder folder;
+    const std::string scene = squareScene(folder.path());
+    std::vector<std::string> arguments{scene, "-r", "33x17", "-s", "1", "-q"};
+    const std::vector<std::string> suffixes{".png", ".jpg", ".tif", ".hdr", ".exr", ".pfm"};
+    for (const std::string& suffix : suffixes) {
+        arguments.push_back("-o");
+        arguments.push_back(folder.path("a") + suffix);
+    }
+    const ProgramResult result = znrender(arguments);
+    ASSERT_EQ(result.exitCode, 0) << result.error;
+    for (const std::string& suffix : suffixes) {
+        const io::ImageData image = io::readImage(folder.path("a") + suffix);
+        EXPECT_EQ(image.width, 33u) << suffix;
+        EXPECT_EQ(image.height, 17u) << suffix;
+    }
+}
+
+TEST(ZnRender, CropsToThePartAskedFor)
+{
+    const TemporaryFolder folder;
+    const std::string whole = folder.path("whole.pfm"), part = folder.path("part.pfm");
+    const std::vector<std::string> common{studio, "-r", "160x90", "--mode", "interactive",
+                                          "-s",   "1",  "-q",     "-o"};
+    std::vector<std::string> a = common, b = common;
+    a.push_back(whole);
+    b.insert(b.end(), {part, "--crop", "0.25,0.2,0.75,0.6"});
+    ASSERT_EQ(znrender(a).exitCode, 0);
+    const ProgramResult result = znrender(b);
+    ASSERT_EQ(result.exitCode, 0) << result.error;
+    const io::ImageData wholeImage = io::readImage(whole), partImage = io::readImage(part);
+    ASSERT_EQ(partImage.width, 80u);
+    ASSERT_EQ(partImage.height, 36u);
+    // Rows count from the top: the part begins at 90 - 54.
+    for (u32 y = 0; y < partImage.height; ++y)
+        for (u32 x = 0; x < partImage.width; ++x)
+            ASSERT_EQ(partImage.getValue(x, y, 0), wholeImage.getValue(x + 40, y + 36, 0))
+                << x << ", " << y;
+}
+
+TEST(ZnRender, GivesTheSamePictureWithAnyNumberOfThreads)
+{
+    const TemporaryFolder folder;
+    std::vector<io::ImageData> images;
+    for (const char* threads : {"1", "2", "7"}) {
+        const std::string picture = folder.path() + "/" + threads + ".pfm";
+        ASSERT_EQ(znrender({studio, "-o", picture, "-r", "97x61", "-s", "2", "--filter", "box:1",
+                            "-t", threads, "--tile", "16", "-q"})
+                      .exitCode,
+                  0);
+        images.push_back(io::readImage(picture));
+    }
+    EXPECT_EQ(images[0].values, images[1].values);
+    EXPECT_EQ(images[0].values, images[2].values);
+}
+
+TEST(ZnRender, KeepsExistingFilesUnlessToldOtherwise)
+{
+    const TemporaryFolder folder;
+    const std::string scene = squareScene(folder.path()), picture = folder.path("a.png");
+    std::ofstream(picture) << "old";
+    ProgramResult result = znrender({scene, "-o", picture, "-r", "8x8", "-s", "1", "-q"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.errorLines(), 1);
+    EXPECT_NE(result.error.find("a.png"), std::string::npos) << result.error;
+    EXPECT_EQ(std::filesystem::file_size(picture), 3u);
+    result = znrender({scene, "-o", picture, "-r", "8x8", "-s", "1", "-q", "--overwrite"});
+    EXPECT_EQ(result.exitCode, 0) << result.error;
+    EXPECT_EQ(io::readImage(picture).width, 8u);
+}
+
+TEST(ZnRender, RefusesAWrongCommandLineInOneLine)
+{
+    const std::vector<std::vector<std::string>> wrong = {
+        {},
+        {studio},
+        {"-o", "a.png"},
+        {studio, "-o", "a.png", "--no-such-option"},
+        {studio, "-o", "a.xyz"},
+        {studio, "-o", "a.png", "-r", "0x10"},
+        {studio, "-o", "a.png", "-r", "10"},
+        {studio, "-o", "a.png", "-r", "99999999999x99999999999"},
+        {studio, "-o", "a.png", "-r", "10x10x10"},
+        {studio, "-o", "a.png", "-s", "0"},
+        {studio, "-o", "a.png", "-s", "many"},
+        {studio, "-o", "a.png", "--crop", "0.5,0,0.5,1"},
+        {studio, "-o", "a.png", "--crop", "0,0,1"},
+        {studio, "-o", "a.png", "--fov", "180"},
+        {studio, "-o", "a.png", "--eye", "1,2"},
+        {studio, "-o", "a.png", "--eye", "1,2,nan"},
+        {studio, "-o", "a.png", "--time-limit", "5x"},
+        {studio, "-o", "a.png", "--filter", "sharp"},
+        {studio, "-o", "a.png", "--limit", "nodes"},
+        {studio, "-o", "a.png", "--mode", "moving"},
+        {studio, "-o", "a.png", "-c", "no such camera", "-r", "8x8"},
+        {"list", "fields", "NoSuchType"},
+        {"list", "everything"},
+    };
+    for (const std::vector<std::string>& arguments : wrong) {
+        const ProgramResult result = znrender(arguments);
+        std::string line;
+        for (const std::string& word : arguments)
+            line += word + " ";
+        EXPECT_EQ(result.exitCode, 2) << line << result.error;
+        EXPECT_EQ(result.errorLines(), 1) << line << result.error;
+        EXPECT_EQ(result.out, "") << line;
+    }
+    EXPECT_FALSE(std::filesystem::exists("a.png"));
+}
+
+TEST(ZnRender, NamesFileAndCauseOfABadScene)
+{
+    const TemporaryFolder folder;
+    const auto file = [&](const std::string& name, const std::string& content) {
+        std::ofstream(folder.path() + "/" + name, std::ios::binary) << content;
+        return folder.path() + "/" + name;
+    };
+    const std::vector<std::string> scenes = {
+        folder.path("missing.glb"),
+        folder.path(),
+        file("empty.gltf", ""),
+        file("text.gltf", "no json"),
+        file("open.gltf", "{\"asset\": {\"version\": \"2.0\""),
+        file("nothing.gltf", R"({"asset":{"version":"2.0"}})"),
+        file("cut.glb", std::string("glTF\2\0\0\0\xff\xff\0\0", 12)),
+        file("unknown.xyz", "some text"),
+        file("cycle.gltf", R"({"asset":{"version":"2.0"},"scenes":[{"nodes":[0]}],)"
+                           R"("nodes":[{"children":[1]},{"children":[0]}]})"),
+    };
+    for (const std::string& scene : scenes) {
+        const std::string picture = folder.path("out.png");
+        const ProgramResult result = znrender({scene, "-o", picture, "-r", "8x8", "-s", "1"});
+        EXPECT_EQ(result.exitCode, 1) << scene << "\n" << result.error;
+        EXPECT_EQ(result.errorLines(), 1) << scene << "\n" << result.error;
+        EXPECT_NE(result.error.find(std::filesystem::path(scene).filename().string()),
+                  std::string::npos)
+            << result.error;
+        EXPECT_FALSE(std::filesystem::exists(picture)) << scene;
+    }
+}
+
+TEST(ZnRender, SaysBeforeTheFirstRayThatAnOutputCannotBeWritten)
+{
+    const TemporaryFolder folder;
+    for (const std::string& output :
+         {folder.path("no/such/folder/a.png"), folder.path("folder.png")}) {
+        std::filesystem::create_directories(folder.path("folder.png"));
+        const ProgramResult result =
+            znrender({studio, "-o", output, "-r", "4096x4096", "-s", "4096"});
+        EXPECT_EQ(result.exitCode, 1) << result.error;
+        EXPECT_EQ(result.errorLines(), 1) << result.error;
+    }
+}
+
+TEST(ZnRender, TellsWhatASceneHolds)
+{
+    const ProgramResult info = znrender({"info", studio});
+    EXPECT_EQ(info.exitCode, 0) << info.error;
+    EXPECT_NE(info.out.find("materials  6"), std::string::npos) << info.out;
+    EXPECT_NE(info.out.find("hero"), std::string::npos) << info.out;
+    const ProgramResult cameras = znrender({"list", "cameras", studio});
+    EXPECT_EQ(cameras.exitCode, 0);
+    EXPECT_NE(cameras.out.find("30 degrees"), std::string::npos) << cameras.out;
+    const ProgramResult fields = znrender({"list", "fields", "UberCamera"});
+    EXPECT_EQ(fields.exitCode, 0);
+    EXPECT_NE(fields.out.find("fovAxis"), std::string::npos);
+    EXPECT_NE(znrender({"list", "types"}).out.find("UGlassMaterial"), std::string::npos);
+    EXPECT_EQ(znrender({"--version"}).exitCode, 0);
+    EXPECT_NE(znrender({"--help"}).out.find("--crop"), std::string::npos);
+}
+
+TEST(ZnRender, ConvertsToAnArchiveThatGivesTheSamePicture)
+{
+    const TemporaryFolder folder;
+    const std::string archive = folder.path("studio.zna");
+    const ProgramResult convert = znrender({"convert", studio, "-o", archive});
+    ASSERT_EQ(convert.exitCode, 0) << convert.error;
+    std::vector<io::ImageData> images;
+    for (const std::string& scene : {studio, archive}) {
+        const std::string picture = folder.path("a.pfm");
+        const ProgramResult result = znrender({scene, "-o", picture, "-r", "96x54", "-s", "1",
+                                               "--mode", "interactive", "-q", "--overwrite"});
+        ASSERT_EQ(result.exitCode, 0) << result.error;
+        images.push_back(io::readImage(picture));
+    }
+    EXPECT_EQ(images[0].values, images[1].values);
+}
+
+TEST(ZnRender, FinishesTheSampleAndWritesWhenInterrupted)
+{
+    const TemporaryFolder folder;
+    const std::string picture = folder.path("a.png");
+    // Interrupted as soon as the first progress line shows that it renders.
+    const ProgramResult result = support::runProgram(
+        "znrender", {studio, "-o", picture, "-r", "640x360", "-s", "65536"}, [](int process) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+            kill(process, SIGINT);
+        });
+    EXPECT_EQ(result.exitCode, 3) << result.error;
+    EXPECT_EQ(io::readImage(picture).width, 640u);
+}
+
+TEST(ZnRender, StopsWhenTheTimeIsUp)
+{
+    const TemporaryFolder folder;
+    const std::string picture = folder.path("a.png"), stats = folder.path("stats.json");
+    const ProgramResult result = znrender({studio, "-o", picture, "-r", "320x180", "-s", "65536",
+                                           "--time-limit", "1s", "--stats", stats, "-q"});
+    EXPECT_EQ(result.exitCode, 0) << result.error;
+    std::ifstream file(stats);
+    const std::string text((std::istreambuf_iterator<char>(file)), {});
+    EXPECT_NE(text.find("\"complete\": false"), std::string::npos) << text;
+}
