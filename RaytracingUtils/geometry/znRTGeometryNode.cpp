@@ -112,11 +112,13 @@ bool znRTGeometryNode::updateGeometry(const unsigned long long&)
 
 bool znRTGeometryNode::update()
 {
+    // Transforms are taken over on the way.
     const bool changed = znRTGeometryNodeBase::update();
-    const bool moved = updateTransformMatrices();
+    if (verifyData())
+        updateGeometry(~0ull);
     const int before = visible;
     updateVisibility();
-    return changed || moved || visible != before;
+    return changed || visible != before;
 }
 
 bool znRTGeometryNode::updateTransformMatrices()
