@@ -1,6 +1,5 @@
 #include "host/osg/CameraDecorator.h"
 
-
 #include <algorithm>
 
 namespace osg {
@@ -24,6 +23,16 @@ TransformationMatrix<double> CameraDecorator::getProjection(u32 width, u32 heigh
 {
     return getDecoratee() ? getDecoratee()->getProjection(width, height)
                           : TransformationMatrix<double>();
+}
+
+TransformationMatrix<double> OffsetCameraDecorator::getProjection(u32 width, u32 height) const
+{
+    // A pixel is two units of clip space over the size; the offset counts half pixels.
+    TransformationMatrix<double> shift;
+    shift[3][0] = -double(getOffsetX()) / std::max(width, 1u);
+    shift[3][1] = -double(getOffsetY()) / std::max(height, 1u);
+    shift.mult(CameraDecorator::getProjection(width, height));
+    return shift;
 }
 
 TransformationMatrix<double> TileCameraDecorator::getProjection(u32 width, u32 height) const

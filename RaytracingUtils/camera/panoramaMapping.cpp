@@ -2,6 +2,8 @@
 
 #include "camera/znRTEnvironmentLens.h"
 
+#include <cmath>
+
 namespace {
 
 const float pi = 3.14159265f;
@@ -134,8 +136,9 @@ znRTPanoramaRay mapAngles(const znRTEnvironmentLens& lens, const znRTPanoramaCho
     sincos(clamp01(b) * pi, sinTheta, cosTheta);
     const znRTVector3fPacket direction(sinTheta * sinPhi, sinTheta * cosPhi, cosTheta);
 
-    // To the left of the direction of view; the right eye is on the other side.
-    znFloatType<2> offset(lens.stereoOffset);
+    // To the left of the direction of view; the right eye is on the other side. The sign of the
+    // offset says the same as the eye and is not needed.
+    znFloatType<2> offset(std::fabs(lens.stereoOffset));
     if (lens.lensType == znRTEnvironmentLens::omniDirectionalStereo)
         offset *= clamp01(absolute(sinTheta) * lens.polarMerge);
     offset = offset ^ (choice.isRightEye & znFloatType<2>(-0.0f));

@@ -25,6 +25,9 @@ class OffsetCameraDecorator : public CameraDecorator
     ZN_FIELD(float, offsetY, OffsetY, 0.0f, "half pixel", -1.0f, 1.0f)
     ZN_FIELD(u32, fullWidth, FullWidth, 0, "pixel", 0, 1048576) ///< 0: that of the view
     ZN_FIELD(u32, fullHeight, FullHeight, 0, "pixel", 0, 1048576)
+
+    /// The projection moved, so that pixel centres look at the sample's place.
+    TransformationMatrix<double> getProjection(u32 width, u32 height) const override;
 };
 
 /// A rectangle of a larger image. The projection is that of the whole image, cut down.
