@@ -1,0 +1,180 @@
+#include "accel/walk/bundleWalk.h"
+
+#include "accel/walk/objectTests.h"
+#include "accel/walk/packetWalk.h"
+
+namespace {
+constexpr unsigned s_maxPackets = znRTRayPacketBundle::s_maxPackets;
+
+class BundleWalk
+{
+public:
+    BundleWalk(const znRTRayPacketBundle& rays, const znFloatType<2>* near,
+               const znFloatType<2>* far, znRTHitInfoPacketBundle& results, const int* laneMasks,
+               bool clip)
+        : bundle(rays), tMin(near), tMax(far), hits(results), masks(laneMasks), clipping(clip),
+          corners(rays.getRepresentative().invDirection), origin(rays.getRepresentative().origin)
+    {
+        // Signs as the corners have them; a zero's sign counts.
+        for (int axis = 0; axis < 3; ++axis)
+            nearPlane[axis] = moveMask(corners[axis]) ? 2 : 0;
+    }
+
+    void run(u64 root);
+
+private:
+    struct Child
+    {
+        unsigned first; ///< first active packet; count of packets when the child is missed
+        int lanes;
+        znFloatType<2> near;
+    };
+
+    int testPacket(unsigned packet, const float* const* planes, int side,
+                   znFloatType<2>& near) const;
+    bool isOutside(const float* const* planes, int side) const;
+    Child testChild(const znRTBVHNodeLayout& node, int side, unsigned first) const;
+    void visit(u64 reference, const znRTBVHNodeLayout* parent, int side, unsigned first);
+
+    const znRTRayPacketBundle& bundle;
+    const znFloatType<2>* const tMin;
+    const znFloatType<2>* const tMax;
+    znRTHitInfoPacketBundle& hits;
+    const int* const masks;
+    const bool clipping;
+    const znRTVector3fPacket& corners;
+    const znRTVector3fPacket& origin;
+    int nearPlane[3]; ///< place of the near planes in a node's four values
+};
+
+/// Lanes of a packet that meet a child's box.
+int BundleWalk::testPacket(unsigned packet, const float* const* planes, int side,
+                           znFloatType<2>& near) const
+{
+    const znRTRayPacket& ray = bundle.rays[packet];
+    near = tMin[packet];
+    znFloatType<2> far = hits.hits[packet].t;
+    // The running value is the second operand: the NaN of a ray inside a plane is dropped.
+    for (int axis = 0; axis < 3; ++axis) {
+        const znFloatType<2> a(planes[axis][side + nearPlane[axis]]);
+        const znFloatType<2> b(planes[axis][side + (nearPlane[axis] ^ 2)]);
+        near = maximum((a - ray.origin[axis]) * ray.invDirection[axis], near);
+        far = minimum((b - ray.origin[axis]) * ray.invDirection[axis], far);
+    }
+    return moveMask(near <= far) & masks[packet];
+}
+
+/// Whether a box lies outside of the frustum of the corner rays.
+bool BundleWalk::isOutside(const float* const* planes, int side) const
+{
+    float near[3], far[3];
+    for (int axis = 0; axis < 3; ++axis) {
+        const znFloatType<2> a =
+            znFloatType<2>(planes[axis][side + nearPlane[axis]]) - origin[axis];
+        const znFloatType<2> b =
+            znFloatType<2>(planes[axis][side + (nearPlane[axis] ^ 2)]) - origin[axis];
+        near[axis] = firstLane(minimumOfLanes(a * corners[axis]));
+        far[axis] = firstLane(maximumOfLanes(b * corners[axis]));
+    }
+    return near[2] > far[1] || near[1] > far[2] || near[2] > far[0] || near[1] > far[0] ||
+           near[0] > far[1] || near[0] > far[2];
+}
+
+BundleWalk::Child BundleWalk::testChild(const znRTBVHNodeLayout& node, int side,
+                                        unsigned first) const
+{
+    const float* const planes[3] = {node.x, node.y, node.z};
+    Child child;
+    child.first = first;
+    child.lanes = testPacket(first, planes, side, child.near);
+    if (child.lanes)
+        return child;
+    if (!isOutside(planes, side))
+        for (++child.first; child.first < bundle.count; ++child.first) {
+            if (!masks[child.first])
+                continue;
+            child.lanes = testPacket(child.first, planes, side, child.near);
+            if (child.lanes)
+                return child;
+        }
+    child.first = bundle.count;
+    return child;
+}
+
+/// Hands the packets that meet an object's box to the object.
+void BundleWalk::visit(u64 reference, const znRTBVHNodeLayout* parent, int side, unsigned first)
+{
+    const znRTIntersector* const object = znRTDynamicBVHNode::getLeafNode(reference);
+    if (!object || !bundle.getRepresentative().applyFilter(object, 15))
+        return;
+    const float* const planes[3] = {parent->x, parent->y, parent->z};
+    int narrowed[s_maxPackets] = {};
+    for (unsigned i = first; i < bundle.count; ++i)
+        if (masks[i]) {
+            znFloatType<2> near;
+            narrowed[i] = testPacket(i, planes, side, near);
+        }
+    if (!clipping || !object->isClippingEnable())
+        return object->intersect(bundle, tMin, tMax, hits, narrowed, first);
+    for (unsigned i = first; i < bundle.count; ++i)
+        if (narrowed[i]) {
+            const znRTClippedInterval interval(*object, bundle.rays[i], tMin[i], hits.hits[i]);
+            object->intersect(bundle.rays[i], interval.tMin, tMax[i], hits.hits[i], narrowed[i]);
+        }
+}
+
+void BundleWalk::run(u64 root)
+{
+    // An entry names a child by its parent, so that the child's box is at hand when it is visited.
+    struct Entry
+    {
+        const znRTBVHNodeLayout* parent;
+        int side;
+        unsigned first;
+    };
+    Entry stack[s_walkStackSize];
+    int depth = 0;
+    unsigned first = 0;
+    while (first < bundle.count && !masks[first])
+        ++first;
+    if (first == bundle.count || znRTBVHNodeLayout::isLeaf(root))
+        return;
+    u64 reference = root;
+    while (true) {
+        const auto& node = *reinterpret_cast<const znRTBVHNodeLayout*>(reference);
+        _mm_prefetch(reinterpret_cast<const char*>(node.left & ~u64(1)), _MM_HINT_T0);
+        _mm_prefetch(reinterpret_cast<const char*>(node.right & ~u64(1)), _MM_HINT_T0);
+        const Child left = testChild(node, 0, first), right = testChild(node, 1, first);
+        const Entry entries[2] = {{&node, 0, left.first}, {&node, 1, right.first}};
+        if (left.lanes && right.lanes) {
+            // With different first packets the earlier one leads: the distances of different
+            // packets say nothing about each other.
+            const bool leftFirst = left.first != right.first
+                                       ? left.first < right.first
+                                       : (moveMask(left.near <= right.near) & left.lanes) != 0;
+            stack[depth++] = entries[leftFirst ? 1 : 0];
+            stack[depth++] = entries[leftFirst ? 0 : 1];
+        } else if (left.lanes)
+            stack[depth++] = entries[0];
+        else if (right.lanes)
+            stack[depth++] = entries[1];
+        while (true) {
+            if (depth == 0)
+                return;
+            const Entry entry = stack[--depth];
+            reference = entry.side ? entry.parent->right : entry.parent->left;
+            first = entry.first;
+            if (!znRTBVHNodeLayout::isLeaf(reference))
+                break;
+            visit(reference, entry.parent, entry.side, first);
+        }
+    }
+}
+} // namespace
+
+void walkBundle(u64 root, const znRTRayPacketBundle& bundle, const znFloatType<2>* tMin,
+                const znFloatType<2>* tMax, znRTHitInfoPacketBundle& hits, const int* masks,
+                bool clipping)
+{
+    BundleWalk(bundle, tMin, tMax, hits, masks, clipping).run(root);
+}
