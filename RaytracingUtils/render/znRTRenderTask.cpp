@@ -28,6 +28,7 @@ znRTRenderTask::~znRTRenderTask() = default;
 void znRTRenderTask::bind(znRaytracerP& view)
 {
     target = view.m_passBuffers[0];
+    pixelTarget = target;
     camera = znRTRenderUtils::getCamera();
     workingClamp = sampleClamp;
     tileQueue = &view.m_tileQueue;

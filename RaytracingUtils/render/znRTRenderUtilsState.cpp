@@ -3,6 +3,7 @@
 #include "accel/znRTDynamicBVH.h"
 #include "camera/znRTCamera.h"
 #include "host/znPixelfilter.h"
+#include "host/znRTGeometryNodeBase.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRTSceneHandler.h"
 #include "material/znRTMaterial.h"

@@ -1,4 +1,4 @@
-// Baking, ray files and projector views: parts of the interface without a body yet. Each says so
+// Baking and ray files: parts of the interface without a body yet. Each says so
 // once and leaves its outputs alone.
 
 #include "render/notAvailable.h"
@@ -8,7 +8,6 @@ namespace {
 
 znRTOnceWarning s_noBaking("Baking of ambient occlusion is not available yet.");
 znRTOnceWarning s_noRayFiles("Ray files are not available yet.");
-znRTOnceWarning s_noProjectors("Projector views are not available yet.");
 
 } // namespace
 
@@ -52,9 +51,4 @@ bool znRaytracingUtils::generateRayFile(const char*, const std::vector<znNodePtr
 {
     s_noRayFiles();
     return false;
-}
-
-void znRaytracingUtils::setPBARSettings(osg::FCPtr<osg::RaytracingPBARSettings>, u64)
-{
-    s_noProjectors();
 }

@@ -2,7 +2,9 @@
 
 #include "accel/znRTAccelerator.h"
 #include "camera/znRTCamera.h"
+#include "camera/znRTProjectionBasedARLens.h"
 #include "core/znRTFloatControl.h"
+#include "host/osg/RaytracingPBARSettings.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRTSceneHandler.h"
 #include "host/znRaytracerP.h"
@@ -71,6 +73,27 @@ void znRaytracingUtils::updateMasterCamera(znRaytracerP* view, osg::Camera* came
     takeCamera(*view, camera);
     if (znRTCamera* const current = znRTRenderUtils::getCamera())
         current->rowStride = current->fullImageStride;
+}
+
+void znRaytracingUtils::setPBARSettings(osg::FCPtr<osg::RaytracingPBARSettings> settings,
+                                        u64 viewId)
+{
+    znRTCamera* const current = znRTRenderUtils::getCamera();
+    if (!current)
+        return;
+    znRTLensShader* lens = current->getLensShader();
+    const bool isProjector = lens && lens->isOfType(znRTProjectionBasedARLens::s_typeId);
+    znRTRenderUtils::s_pbarMode = bool(settings);
+    if (!settings) {
+        if (isProjector) // the next update makes the lens of the camera
+            current->setLensShader(nullptr);
+        return;
+    }
+    if (!isProjector) {
+        lens = new znRTProjectionBasedARLens;
+        current->setLensShader(lens);
+    }
+    static_cast<znRTProjectionBasedARLens*>(lens)->setPBARSettings(settings, viewId);
 }
 
 void znRaytracingUtils::updateSceneplates(znRaytracerP*, osg::Viewport*, osg::Camera*)
