@@ -74,6 +74,18 @@ std::size_t characterStart(std::string_view text, std::size_t at)
 
 } // namespace
 
+bool isUtf8(std::string_view text)
+{
+    u32 codePoint = 0;
+    while (!text.empty()) {
+        const std::size_t length = sequenceLength(text, codePoint);
+        if (length == 0)
+            return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
 std::string printable(std::string_view text, std::size_t maxBytes)
 {
     if (text.size() <= maxBytes)

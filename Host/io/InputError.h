@@ -14,6 +14,9 @@ namespace io {
 /// @param maxBytes  longer texts are cut in the middle, "..." in the place of what is left out
 std::string printable(std::string_view text, std::size_t maxBytes = 400);
 
+/// Whether a text is valid UTF-8 throughout (RFC 3629).
+bool isUtf8(std::string_view text);
+
 /// Thrown by everything that reads. what() is one line of printable UTF-8: "FILE: CAUSE".
 class InputError : public std::runtime_error
 {
