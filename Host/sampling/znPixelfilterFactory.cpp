@@ -63,5 +63,8 @@ znPixelfilter* znPixelfilterFactory::getPixelfilter(int type, float sizeX, float
     const auto radius = [isKnown](float size) {
         return isKnown ? 0.5f * std::fmin(std::fmax(size, smallestSize), largestSize) : 0.5f;
     };
-    return new SeparableFilter(radius(sizeX), radius(sizeY), profiles[isKnown ? type : int(box)]);
+    auto* filter =
+        new SeparableFilter(radius(sizeX), radius(sizeY), profiles[isKnown ? type : int(box)]);
+    filter->hasFixedSize = !isKnown;
+    return filter;
 }

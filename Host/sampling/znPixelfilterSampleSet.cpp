@@ -69,9 +69,10 @@ void znPixelfilterSampleSet::setFilter(znPixelfilter* newFilter)
 
 void znPixelfilterSampleSet::updateFilter(float sizeX, float sizeY, float shiftX, float shiftY)
 {
-    if (filter && sizeX > 0.0f)
+    const bool isResizable = filter && !filter->hasFixedSize;
+    if (isResizable && sizeX > 0.0f)
         filter->radiusX = 0.5f * std::clamp(sizeX, 1.0f, 32.0f);
-    if (filter && sizeY > 0.0f)
+    if (isResizable && sizeY > 0.0f)
         filter->radiusY = 0.5f * std::clamp(sizeY, 1.0f, 32.0f);
     tabulate(shiftX, shiftY);
 }

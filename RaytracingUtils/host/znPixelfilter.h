@@ -25,7 +25,8 @@ public:
     virtual ~znPixelfilter() = default;
 
     float radiusX, radiusY;
-    bool separable; ///< weight = f(x) g(y)
+    bool separable;            ///< weight = f(x) g(y)
+    bool hasFixedSize = false; ///< znPixelfilterSampleSet leaves the radii alone
 };
 
 class znPixelfilterFactory

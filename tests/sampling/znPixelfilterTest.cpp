@@ -188,6 +188,17 @@ TEST(PixelfilterSampleSet, TabulatesTheFilterAroundTheShiftedSample)
         }
 }
 
+// Cameras hold a size for all kinds; without a filter it must not matter.
+TEST(PixelfilterSampleSet, StaysInTheBoxStateWithoutAFilterWhateverTheSize)
+{
+    znPixelfilterSampleSet set = makeSet(Factory::none, 5.0f);
+    set.updateFilter(5.0f, 5.0f, 0.5f, -0.5f);
+    EXPECT_TRUE(set.isBox());
+    set.setFilter(Factory::getPixelfilter(Factory::box, 5.0f, 5.0f));
+    set.updateFilter(5.0f, 5.0f, 0.5f, -0.5f);
+    EXPECT_FALSE(set.isBox());
+}
+
 TEST(PixelfilterSampleSet, KeepsItsTableWhenMoved)
 {
     znPixelfilterSampleSet set = makeSet(Factory::triangle, 4.0f);
