@@ -123,6 +123,9 @@ void znRTMeshIntersector::buildTreeIterative(znRTBoundingBox& box)
         box.surround(threadBox);
     traverser->build(this, node, shared->triangles.data, box, boxes, GeometryType::triangles,
                      maxLeafSize);
+    if (s_copiesPositions)
+        static_cast<znRTBVHIntersector*>(traverser)->copyPositions(positions,
+                                                                   shared->triangles.data);
 }
 
 void znRTMeshIntersector::rebuild()
