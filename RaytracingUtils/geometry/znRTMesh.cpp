@@ -213,10 +213,11 @@ bool znRTMesh::calculateTangents()
     // Instances of a core arrive at once; the one that computes does so without handing out tasks
     // under the lock, except isolated ones.
     const std::lock_guard lock(sharedVolume->tangentLock);
-    if (sharedVolume->tangentVersion == version)
-        return true;
-    tbb::this_task_arena::isolate([&] { accumulateTangents(*geometry, sharedVolume->tangents); });
-    sharedVolume->tangentVersion = version;
+    if (sharedVolume->tangentVersion != version) {
+        tbb::this_task_arena::isolate(
+            [&] { accumulateTangents(*geometry, sharedVolume->tangents); });
+        sharedVolume->tangentVersion = version;
+    }
     usesTangents = true;
     return true;
 }

@@ -13,6 +13,10 @@ public:
     /// Zero triangles behind the list, so that a leaf of four may be loaded at its end.
     static constexpr u32 s_padding = 4;
 
+    /// Whether trees built from now on keep the positions of their triangles in the order of the
+    /// leaves: 36 bytes per triangle, for faster leaf tests with the same results.
+    static inline bool s_copiesPositions = true;
+
     znRTMeshIntersector(znRTMesh* mesh, int index);
     ~znRTMeshIntersector() override;
 
