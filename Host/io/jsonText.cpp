@@ -41,9 +41,11 @@ std::string placeOf(std::string_view text, std::size_t byte)
 /// "[json.exception.parse_error.101] parse error at line 1, column 2: TEXT" without its head.
 std::string reasonOf(const nlohmann::json::exception& error)
 {
-    const std::string text = error.what();
-    const std::size_t colon = text.find(": ");
-    return colon == text.npos ? text : text.substr(colon + 2);
+    std::string text = error.what();
+    text.erase(0, text.find("] ") == text.npos ? 0 : text.find("] ") + 2);
+    if (text.rfind("parse error at ", 0) == 0 && text.find(": ") != text.npos)
+        text.erase(0, text.find(": ") + 2);
+    return text;
 }
 
 } // namespace

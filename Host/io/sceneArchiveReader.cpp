@@ -7,6 +7,7 @@
 #include "io/sceneArchiveFormat.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace io {
 namespace {
@@ -198,9 +199,12 @@ void Reader::refuseCircles()
     m_where.clear();
 }
 
+/// NaN and infinity have no form in JSON and are written as null.
 template <class T>
 T Reader::number(const json& value) const
 {
+    if (value.is_null())
+        return std::numeric_limits<T>::quiet_NaN();
     if (!value.is_number())
         fail("is no number");
     return value.get<T>();
@@ -315,6 +319,8 @@ FieldVariant Reader::decode(const FieldDescription& field, const json& value)
         return value.get<int>();
     if (value.is_number())
         return value.get<double>();
+    if (value.is_null())
+        return number<double>(value);
     fail("has a value of no known kind");
 }
 
@@ -380,12 +386,11 @@ osg::Ref<FieldContainer> Reader::read()
 bool isSceneArchive(InputFile& file)
 {
     ArchiveHeader header;
-    header.magic[0] = 0;
     const u64 position = file.getPosition();
     file.seek(0);
-    file.read(&header, sizeof(header));
+    const std::size_t size = file.read(&header, sizeof(header));
     file.seek(position);
-    return header.hasMagic();
+    return size == sizeof(header) && header.hasMagic();
 }
 
 osg::Ref<FieldContainer> readSceneArchive(InputFile& file)
