@@ -6,8 +6,8 @@
 //   OBJ, PLY, STL, FBX, Collada by the import program, which hands over an archive
 // Whatever the file's axes are, the result is right-handed with z up and in metres.
 
-#include "host/osg/Node.h"
 #include "io/Limits.h"
+#include "io/SceneFile.h"
 
 #include <string>
 #include <vector>
@@ -20,13 +20,11 @@ struct SceneReadOptions
     Limits limits;
 };
 
-/// @return the root of the file's scene, named after the file
 /// @throws InputError
-osg::Ref<osg::Node> readScene(const std::string& path, const SceneReadOptions& options = {});
+SceneFile readScene(const std::string& path, const SceneReadOptions& options = {});
 
-/// Puts several scenes under one root, which is named after the first.
+/// Puts several scenes under one root; a single one stays as it is.
 /// @throws InputError of the first file that cannot be read
-osg::Ref<osg::Node> readScenes(const std::vector<std::string>& paths,
-                               const SceneReadOptions& options = {});
+SceneFile readScenes(const std::vector<std::string>& paths, const SceneReadOptions& options = {});
 
 } // namespace io

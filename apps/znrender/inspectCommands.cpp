@@ -8,6 +8,7 @@
 #include "io/InputError.h"
 #include "io/OutputFile.h"
 #include "io/sceneArchive.h"
+#include "scene/sceneQueries.h"
 
 #include <fmt/format.h>
 
@@ -55,10 +56,10 @@ const char* projectionName(int mode)
     return mode >= 0 && mode < 8 ? names[mode] : "unknown";
 }
 
-void printCameras(const LoadedScene& scene)
+void printCameras(const io::SceneFile& scene)
 {
     for (std::size_t i = 0; i < scene.cameras.size(); ++i) {
-        const scene::NamedCamera& entry = scene.cameras[i];
+        const io::SceneFile::CameraEntry& entry = scene.cameras[i];
         osg::Pnt3f from, at;
         osg::Vec3f up;
         entry.camera->getFromAtUp(from, at, up);
@@ -126,7 +127,7 @@ void printFields(const std::string& name)
 
 int runInfo(const Options& options)
 {
-    const LoadedScene loaded = loadScene(options);
+    const io::SceneFile loaded = loadScene(options);
     const scene::Content content = scene::countContent(loaded.root.get());
     fmt::print("nodes      {}\ninstances  {} of {} meshes\ntriangles  {}\nvertices   {}\n"
                "materials  {}\nlights     {}\ncameras    {}\n",
@@ -159,7 +160,7 @@ int runConvert(const Options& options)
     const auto existing =
         options.overwrite ? io::OutputFile::Existing::replace : io::OutputFile::Existing::refuse;
     io::OutputFile::checkTarget(options.outputs.front(), existing);
-    const LoadedScene loaded = loadScene(options);
-    io::writeSceneArchive(options.outputs.front(), loaded.root.get(), existing);
+    const io::SceneFile loaded = loadScene(options);
+    io::writeSceneArchive(loaded.root.get(), options.outputs.front());
     return exitDone;
 }

@@ -7,20 +7,17 @@
 
 #include <charconv>
 
-LoadedScene loadScene(const Options& options)
+io::SceneFile loadScene(const Options& options)
 {
     io::SceneReadOptions read;
     read.includeFolders = options.includeFolders;
     read.limits = options.limits;
-    LoadedScene scene;
-    scene.root = io::readScenes(options.scenes, read);
-    scene.cameras = scene::findCameras(scene.root.get());
-    return scene;
+    return io::readScenes(options.scenes, read);
 }
 
-osg::CameraPtr findCamera(const LoadedScene& scene, const std::string& name)
+osg::CameraPtr findCamera(const io::SceneFile& scene, const std::string& name)
 {
-    for (const scene::NamedCamera& camera : scene.cameras)
+    for (const io::SceneFile::CameraEntry& camera : scene.cameras)
         if (camera.name == name)
             return camera.camera;
     std::size_t number = 0;

@@ -4,17 +4,11 @@
 
 #include "Options.h"
 
-#include "scene/sceneQueries.h"
-
-struct LoadedScene
-{
-    osg::Ref<osg::Node> root;
-    std::vector<scene::NamedCamera> cameras;
-};
+#include "io/SceneFile.h"
 
 /// @throws io::InputError
-LoadedScene loadScene(const Options& options);
+io::SceneFile loadScene(const Options& options);
 
 /// @param name  of a camera, or its number in the list counted from 0
 /// @throws UsageError that lists what there is
-osg::CameraPtr findCamera(const LoadedScene& scene, const std::string& name);
+osg::CameraPtr findCamera(const io::SceneFile& scene, const std::string& name);

@@ -99,7 +99,7 @@ osg::Vec3f toVec(const std::array<double, 3>& v)
 }
 
 /// A camera of the view options, placed by a node of its own that the caller adds to the scene.
-osg::UberCameraPtr makeFramedCamera(const Options& options, const LoadedScene& scene,
+osg::UberCameraPtr makeFramedCamera(const Options& options, const io::SceneFile& scene,
                                     osg::Ref<osg::Node>& beacon)
 {
     ViewRequest request;
@@ -125,7 +125,7 @@ osg::UberCameraPtr makeFramedCamera(const Options& options, const LoadedScene& s
     return camera;
 }
 
-osg::UberCameraPtr chooseCamera(const Options& options, const LoadedScene& scene,
+osg::UberCameraPtr chooseCamera(const Options& options, const io::SceneFile& scene,
                                 osg::Ref<osg::Node>& beacon)
 {
     const ViewOptions& view = options.view;
@@ -219,7 +219,7 @@ int runRender(const Options& options)
     Statistics statistics;
     Clock::time_point start = Clock::now();
     FrameDriver driver;
-    const LoadedScene scene = loadScene(options);
+    const io::SceneFile scene = loadScene(options);
     statistics.loadSeconds = secondsSince(start);
 
     osg::Ref<osg::Node> beacon;

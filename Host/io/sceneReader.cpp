@@ -1,0 +1,100 @@
+#include "io/sceneReader.h"
+
+#include "io/InputError.h"
+#include "io/gltfReader.h"
+#include "io/importerProcess.h"
+#include "io/sceneArchive.h"
+#include "scene/sceneQueries.h"
+
+#include <algorithm>
+
+namespace io {
+
+namespace {
+
+enum class SceneFormat { gltf, archive, imported };
+
+std::string lowerSuffix(const std::string& path)
+{
+    const std::size_t dot = path.rfind('.'), slash = path.rfind('/');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
+        return "";
+    std::string suffix = path.substr(dot);
+    std::transform(suffix.begin(), suffix.end(), suffix.begin(),
+                   [](unsigned char c) { return char(std::tolower(c)); });
+    return suffix;
+}
+
+/// By the first bytes where a format has a signature, else by the suffix.
+SceneFormat recognizeScene(const std::string& path, const Limits& limits)
+{
+    InputFile file = InputFile::open(path, limits);
+    char start[4] = {};
+    if (file.read(start, sizeof start) == sizeof start && std::equal(start, start + 4, "glTF"))
+        return SceneFormat::gltf;
+    if (isSceneArchive(file))
+        return SceneFormat::archive;
+    const std::string suffix = lowerSuffix(path);
+    if (suffix == ".gltf" || suffix == ".glb")
+        return SceneFormat::gltf;
+    const char* const imported[] = {".obj", ".ply", ".stl", ".fbx", ".dae"};
+    if (std::find(std::begin(imported), std::end(imported), suffix) == std::end(imported))
+        throw InputError(path, "not a scene format that can be read; there are glTF, OBJ, PLY, "
+                               "STL, FBX, Collada and scene archives");
+    return SceneFormat::imported;
+}
+
+SceneFile fromRoot(const std::string& path, const osg::Ref<osg::FieldContainer>& content)
+{
+    osg::Ref<osg::Node> root = osg::Node::Ptr::dcast(content.get());
+    if (!root)
+        throw InputError(path, "is an archive of something else than a scene");
+    SceneFile scene;
+    for (const scene::NamedCamera& camera : scene::findCameras(root.get()))
+        scene.cameras.push_back({camera.name, camera.camera, camera.node});
+    scene.triangles = scene::countContent(root.get()).triangles;
+    scene.root = std::move(root);
+    return scene;
+}
+
+} // namespace
+
+SceneFile readScene(const std::string& path, const SceneReadOptions& options)
+{
+    SceneFile scene;
+    switch (recognizeScene(path, options.limits)) {
+    case SceneFormat::gltf:
+        scene = readGltf(path, options.includeFolders, options.limits);
+        break;
+    case SceneFormat::archive: {
+        InputFile file = InputFile::open(path, options.limits);
+        scene = fromRoot(path, readSceneArchive(file));
+        break;
+    }
+    case SceneFormat::imported:
+        scene = fromRoot(path, importScene(path, options.includeFolders, options.limits));
+        break;
+    }
+    if (scene.root->getWorldBox().isEmpty())
+        throw InputError(path, "holds nothing that could be seen");
+    return scene;
+}
+
+SceneFile readScenes(const std::vector<std::string>& paths, const SceneReadOptions& options)
+{
+    if (paths.size() == 1)
+        return readScene(paths.front(), options);
+    SceneFile all;
+    all.root = osg::Node::create(nullptr, "scenes");
+    for (const std::string& path : paths) {
+        SceneFile scene = readScene(path, options);
+        all.root->addChild(scene.root.get());
+        std::move(scene.cameras.begin(), scene.cameras.end(), std::back_inserter(all.cameras));
+        std::move(scene.lights.begin(), scene.lights.end(), std::back_inserter(all.lights));
+        all.warnings += scene.warnings;
+        all.triangles += scene.triangles;
+    }
+    return all;
+}
+
+} // namespace io
