@@ -42,8 +42,7 @@ TEST(PhotonRefresh, RunsEveryFourthIterationInBothModes)
         for (u32 iteration = 1; iteration <= 40; ++iteration) {
             znRTPhotonState state = still(1, 16, iteration);
             state.stillFrame = isStill;
-            EXPECT_EQ(decidePhotonRefresh(state),
-                      iteration % 4 == 0 ? update(iteration, 0) : keep)
+            EXPECT_EQ(decidePhotonRefresh(state), iteration % 4 == 0 ? update(iteration, 0) : keep)
                 << iteration;
         }
 }

@@ -1,5 +1,5 @@
-#include "render/pixelFormatDispatch.h"
 #include "render/pixelStore.h"
+#include "render/pixelFormatDispatch.h"
 
 #include <gtest/gtest.h>
 
@@ -50,7 +50,7 @@ TEST(HalfConversion, RoundsToNearestEven)
 {
     EXPECT_EQ(toHalf(1.0f), 0x3c00);
     EXPECT_EQ(toHalf(-2.0f), 0xc000);
-    EXPECT_EQ(toHalf(1.0f + 0x1p-11f), 0x3c00); // halfway, even below
+    EXPECT_EQ(toHalf(1.0f + 0x1p-11f), 0x3c00);     // halfway, even below
     EXPECT_EQ(toHalf(1.0f + 3 * 0x1p-11f), 0x3c02); // halfway, even above
     EXPECT_EQ(toHalf(1.0f + 0x1.01p-11f), 0x3c01);
     EXPECT_EQ(toHalf(65504.0f), 0x7bff);
@@ -147,8 +147,7 @@ TEST(PixelFormats, HaveTheirSizesAndUnknownNumbersAreSharedExponent)
     const u64 sizes[] = {4, 3, 4, 12, 16, 4, 8, 3};
     for (u32 format = 0; format < 8; ++format)
         EXPECT_EQ(pixelSize(format), sizes[format]) << format;
-    const bool isRGBE = dispatchPixelFormat(77, [](auto format) {
-        return std::is_same_v<typename decltype(format)::type, ZN_RGBE>;
-    });
+    const bool isRGBE = dispatchPixelFormat(
+        77, [](auto format) { return std::is_same_v<typename decltype(format)::type, ZN_RGBE>; });
     EXPECT_TRUE(isRGBE);
 }

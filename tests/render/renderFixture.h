@@ -3,6 +3,7 @@
 // A small host for tests of the render frame: a scene with meshes, a camera, a view with buffers,
 // and the instance that drives them.
 
+#include "camera/znRTCamera.h"
 #include "host/osg/Geometry.h"
 #include "host/osg/Node.h"
 #include "host/osg/OffsetCameraDecorator.h"

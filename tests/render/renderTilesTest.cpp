@@ -50,9 +50,9 @@ u32 halveStepByStep(u32 t, u64 area, u64 cores)
 // Drawn by hand: right 1, up 1, left 2, down 2, right 3, from the tile of the centre.
 TEST(SpiralTiles, WindOutwardFromTheCentre)
 {
-    const Places expected = {{32, 32}, {48, 32}, {48, 48}, {32, 48}, {16, 48}, {16, 32}, {16, 16},
-                             {32, 16}, {48, 16}, {0, 48},  {0, 32},  {0, 16},  {0, 0},   {16, 0},
-                             {32, 0},  {48, 0}};
+    const Places expected = {{32, 32}, {48, 32}, {48, 48}, {32, 48}, {16, 48}, {16, 32},
+                             {16, 16}, {32, 16}, {48, 16}, {0, 48},  {0, 32},  {0, 16},
+                             {0, 0},   {16, 0},  {32, 0},  {48, 0}};
     EXPECT_EQ(placesOf(makeSpiralTiles(64, 64, 16)), expected);
 }
 
@@ -126,8 +126,7 @@ TEST(TileHalving, EndsAtTwoPixelsAndLeavesTinyTilesAlone)
 TEST(RegionPixels, RoundEdgesToPixelBorders)
 {
     const float region[4] = {0.25f, 0.0f, 0.75f, 0.5f}, whole[4] = {0, 1, 0, 1};
-    EXPECT_EQ(regionPixels(region, whole, 100, 51, 100, 51),
-              (znRTPixelRectangle{25, 75, 0, 26}));
+    EXPECT_EQ(regionPixels(region, whole, 100, 51, 100, 51), (znRTPixelRectangle{25, 75, 0, 26}));
 }
 
 // The view is the right half of the image, 100 of 200 pixels: the region 0.4..0.75 begins left of

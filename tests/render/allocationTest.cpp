@@ -1,0 +1,117 @@
+// No allocation while a tile is traced. The program's own malloc counts what one thread asks for
+// between two marks; everything in the process ends there, operator new included.
+
+#include "renderFixture.h"
+
+#include <cstdlib>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZN_SANITIZED 1
+#else
+#define ZN_SANITIZED 0
+#endif
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#undef ZN_SANITIZED
+#define ZN_SANITIZED 1
+#endif
+#endif
+
+#if !ZN_SANITIZED
+
+namespace {
+
+thread_local bool s_isCounting = false;
+thread_local std::size_t s_allocations = 0;
+
+} // namespace
+
+extern "C" {
+
+void* __libc_malloc(std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void* scalable_aligned_malloc(std::size_t size, std::size_t alignment);
+
+void* malloc(std::size_t size)
+{
+    s_allocations += s_isCounting;
+    return __libc_malloc(size);
+}
+
+void* realloc(void* block, std::size_t size)
+{
+    s_allocations += s_isCounting;
+    return __libc_realloc(block, size);
+}
+
+} // extern "C"
+
+// Takes the place of the host's function for all libraries of this program.
+void* zn_aligned_malloc(u64 size, u64 alignment)
+{
+    s_allocations += s_isCounting;
+    return scalable_aligned_malloc(size ? size : 1, alignment);
+}
+
+using namespace renderTest;
+using Settings = znRTRaytracingSettings;
+
+namespace {
+
+class TileAllocations : public RenderTest
+{
+protected:
+    std::size_t countInTiles(bool stillFrame, int samples, bool traceAndCopy)
+    {
+        Settings::s_interactiveImageSamples = samples;
+        view.record.m_traceAndCopy = traceAndCopy;
+        resize(64, 48);
+        begin(stillFrame);
+        std::vector<ZN_RGBA32F> output(64 * 48);
+        view.record.m_frameOutput = output.data();
+        view.record.m_frameOutputSize = output.size() * sizeof(ZN_RGBA32F);
+        ensureRenderTask(view.record.m_renderTask, view.record, 182);
+        znRTRenderTask& task = *view.record.m_renderTask;
+        task.gridX1 = task.gridWidth = 64;
+        task.gridY1 = task.gridHeight = 48;
+        for (const znRTRenderTile& tile : view.record.m_allTiles)
+            task.traceTile(tile); // what is made at the first use of a thread is not counted
+        s_allocations = 0;
+        s_isCounting = true;
+        for (const znRTRenderTile& tile : view.record.m_allTiles)
+            task.traceTile(tile);
+        s_isCounting = false;
+        view.record.m_frameOutput = nullptr;
+        view.record.m_frameOutputSize = 0;
+        view.record.m_traceAndCopy = 0;
+        Settings::s_interactiveImageSamples = 1;
+        return s_allocations;
+    }
+};
+
+} // namespace
+
+TEST_F(TileAllocations, AreNone)
+{
+    add(makeSphere(16, 32));
+    EXPECT_EQ(countInTiles(false, 1, false), 0u);
+    EXPECT_EQ(countInTiles(false, 4, false), 0u);
+    EXPECT_EQ(countInTiles(false, 2, true), 0u);
+    EXPECT_EQ(countInTiles(true, 1, false), 0u);
+}
+
+TEST_F(TileAllocations, WouldBeSeen)
+{
+    s_allocations = 0;
+    s_isCounting = true;
+    void* volatile block = std::malloc(16);
+    std::vector<int>* volatile list = new std::vector<int>(100);
+    void* volatile aligned = zn_aligned_malloc(64, 64);
+    s_isCounting = false;
+    EXPECT_EQ(s_allocations, 4u);
+    std::free(block);
+    delete list;
+    zn_aligned_free(aligned);
+}
+
+#endif

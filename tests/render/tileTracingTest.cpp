@@ -1,0 +1,133 @@
+#include "renderFixture.h"
+
+#include "host/znTBBInit.h"
+
+#include <cstdlib>
+#include <set>
+#include <tuple>
+
+using namespace renderTest;
+using Settings = znRTRaytracingSettings;
+
+namespace {
+
+class TileTracing : public RenderTest
+{
+protected:
+    void TearDown() override
+    {
+        Settings::s_interactiveImageSamples = 1;
+        Settings::s_stillFrameSupersampling = 1;
+        znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.0f, 0.0f, 0.0f, 0.0f);
+        RenderTest::TearDown();
+    }
+    /// Every pixel shows the background, within what the mean of samples loses.
+    void expectBackgroundEverywhere(float value, float tolerance)
+    {
+        for (u32 y = 0; y < view.record.m_renderHeight; ++y)
+            for (u32 x = 0; x < view.record.m_renderWidth; ++x)
+                ASSERT_NEAR(view.pixel(x, y).g, value, tolerance) << x << ", " << y;
+        ASSERT_TRUE(view.guardIsIntact());
+    }
+};
+
+} // namespace
+
+// The mean multiplies with the reciprocal estimate of the processor, good to 3e-4.
+TEST_F(TileTracing, WritesEachPixelOfOddImagesOnceForAllSampleCounts)
+{
+    znRTRenderUtils::s_backgroundColor = znRTColorPacket(1.0f, 1.0f, 1.0f, 1.0f);
+    for (auto [width, height] : {std::pair<u32, u32>{101, 33}, {1, 1}, {3, 257}, {16, 32}})
+        for (u32 size : {2u, 16u, 33u})
+            for (int samples : {1, 2, 3, 16}) {
+                SCOPED_TRACE(testing::Message() << width << " x " << height << ", tiles of " << size
+                                                << ", " << samples << " samples");
+                Settings::s_interactiveImageSamples = samples;
+                resize(width, height, size);
+                begin();
+                ASSERT_FALSE(trace());
+                expectBackgroundEverywhere(1.0f, samples == 1 ? 0.0f : 4e-4f);
+            }
+}
+
+// A box of one pixel and four iterations: the Latin rows of the lens visit each pixel once, the
+// pixels of a supersampled frame likewise.
+TEST_F(TileTracing, GivesEachPixelOfAStillFrameWeightOneAfterFourIterations)
+{
+    znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.25f, 0.5f, 1.0f, 1.0f);
+    for (auto [width, height] : {std::pair<u32, u32>{101, 33}, {1, 1}, {3, 257}, {64, 64}})
+        for (int s : {1, 2, 3}) {
+            SCOPED_TRACE(testing::Message() << width << " x " << height << ", s = " << s);
+            Settings::s_stillFrameSupersampling = s;
+            resize(width, height);
+            begin(true);
+            accumulate(4);
+            for (std::size_t i = 0; i < view.filterWeights.size(); ++i)
+                ASSERT_EQ(view.filterWeights[i], 1.0f) << i;
+            expectBackgroundEverywhere(0.5f, 0.0f);
+        }
+}
+
+TEST_F(TileTracing, GivesTheSameImageForEveryNumberOfTasks)
+{
+    resize(96, 80);
+    add(makeSphere(20, 40));
+    begin();
+    ASSERT_FALSE(trace(1));
+    const std::vector<ZN_RGBA32F> reference = view.frame;
+    for (u32 taskCount : {0u, 2u, 3u, 8u}) {
+        view.resize(96, 80);
+        ASSERT_FALSE(trace(taskCount));
+        EXPECT_EQ(
+            std::memcmp(view.frame.data(), reference.data(), reference.size() * sizeof(ZN_RGBA32F)),
+            0)
+            << taskCount;
+    }
+}
+
+TEST_F(TileTracing, SkipsFinishedPixelsOfAStillFrame)
+{
+    znRTRenderUtils::s_backgroundColor = znRTColorPacket(1.0f, 1.0f, 1.0f, 1.0f);
+    resize(32, 32);
+    begin(true);
+    for (u32 i = 0; i < 32 * 32; i += 3)
+        view.activePixels[i] = 0;
+    const std::vector<u8> mask = view.activePixels;
+    for (u32 i = 1; i <= 4; ++i) { // iteration 0 would set the mask again
+        view.record.m_iteration = i;
+        updateCamera();
+        ASSERT_FALSE(trace());
+    }
+    for (u32 i = 0; i < 32 * 32; ++i)
+        EXPECT_EQ(view.filterWeights[i], float(mask[i])) << i;
+}
+
+TEST_F(TileTracing, SplatsAWideFilterWithTheSameTotalWeight)
+{
+    znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.5f, 0.5f, 0.5f, 1.0f);
+    camera->setFilterType(3);
+    camera->setFilterSizeX(4.0f);
+    camera->setFilterSizeY(4.0f);
+    resize(48, 40);
+    begin(true);
+    accumulate(4, 1);
+    // Far from the border every pixel collects the whole table from its neighbours.
+    const float sum = znRTRenderUtils::getCamera()->pixelFilterSet.getSum();
+    for (u32 y = 8; y < 32; ++y)
+        for (u32 x = 8; x < 40; ++x) {
+            EXPECT_NEAR(view.filterWeights[y * 48 + x], sum, 1e-4f * sum);
+            EXPECT_NEAR(view.pixel(x, y).r / view.filterWeights[y * 48 + x], 0.5f, 1e-5f);
+        }
+    EXPECT_TRUE(view.guardIsIntact());
+}
+
+TEST_F(TileTracing, MeasuresItsTilesAndSortsThemAfterTheFirstIteration)
+{
+    resize(96, 80);
+    add(makeSphere(20, 40));
+    begin();
+    ASSERT_FALSE(trace());
+    for (std::size_t i = 1; i < view.record.m_allTiles.size(); ++i)
+        EXPECT_GE(view.record.m_allTiles[i - 1].time, view.record.m_allTiles[i].time);
+    EXPECT_GT(view.record.m_allTiles[0].time, 0u);
+}
