@@ -66,8 +66,9 @@ FramedView frameScene(const osg::Box& box, const ViewRequest& request)
 {
     const Vec low = box.isEmpty() ? Vec{-0.5, -0.5, -0.5} : toVec(box.minimum);
     const Vec high = box.isEmpty() ? Vec{0.5, 0.5, 0.5} : toVec(box.maximum);
-    const double radius = std::max(0.5 * length(high - low), 1e-6);
     const Vec centre = (low + high) * 0.5;
+    // A point has no size of its own; the eye keeps a distance that floats can express.
+    const double radius = std::max({0.5 * length(high - low), 1e-5 * length(centre), 1e-6});
     const Vec at = request.at ? toVec(*request.at) : centre;
 
     const auto eachCorner = [&](auto&& use) {
@@ -92,7 +93,7 @@ FramedView frameScene(const osg::Box& box, const ViewRequest& request)
                 std::max(std::abs(dot(d, right)) / tanX, std::abs(dot(d, up)) / tanY);
             distance = std::max(distance, aside + dot(d, back));
         });
-        eye = at + back * std::max(distance, 1e-3 * radius);
+        eye = at + back * std::max(distance, radius);
     }
 
     Vec target = at;
