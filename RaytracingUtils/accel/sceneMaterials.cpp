@@ -148,9 +148,11 @@ void znRTAccelerator::setActiveMaterial(const osg::MaterialPtr& material, const 
 
 void znRTAccelerator::initMaterials()
 {
-    for (const auto& [id, node] : geometryNodes)
-        setActiveMaterial(resolveMaterialAssignment(node->getNode(), node->getCore()),
-                          node->getNode(), node->getCore(), node);
+    for (const auto& [id, node] : geometryNodes) {
+        const osg::NodeCorePtr core = node->getActiveGeometryCore();
+        setActiveMaterial(resolveMaterialAssignment(node->getNode(), core), node->getNode(), core,
+                          node);
+    }
     updateMaterials();
 }
 

@@ -169,10 +169,11 @@ bool znRTAccelerator::updateObjects()
     for (const auto& [id, node] : geometryNodes) {
         if (!isAlive(id))
             continue;
-        const osg::MaterialPtr material =
-            resolveMaterialAssignment(node->getNode(), node->getCore());
+        // The core in force: the one that was read may have been replaced, and be gone.
+        const osg::NodeCorePtr core = node->getActiveGeometryCore();
+        const osg::MaterialPtr material = resolveMaterialAssignment(node->getNode(), core);
         if (!node->getMaterial() || node->getMaterial()->getHostMaterial() != material) {
-            setActiveMaterial(material, node->getNode(), node->getCore(), node);
+            setActiveMaterial(material, node->getNode(), core, node);
             objectsChanged = true;
         }
         if (node->update())
@@ -215,7 +216,7 @@ znRTGeometryNodeBase* znRTAccelerator::getGeometryNodeBase(unsigned long long in
 bool znRTAccelerator::setMaterial(unsigned int index, const osg::MaterialPtr& material)
 {
     if (znRTGeometryNode* const node = getSceneNode(index))
-        setActiveMaterial(material, node->getNode(), node->getCore(), node);
+        setActiveMaterial(material, node->getNode(), node->getActiveGeometryCore(), node);
     // No material displaces yet, so trees stay.
     return false;
 }
@@ -225,7 +226,8 @@ bool znRTAccelerator::updateObjectMaterial(unsigned int index)
     znRTGeometryNode* const node = getSceneNode(index);
     if (!node)
         return false;
-    const osg::MaterialPtr material = resolveMaterialAssignment(node->getNode(), node->getCore());
+    const osg::MaterialPtr material =
+        resolveMaterialAssignment(node->getNode(), node->getActiveGeometryCore());
     if (node->getMaterial() && node->getMaterial()->getHostMaterial() == material)
         return false;
     return setMaterial(index, material);

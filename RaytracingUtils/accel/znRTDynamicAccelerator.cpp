@@ -30,6 +30,15 @@ bool isFinite(const znRTBoundingBox& box)
     return true;
 }
 
+bool isFinite(const znMatrix4x4& matrix)
+{
+    for (int column = 0; column < 4; ++column)
+        for (int row = 0; row < 4; ++row)
+            if (!std::isfinite(matrix[column][row]))
+                return false;
+    return true;
+}
+
 const znRTBoundingBox nothing({0, 0, 0}, {0, 0, 0});
 
 } // namespace
@@ -94,9 +103,10 @@ void znRTDynamicAccelerator::collectRecords(std::vector<Entry>& entries,
         intersectorBytes += node.getIntersectorMemoryUsage();
         node.updateWorldVolume();
         const znRTBoundingBox& box = node.getWorldVolume();
-        if (!box.isValid() || node.getToWorldMatrix().determinant3x3() == 0.0f)
+        const znMatrix4x4& toWorld = node.getToWorldMatrix();
+        entry.isNotFinite = !isFinite(toWorld) || (box.isValid() && !isFinite(box));
+        if (!box.isValid() || toWorld.determinant3x3() == 0.0f)
             return;
-        entry.isNotFinite = !isFinite(box);
         if (entry.isNotFinite)
             return;
         fullBoxes.local().surround(box);

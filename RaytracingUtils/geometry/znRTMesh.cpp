@@ -102,6 +102,9 @@ u64 znRTMesh::getGeometryVersion() const
 
 bool znRTMesh::verifyData()
 {
+    // First of all: a core that was replaced may be gone.
+    if (getActiveGeometryCore() != m_core)
+        return true;
     const osg::Geometry* const geometry = getGeometry();
     if (!geometry)
         return valid;
