@@ -1,0 +1,120 @@
+// Normals as they are shown, and the block's view of its nodes.
+
+#include "camera/znRTCamera.h"
+#include "host/osg/UberCamera.h"
+#include "lensFixture.h"
+#include "render/znRTFragment.h"
+#include "render/znRTNormalRenderingIntegrator.h"
+#include "render/znRTRenderUtils.h"
+#include "support/lanes.h"
+#include "support/meshScene.h"
+
+namespace {
+
+class NormalRendering : public LensTest
+{
+protected:
+    NormalRendering() : previous(znRTRenderUtils::s_currentAccelerator)
+    {
+        znRTRenderUtils::s_currentAccelerator = scene.scene.get();
+        fragment.colour = znRTColorPacket(znRTColor(0.1f, 0.2f, 0.3f, 0.0f));
+        fragment.coverage = znFloatType<2>(7.0f);
+    }
+    ~NormalRendering() override
+    {
+        znRTRenderUtils::s_currentAccelerator = previous;
+        znRTDataBlockPacket::s_worldToViewMatrix = znMatrix4x4Packet(znMatrix4x4::identity());
+    }
+    void integrate(znRTRayDifferentialPacket ray)
+    {
+        ray.pixelX = ray.pixelY = znIntType<2>(0);
+        ray.hasDifferentials = 0;
+        znRTDataBlockPacket block(scene.trace(ray));
+        znRTNormalRenderingIntegrator<znRTFragment>().integrate(fragment, &camera, ray, block, 0);
+    }
+
+    MeshScene scene;
+    znRTCamera camera;
+    znRTFragment fragment;
+
+private:
+    znRTAccelerator* previous;
+};
+
+using DataBlockNodes = NormalRendering;
+
+} // namespace
+
+TEST_F(NormalRendering, ShowsTheHueOfTheNormalInViewSpace)
+{
+    scene.add(makeSquare().get());
+    scene.build();
+    integrate(downward(znFloatType<2>(0.0f, 0.5f, -0.5f, 3.0f), 0.1f));
+    // The fourth ray passes the square and keeps the background.
+    EXPECT_LANES_NEAR(fragment.colour.r, 0.5f, 0.5f, 0.5f, 0.1f, 1e-5f);
+    EXPECT_LANES_NEAR(fragment.colour.b, 1.0f, 1.0f, 1.0f, 0.3f, 1e-5f);
+    EXPECT_LANES_EQ(fragment.colour.a, 1.0f, 1.0f, 1.0f, 0.0f);
+    EXPECT_LANES_EQ(fragment.coverage, 1.0f, 1.0f, 1.0f, 0.0f);
+
+    // Seen by a camera that is turned by 90 degrees about x, world z is its y axis.
+    znMatrix4x4 toView = znMatrix4x4::identity();
+    toView[1] = {0.0f, 0.0f, -1.0f, 0.0f};
+    toView[2] = {0.0f, 1.0f, 0.0f, 0.0f};
+    znRTDataBlockPacket::s_worldToViewMatrix = znMatrix4x4Packet(toView);
+    integrate(downward(0.0f, 0.1f));
+    EXPECT_LANES_NEAR(fragment.colour.g, 1.0f, 1.0f, 1.0f, 1.0f, 1e-5f);
+    EXPECT_LANES_NEAR(fragment.colour.b, 0.5f, 0.5f, 0.5f, 0.5f, 1e-5f);
+}
+
+TEST_F(NormalRendering, GetsDarkerTowardTheEdge)
+{
+    scene.add(makeSquare().get());
+    scene.build();
+    const auto brightness = [&](float slope) {
+        integrate(znRTRayDifferentialPacket(znRTRayPacket(znRTVector3fPacket(-slope, 0.1f, 1.0f),
+                                                          znRTVector3fPacket(slope, 0.0f, -1.0f))));
+        return fragment.colour.b[0];
+    };
+    EXPECT_NEAR(brightness(0.0f), 1.0f, 1e-5f);
+    EXPECT_NEAR(brightness(1.0f), 0.25f + 0.75f * std::sqrt(0.5f), 1e-5f);
+    EXPECT_GT(brightness(10.0f), 0.25f);
+}
+
+TEST_F(NormalRendering, KeepsTheBackgroundWithoutASurface)
+{
+    scene.add(makeSquare().get());
+    scene.build();
+    integrate(downward(4.0f, 0.0f));
+    EXPECT_LANES_EQ(fragment.colour.g, 0.2f, 0.2f, 0.2f, 0.2f);
+    EXPECT_LANES_EQ(fragment.coverage, 0.0f, 0.0f, 0.0f, 0.0f);
+}
+
+TEST_F(DataBlockNodes, GiveEachLaneItsOwnMatrices)
+{
+    osg::Matrix stretched = makeTranslation(3.0f, 0.0f, 1.0f);
+    stretched[0][0] = 0.5f;
+    const osg::NodePtr plain = scene.add(makeSquare().get());
+    const osg::NodePtr moved = scene.add(makeSquare().get(), stretched);
+    scene.build();
+    znRTRayDifferentialPacket ray = downward(znFloatType<2>(0.0f, 3.25f, 0.5f, 9.0f), 0.25f);
+    ray.hasDifferentials = 0;
+    znRTDataBlockPacket block(scene.trace(ray));
+    znRTRenderUtils::getShadingData(ray, block, false);
+    ASSERT_EQ(block.hit.hitMask, 7u);
+    block.computeShadingData(ray);
+    EXPECT_LANES_EQ(block.nodeToWorld[0][0], 1.0f, 0.5f, 1.0f, 1.0f);
+    EXPECT_LANES_EQ(block.nodeToWorld[3][0], 0.0f, 3.0f, 0.0f, 0.0f);
+    EXPECT_LANES_EQ(block.worldToNode[0][0], 1.0f, 2.0f, 1.0f, 1.0f);
+    EXPECT_NEAR(block.objectPosition.x[1], 0.5f, 1e-5f);
+    EXPECT_NEAR(block.objectPosition.z[1], 0.0f, 1e-5f);
+    EXPECT_NEAR(block.objectPosition.x[2], 0.5f, 1e-5f);
+    EXPECT_NEAR(block.objectNormal.z[1], 1.0f, 1e-5f);
+    EXPECT_NEAR(block.cosIncidence[0], 1.0f, 1e-5f);
+    const znIntType<2> ids = block.resolveToNodeId(0);
+    EXPECT_INT_LANES(ids, plain->getId(), moved->getId(), plain->getId(), 0);
+
+    block.hasNodeTransforms = 0;
+    block.computeShadingData(ray);
+    EXPECT_LANES_EQ(block.nodeToWorld[0][0], 1.0f, 1.0f, 1.0f, 1.0f);
+    EXPECT_EQ(block.objectPosition.x[1], block.dg.position.x[1]);
+}
