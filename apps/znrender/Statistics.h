@@ -11,8 +11,8 @@ struct Statistics
     double loadSeconds = 0.0;  ///< reading the files
     double buildSeconds = 0.0; ///< objects and trees of the core
     double traceSeconds = 0.0;
-    double copySeconds = 0.0;  ///< frame to picture, without the file
-    double writeSeconds = 0.0; ///< picture to file, with copySeconds in it
+    double copySeconds = 0.0;  ///< frame to picture
+    double writeSeconds = 0.0; ///< picture to file
     double threadSeconds = 0.0;
     u64 width = 0, height = 0;
     int samples = 0;

@@ -165,13 +165,16 @@ io::ImageData cutOut(const io::ImageData& whole, const std::array<double, 4>& cr
     return part;
 }
 
-void writeOutput(const Options& options, const std::string& path, FrameDriver& driver)
+void writeOutput(const Options& options, const std::string& path, FrameDriver& driver,
+                 Statistics& statistics)
 {
     const bool isFloat = isFloatFormat(path);
     const FrameDriver::Colors colors =
         isFloat ? FrameDriver::Colors::linear : FrameDriver::Colors::display;
     // Pictures for people are opaque; compositing wants the coverage.
+    const Clock::time_point start = Clock::now();
     io::ImageData image = cutOut(driver.getImage(colors), options.crop, isFloat ? 4 : 3);
+    statistics.copySeconds += secondsSince(start);
     io::ImageWriteOptions write;
     write.existing =
         options.overwrite ? io::OutputFile::Existing::replace : io::OutputFile::Existing::refuse;
@@ -192,12 +195,12 @@ void writeOutput(const Options& options, const std::string& path, FrameDriver& d
 
 /// Writes every picture that can be written; the first failure is reported at the end, so that one
 /// full disk does not cost the others.
-void writeOutputs(const Options& options, FrameDriver& driver)
+void writeOutputs(const Options& options, FrameDriver& driver, Statistics& statistics)
 {
     std::string firstError;
     for (const std::string& output : options.outputs) {
         try {
-            writeOutput(options, output, driver);
+            writeOutput(options, output, driver, statistics);
         } catch (const io::OutputError& error) {
             if (firstError.empty())
                 firstError = error.what();
@@ -246,8 +249,8 @@ int runRender(const Options& options)
         throw std::runtime_error("stopped before the first sample; nothing was written");
 
     start = Clock::now();
-    writeOutputs(options, driver);
-    statistics.writeSeconds = secondsSince(start);
+    writeOutputs(options, driver, statistics);
+    statistics.writeSeconds = secondsSince(start) - statistics.copySeconds;
     statistics.take(report, driver.view(), settings);
     if (!options.statsFile.empty())
         statistics.write(options.statsFile);
