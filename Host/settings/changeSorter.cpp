@@ -6,7 +6,7 @@
 #include "host/osg/FogSettings.h"
 #include "host/osg/Geometry.h"
 #include "host/osg/LightProfileAttachment.h"
-#include "host/osg/Material.h"
+#include "host/osg/Materials.h"
 #include "host/osg/RayFileAttachment.h"
 #include "host/osg/RaytracingGeoAttachment.h"
 #include "host/osg/RaytracingLightAttachment.h"
@@ -37,13 +37,6 @@ osg::FieldContainerPtr resolve(u32 id)
     return osg::FieldContainerFactory::the()->getContainer(id);
 }
 
-/// Whether the type has the name or an ancestor of it: for types of which only the name matters.
-bool isKindNamed(const osg::FieldContainerPtr& container, const char* typeName)
-{
-    const osg::FieldContainerType* type = osg::FieldContainerFactory::the()->findType(typeName);
-    return type && container->getType().isDerivedFrom(*type);
-}
-
 bool hasContent(const osg::NodePtr& node)
 {
     return isKindOf<osg::MaterialDrawable>(node->getCore()) ||
@@ -54,8 +47,10 @@ bool hasContent(const osg::NodePtr& node)
 
 void ChangeSorter::sort(const osg::ChangeList& list, u64 mask)
 {
+    // What was born and died within the list was never seen by anybody.
+    const std::set<u32> born(list.getCreated().begin(), list.getCreated().end());
     for (const u32 id : list.getDestroyed())
-        mark(changes.destroyed, id, znChangeNodesDestroyed);
+        mark(changes.destroyed, id, born.count(id) ? 0u : u32(znChangeNodesDestroyed));
     sortCreated(list);
     for (const osg::ChangeList::Change& change : list.getChanged())
         if (change.mask & mask)
@@ -159,8 +154,10 @@ void ChangeSorter::sortChanged(const osg::FieldContainerPtr& container, u64 mask
         sortMaterial(container);
     else if (!sortAttachment(container) && visited.insert(container->getId()).second) {
         // A part of something: an image, a property, a spectrum. What it belongs to has changed.
-        if (isKindOf<osg::Image>(container))
+        if (isKindOf<osg::Image>(container)) {
             changes.flags |= znChangeImages;
+            znRTMaterialSlots::reloadImage(container->getId());
+        }
         eachOwner(container->getId(), [&](const osg::FieldContainerPtr& owner) {
             sortChanged(owner, isKindOf<osg::Node>(owner) ? 0 : ~u64(0));
         });
@@ -259,14 +256,17 @@ void ChangeSorter::sortCore(const osg::FieldContainerPtr& core, u64 mask)
 
 void ChangeSorter::sortMaterial(const osg::FieldContainerPtr& material)
 {
+    // The change may be one of a texture or a spectrum, of which the material was not told.
+    if (const auto uber = osg::UberMaterialPtr::dcast(material))
+        uber->refill();
     const u32 id = material->getId();
     if (!visited.insert(id).second)
         return;
     mark(changes.materials, id, znChangeMaterials);
-    if (isKindNamed(material, "UEnvironmentMaterial") ||
-        isKindNamed(material, "UEnvironmentSwitchMaterial"))
+    if (isKindOf<osg::UEnvironmentMaterial>(material) ||
+        isKindOf<osg::UEnvironmentSwitchMaterial>(material))
         mark(changes.environments, id, znChangeEnvironment);
-    if (isKindNamed(material, "UVolumeScatterMaterial"))
+    if (isKindOf<osg::UVolumeScatterMaterial>(material))
         mark(changes.media, id, znChangeClipping);
     // A material that is made of others changes with them.
     eachOwner(id, [&](const osg::FieldContainerPtr& owner) {
