@@ -123,13 +123,23 @@ TEST(TileCameraDecorator, ShowsExactlyItsPartOfTheWholeImage)
     EXPECT_NEAR(part[2], whole[2], 1e-12);
 }
 
-TEST(OffsetCameraDecorator, LeavesTheProjectionOfTheCameraBelow)
+// What stood 0.7 half pixels right of a pixel's centre (in clip space 0.7 / width) stands in its
+// centre now, at every depth.
+TEST(OffsetCameraDecorator, MovesTheImageByPartsOfAPixel)
 {
     const Ref<UberCamera> camera = perspectiveCamera(50.0f, UberCamera::vertical);
     const Ref<OffsetCameraDecorator> offset = OffsetCameraDecorator::create();
     offset->setDecoratee(camera.get());
-    offset->setOffsetX(0.7f);
     EXPECT_EQ(offset->getProjection(40, 20), camera->getProjection(40, 20));
+    offset->setOffsetX(0.7f);
+    offset->setOffsetY(-0.3f);
+    for (const Pnt3d& p : {Pnt3d(0.3, -0.2, -1.5), Pnt3d(-4.0, 7.0, -20.0)}) {
+        const Pnt3d before = camera->getProjection(40, 20).multFullMatrixPnt(p);
+        const Pnt3d after = offset->getProjection(40, 20).multFullMatrixPnt(p);
+        EXPECT_NEAR(after[0], before[0] - 0.7 / 40.0, 1e-7);
+        EXPECT_NEAR(after[1], before[1] + 0.3 / 20.0, 1e-7);
+        EXPECT_NEAR(after[2], before[2], 1e-12);
+    }
     EXPECT_EQ(getUndecorated(offset.get()), camera.get());
     EXPECT_EQ(getUndecorated(camera.get()), camera.get());
     EXPECT_FALSE(getUndecorated(nullptr));
