@@ -2,7 +2,7 @@
 
 #include "host/znDaylightUtils.h"
 #include "host/znLog.h"
-#include "scene/environmentImage.h"
+#include "host/znRTEnvironmentImages.h"
 #include "scene/finishAttributes.h"
 
 #include <cmath>
@@ -27,6 +27,7 @@ struct UEnvironmentMaterial::Samplers
     };
     Source source;
     znRTSampler2D latitudeLongitude;
+    znRTSampler3D blurred; ///< made when somebody asks for it
     znRTVector3f average;
     bool isValid = false;
 };
@@ -49,20 +50,30 @@ UEnvironmentMaterial::Samplers& UEnvironmentMaterial::updateSamplers() const
     if (wanted == made.source)
         return made;
     made.source = wanted;
-    const Ref<Image> ready =
-        makeLatitudeLongitude(source, EnvironmentLayout(getLayout()), getImageGamma());
-    if (source && source->isValid() && !ready)
+    made.blurred.clear();
+    made.isValid = znRTEnvironmentImages::prepare(source, getLayout(), getImageGamma(),
+                                                  made.latitudeLongitude);
+    if (source && source->isValid() && !made.isValid)
         znLog::warning("Environment: the image does not have the form of its layout");
-    made.latitudeLongitude.setGamma(1.0f, false, true);
-    made.latitudeLongitude.setWrap(znRTTextureSampler::repeat, znRTTextureSampler::clamp);
-    made.latitudeLongitude.setImage(ready.get(), true, true);
-    made.isValid = made.latitudeLongitude.prepareData();
     if (made.isValid)
         made.latitudeLongitude.createMipmaps();
     const znRTVector4f mean =
         made.isValid ? made.latitudeLongitude.calculateSphereAverage() : znRTVector4f();
     made.average = {mean.x, mean.y, mean.z};
     return made;
+}
+
+znRTSampler3D* UEnvironmentMaterial::makeBlurSampler()
+{
+    Samplers& made = updateSamplers();
+    if (!made.isValid)
+        return nullptr;
+    constexpr int slices = 9, height = 64;
+    if (!made.blurred.isValid() &&
+        !znRTEnvironmentImages::buildStack(made.latitudeLongitude, made.blurred, slices, height))
+        return nullptr;
+    getRaytracingAttributes().blurSampler = &made.blurred;
+    return &made.blurred;
 }
 
 } // namespace osg
@@ -73,6 +84,7 @@ void znRTEnvironmentBlock::assignFrom(const osg::UEnvironmentMaterial& material,
     znRTEnvironmentRows::assignFrom(material, slots);
     auto& samplers = material.updateSamplers();
     environmentSampler = samplers.isValid ? &samplers.latitudeLongitude : nullptr;
+    blurSampler = samplers.blurred.isValid() ? &samplers.blurred : nullptr;
     averageColor = samplers.average;
     rotation = znMatrix4x4(material.getRotation());
     colorCorrectionMatrix = znMatrix4x4(material.getColorCorrectionMatrix());

@@ -59,9 +59,9 @@ class USkylightMaterial;
 struct znRTEnvironmentBlock : znRTEnvironmentRows
 {
     znRTSampler2D* environmentSampler = nullptr; ///< float RGB radiance; null without an image
-    znRTSamplerCube* cubeSampler = nullptr;      ///< levels of growing blur; null without
-    znRTSampler3D* blurSampler = nullptr;        ///< slices: 0 cosine-convolved to last sharp
-    znRTVector3f averageColor;                   ///< mean radiance over the sphere
+    /// Slices from cosine-convolved (0) to sharp (last); null until makeBlurSampler was called.
+    znRTSampler3D* blurSampler = nullptr;
+    znRTVector3f averageColor; ///< mean radiance over the sphere
     znMatrix4x4 rotation = znMatrix4x4::identity();
     znMatrix4x4 colorCorrectionMatrix = znMatrix4x4::identity();
     osg::UEnvironmentChunk* chunk = nullptr; ///< extracted lights
@@ -105,6 +105,11 @@ class UEnvironmentMaterial : public UberMaterial
     UEnvironmentMaterial();
     ~UEnvironmentMaterial() override;
     znRTEnvironmentAttributes& getRaytracingAttributes() override = 0;
+
+    /// The blurred environments, for shading without samples. Takes part of a second the first time
+    /// after a change of the image, and sets the record's blurSampler.
+    /// @return null without an image
+    znRTSampler3D* makeBlurSampler();
 
     /// Images made from the environment; rebuilt when image, layout or gamma changed.
     struct Samplers;
