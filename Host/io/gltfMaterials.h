@@ -1,0 +1,48 @@
+#pragma once
+
+// Materials of a glTF file, mapped onto the kinds of the renderer. The first rule that fits wins:
+//
+//   unlit                                   light material
+//   transmission                            glass
+//   black with emission                     light material
+//   sheen                                   velvet
+//   iridescence                             flipflop paint (approximate)
+//   clearcoat over metal / over the rest    metallic paint / unicolour paint
+//   with textures, or between metal and not substance
+//   metal, anisotropic / not                brushed metal / chrome
+//   rough / glossy                          plastic / reflective plastic
+//
+// Fields are set by name through reflection, so a kind that lacks one simply does without. The log
+// says which rule fired for which material.
+
+#include "host/osg/Material.h"
+#include "io/gltfTextures.h"
+
+#include <map>
+
+namespace io {
+
+class GltfMaterials
+{
+public:
+    GltfMaterials(GltfDocument& document, GltfTextures& textures);
+
+    /// The material of a primitive; with variants a switch over one material per variant. Null only
+    /// when no kind of material can be created at all.
+    osg::MaterialPtr get(const Json& primitive);
+
+    const std::vector<std::string>& getVariants() const { return variants; }
+
+private:
+    osg::MaterialPtr byNumber(std::optional<u64> index);
+    osg::Ref<osg::Material> read(const Json& description, const std::string& name);
+    osg::Ref<osg::Material> variantSwitch(const Json& mappings, const osg::MaterialPtr& usual);
+
+    GltfDocument& document;
+    GltfTextures& textures;
+    std::vector<std::string> variants;
+    std::map<std::optional<u64>, osg::Ref<osg::Material>> materials;
+    std::vector<osg::Ref<osg::Material>> switches;
+};
+
+} // namespace io

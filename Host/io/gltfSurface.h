@@ -1,0 +1,47 @@
+#pragma once
+
+// The material block of a glTF file with the extensions that are read, as plain numbers.
+
+#include "io/gltfDocument.h"
+
+namespace io {
+
+struct GltfSurface
+{
+    /// @throws GltfFault
+    explicit GltfSurface(const Json& description);
+
+    const Json& material; ///< the whole block
+    const Json& pbr;      ///< pbrMetallicRoughness, an empty object without
+
+    std::array<double, 4> baseColor{1.0, 1.0, 1.0, 1.0};
+    double metallic = 1.0, roughness = 1.0;
+    std::array<double, 3> emission{0.0, 0.0, 0.0};
+    double emissionStrength = 1.0;
+    double normalScale = 1.0;
+
+    enum class Alpha { opaque, mask, blend };
+    Alpha alpha = Alpha::opaque;
+    double alphaCutoff = 0.5;
+    bool isUnlit = false;
+
+    double ior = 1.5;
+    double specular = 1.0;
+    double transmission = 0.0, dispersion = 0.0, thickness = 0.0;
+    double attenuationDistance = 0.0; ///< 0: no absorption
+    std::array<double, 3> attenuationColor{1.0, 1.0, 1.0};
+    double clearcoat = 0.0;
+    std::array<double, 3> sheenColor{0.0, 0.0, 0.0};
+    double sheenRoughness = 0.0;
+    double iridescence = 0.0, iridescenceIor = 1.3;
+    double anisotropy = 0.0, anisotropyRotation = 0.0; ///< radians
+
+    bool hasTexture(const char* name) const { return member(material, name) != nullptr; }
+    bool hasPbrTexture(const char* name) const { return member(pbr, name) != nullptr; }
+    bool isTextured() const;
+    bool isEmissive() const;
+    /// Reflectance of the uncoated dielectric seen straight on, from its index of refraction.
+    double reflectance() const;
+};
+
+} // namespace io

@@ -1,0 +1,213 @@
+#include "io/gltfTextures.h"
+
+#include "io/InputError.h"
+#include "io/imageReader.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <fmt/format.h>
+#include <numbers>
+
+namespace io {
+
+namespace {
+
+/// The same pixels as a container of the scene: rows from the bottom to the top.
+osg::Ref<osg::Image> toSceneImage(const ImageData& source)
+{
+    static constexpr u32 formats[5] = {0, osg::Image::L, osg::Image::LA, osg::Image::RGB,
+                                       osg::Image::RGBA};
+    static constexpr u32 types[4] = {osg::Image::UInt8, osg::Image::UInt16, osg::Image::Float16,
+                                     osg::Image::Float32};
+    if (source.channels == 0 || source.channels > 4)
+        throw GltfFault(fmt::format("has {} channels", source.channels));
+    std::vector<u8> pixels(source.values.size());
+    const u64 row = source.getRowSize();
+    for (u64 y = 0; y < source.height; ++y)
+        std::memcpy(pixels.data() + y * row, source.values.data() + (source.height - 1 - y) * row,
+                    row);
+    const osg::Ref<osg::Image> image = osg::Image::create();
+    if (!image->take(formats[source.channels], source.width, source.height, std::move(pixels),
+                     types[int(source.type)]))
+        throw GltfFault("has no pixels");
+    return image;
+}
+
+int wrapModeOf(u64 mode)
+{
+    enum { clampToEdge = 33071, mirroredRepeat = 33648 };
+    return mode == clampToEdge ? 3 : mode == mirroredRepeat ? 1 : 0;
+}
+
+/// Repeat, offset and rotation of a slot.
+struct Placement
+{
+    osg::Vec2f repeat, offset;
+    float rotation;
+    bool isExact;
+};
+
+/// Brings offset, rotation r and scale k of KHR_texture_transform,
+///     u' = ox + kx cos r u + ky sin r v,   v' = oy - kx sin r u + ky cos r v   (v down),
+/// into the form of a slot with v up, R about 0.5 + offset and the repeat behind the rotation:
+///     p' = repeat * (R (p - 0.5 - offset)) + 0.5.
+/// With different repeats that is exact for multiples of 90 degrees only.
+Placement placementOf(double ox, double oy, double r, double kx, double ky)
+{
+    const double c = std::cos(r), s = std::sin(r);
+    const double constantU = ox + ky * s, constantV = 1.0 - oy - ky * c;
+    const bool isQuarter = std::abs(c) < 1e-6, isStraight = std::abs(s) < 1e-6;
+    const double tiny = 1e-6;
+    double repeatU = isQuarter ? ky : kx, repeatV = isQuarter ? kx : ky;
+    if (std::abs(repeatU) < tiny)
+        repeatU = tiny;
+    if (std::abs(repeatV) < tiny)
+        repeatV = tiny;
+    const double a = (0.5 - constantU) / repeatU, b = (0.5 - constantV) / repeatV;
+    const double x = c * a + s * b, y = c * b - s * a;
+    return {{float(repeatU), float(repeatV)},
+            {float(x - 0.5), float(y - 0.5)},
+            float(r * 180.0 / std::numbers::pi),
+            isQuarter || isStraight || std::abs(kx - ky) <= 1e-5 * std::abs(kx)};
+}
+
+} // namespace
+
+std::optional<u64> GltfTextures::imageOf(const Json& texture) const
+{
+    return wholeNumber(texture, "source");
+}
+
+osg::ImagePtr GltfTextures::image(u64 index)
+{
+    const auto [found, isNew] = images.try_emplace(index);
+    if (!isNew)
+        return found->second;
+    const Json& description = document.element("images", index);
+    const std::string label = fmt::format("image {} of {}", index, document.getName());
+    try {
+        ImageData data;
+        if (const auto view = wholeNumber(description, "bufferView"))
+            data = readImage(document.bufferView(*view).bytes, label, document.getLimits());
+        else {
+            const std::vector<u8> bytes = document.readUri(text(description, "uri"));
+            data = readImage(bytes, label, document.getLimits());
+        }
+        found->second = toSceneImage(data);
+        const std::string uri = text(description, "uri");
+        if (!uri.starts_with("data:"))
+            found->second->setFileName(uri);
+        setName(found->second.get(), text(description, "name"));
+    } catch (const InputError& error) {
+        throw GltfFault(error.what());
+    }
+    return found->second;
+}
+
+osg::ImagePtr GltfTextures::channelImage(u64 index, const Channel& channel)
+{
+    const auto [found, isNew] = channelImages.try_emplace({index, channel});
+    if (!isNew)
+        return found->second;
+    const osg::ImagePtr source = image(index);
+    const u32 width = source->getWidth(), height = source->getHeight();
+    const bool isWide = source->getDataType() != osg::Image::UInt8;
+    std::vector<u8> pixels(u64(width) * height * (isWide ? sizeof(float) : 1));
+    u64 at = 0;
+    for (u32 y = 0; y < height; ++y)
+        for (u32 x = 0; x < width; ++x, ++at) {
+            float value = channel.offset + channel.factor * source->getPixel(x, y)[channel.channel];
+            if (channel.threshold != noThreshold)
+                value = value >= channel.threshold ? 1.0f : 0.0f;
+            if (isWide)
+                std::memcpy(pixels.data() + at * sizeof(float), &value, sizeof(float));
+            else
+                pixels[at] = u8(std::lround(std::clamp(value, 0.0f, 1.0f) * 255.0f));
+        }
+    found->second = osg::Image::create();
+    found->second->take(osg::Image::L, width, height, std::move(pixels),
+                        isWide ? osg::Image::Float32 : osg::Image::UInt8);
+    setName(found->second.get(), getName(source));
+    return found->second;
+}
+
+osg::Ref<osg::UTextureSettings> GltfTextures::slot(const Json& block, const char* textureMember,
+                                                   Kind kind)
+{
+    return makeSlot(block, textureMember, kind, nullptr);
+}
+
+osg::Ref<osg::UTextureSettings>
+GltfTextures::channelSlot(const Json& block, const char* textureMember, const Channel& channel)
+{
+    return makeSlot(block, textureMember, Kind::data, &channel);
+}
+
+osg::Ref<osg::UTextureSettings> GltfTextures::makeSlot(const Json& block, const char* textureMember,
+                                                       Kind kind, const Channel* channel)
+{
+    const Json* info = member(block, textureMember);
+    if (!info)
+        return {};
+    try {
+        const std::optional<u64> index = wholeNumber(*info, "index");
+        if (!index)
+            throw GltfFault("it names no texture");
+        const Json& texture = document.element("textures", *index);
+        const std::optional<u64> source = imageOf(texture);
+        if (!source)
+            throw GltfFault(fmt::format("texture {} has no image of a kind that is read", *index));
+
+        const osg::Ref<osg::UTextureSettings> slot = osg::UTextureSettings::create();
+        slot->setImage(channel ? channelImage(*source, *channel) : image(*source));
+        if (!slot->getImage())
+            throw GltfFault(fmt::format("image {} could not be read", *source));
+        slot->setGamma(kind == Kind::color ? 2.2f : 1.0f);
+        readSampler(*slot, texture);
+        readPlacement(*slot, *info);
+        slot->setIsActive(true);
+        return slot;
+    } catch (const GltfFault& fault) {
+        document.warn(fmt::format("{} is left out: {}", textureMember, fault.what()));
+        return {};
+    }
+}
+
+void GltfTextures::readSampler(osg::UTextureSettings& slot, const Json& texture)
+{
+    const std::optional<u64> index = wholeNumber(texture, "sampler");
+    if (!index)
+        return;
+    enum { nearest = 9728, linear = 9729 };
+    const Json& sampler = document.element("samplers", *index);
+    slot.setWrapS(wrapModeOf(wholeNumber(sampler, "wrapS", 0)));
+    slot.setWrapT(wrapModeOf(wholeNumber(sampler, "wrapT", 0)));
+    const u64 minification = wholeNumber(sampler, "minFilter", 0);
+    slot.setMipmaps(minification != nearest && minification != linear);
+}
+
+void GltfTextures::readPlacement(osg::UTextureSettings& slot, const Json& info)
+{
+    u64 set = wholeNumber(info, "texCoord", 0);
+    const Json* transform = extension(info, "KHR_texture_transform");
+    if (transform) {
+        const auto offset = numbers<2>(*transform, "offset", {0.0, 0.0});
+        const auto scale = numbers<2>(*transform, "scale", {1.0, 1.0});
+        set = wholeNumber(*transform, "texCoord", set);
+        const Placement placement = placementOf(
+            offset[0], offset[1], number(*transform, "rotation", 0.0), scale[0], scale[1]);
+        slot.setRepeat(placement.repeat);
+        slot.setOffset(placement.offset);
+        slot.setRotation(placement.rotation);
+        if (!placement.isExact)
+            document.warn("a texture is turned and stretched at once; the stretch follows the "
+                          "image's axes instead of the surface's");
+    }
+    if (set > 7)
+        throw GltfFault(fmt::format("texture coordinates {} are not read", set));
+    slot.setUvSet(int(set));
+    slot.setUseOwnUV(set != 0 || transform);
+}
+
+} // namespace io

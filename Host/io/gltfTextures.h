@@ -1,0 +1,56 @@
+#pragma once
+
+// Images and texture slots of a glTF file. An image is decoded once, and only when a material asks
+// for it.
+
+#include "host/osg/UTextureSettings.h"
+#include "io/gltfDocument.h"
+
+#include <map>
+
+namespace io {
+
+class GltfTextures
+{
+public:
+    explicit GltfTextures(GltfDocument& document_) : document(document_) {}
+
+    /// What the values of an image mean.
+    enum class Kind { color, data };
+
+    /// A slot for a member such as "baseColorTexture" of a material block.
+    /// @return null without the member, and with a warning where the image cannot be used
+    osg::Ref<osg::UTextureSettings> slot(const Json& block, const char* textureMember, Kind kind);
+
+    /// How one channel of an image becomes a grey image of data: offset + factor * value, then 1
+    /// where that reaches the threshold and 0 elsewhere, if there is one.
+    struct Channel
+    {
+        u32 channel; ///< 0 red to 3 alpha; an image without it gives 1 everywhere
+        float factor = 1.0f, offset = 0.0f;
+        float threshold = noThreshold;
+        auto operator<=>(const Channel&) const = default;
+    };
+    static constexpr float noThreshold = -1e30f;
+
+    /// A slot with one channel of the image.
+    osg::Ref<osg::UTextureSettings> channelSlot(const Json& block, const char* textureMember,
+                                                const Channel& channel);
+
+private:
+    using ChannelKey = std::pair<u64, Channel>; ///< image and what is taken of it
+
+    std::optional<u64> imageOf(const Json& texture) const;
+    osg::ImagePtr image(u64 index);
+    osg::ImagePtr channelImage(u64 index, const Channel& channel);
+    osg::Ref<osg::UTextureSettings> makeSlot(const Json& block, const char* textureMember,
+                                             Kind kind, const Channel* channel);
+    void readPlacement(osg::UTextureSettings& slot, const Json& info);
+    void readSampler(osg::UTextureSettings& slot, const Json& texture);
+
+    GltfDocument& document;
+    std::map<u64, osg::Ref<osg::Image>> images;
+    std::map<ChannelKey, osg::Ref<osg::Image>> channelImages;
+};
+
+} // namespace io
