@@ -196,7 +196,7 @@ Result run(const std::string& file, const std::vector<std::string>& arguments, c
     return result;
 }
 
-/// Lines of the report: "warning: TEXT" goes to the log, the last "error: TEXT" is returned.
+/// Lines of the report: "info: " and "warning: " go to the log, the last "error: " is returned.
 std::string passOn(const std::string& report)
 {
     std::string error;
@@ -205,6 +205,8 @@ std::string passOn(const std::string& report)
         const std::string line = report.substr(at, end - at);
         if (line.rfind("warning: ", 0) == 0)
             znLog::warning(printable(line.substr(9), 1000).c_str());
+        if (line.rfind("info: ", 0) == 0)
+            znLog::info(printable(line.substr(6), 1000).c_str());
         if (line.rfind("error: ", 0) == 0)
             error = line.substr(7);
         at = end + 1;
