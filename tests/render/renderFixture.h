@@ -56,17 +56,18 @@ inline osg::GeometryPtr makeSphere(u32 rings, u32 segments)
     return geometry;
 }
 
-/// Square of edge 2 * halfSize in the plane z = 0, facing +z.
+/// Square of edge 2 * halfSize in the plane z = 0, facing +z: a fan around a point of its lower
+/// edge, so that no edge inside it runs along a row, a column or a diagonal of pixels.
 inline osg::GeometryPtr makeSquare(float halfSize)
 {
-    const float h = halfSize;
+    const float h = halfSize, p = 0.37f * h;
     const osg::GeometryPtr geometry = osg::Geometry::create();
-    geometry->setPositions(
-        osg::GeoProperty::create({osg::Vec3f(-h, -h, 0), {h, -h, 0}, {h, h, 0}, {-h, h, 0}}));
-    geometry->setNormals(
-        osg::GeoProperty::create({osg::Vec3f(0, 0, 1), {0, 0, 1}, {0, 0, 1}, {0, 0, 1}}));
-    geometry->setIndices(osg::GeoProperty::create({0u, 1u, 2u, 0u, 2u, 3u}));
-    geometry->setLengths({6});
+    geometry->setPositions(osg::GeoProperty::create(
+        {osg::Vec3f(p, -h, 0), {h, -h, 0}, {h, h, 0}, {-h, h, 0}, {-h, -h, 0}}));
+    const osg::Vec3f up(0, 0, 1);
+    geometry->setNormals(osg::GeoProperty::create({up, up, up, up, up}));
+    geometry->setIndices(osg::GeoProperty::create({0u, 1u, 2u, 0u, 2u, 3u, 0u, 3u, 4u}));
+    geometry->setLengths({9});
     geometry->setTypes({osg::Geometry::triangles});
     return geometry;
 }

@@ -1,0 +1,330 @@
+#include "renderFixture.h"
+
+#include "camera/znRTLensShader.h"
+#include "render/pixelStore.h"
+
+#include <algorithm>
+#include <set>
+#include <stdexcept>
+
+using namespace renderTest;
+using Settings = znRTRaytracingSettings;
+
+namespace {
+
+const znRTTypeId throwerTypeId("Thrower");
+
+class FrameOutput : public RenderTest
+{
+protected:
+    static constexpr u32 width = 48, height = 36;
+
+    void SetUp() override
+    {
+        RenderTest::SetUp();
+        znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.25f, 0.6f, 1.0f, 1.0f);
+        resize(width, height);
+        add(makeSquare(0.5f));
+    }
+    void TearDown() override
+    {
+        Settings::s_interactiveImageSamples = 1;
+        instance->setRaytracingRenderRegion({0, 0, 1, 1});
+        RenderTest::TearDown();
+    }
+    template <class P>
+    const P* frame(u32 x, u32 y, u32 w, u32 h, u32 format, u32 flags = 0, bool whole = true)
+    {
+        return static_cast<const P*>(
+            instance->getFrame(&view.record, x, y, w, h, format, whole, 16, flags));
+    }
+    /// The next iteration of a still frame through the region form.
+    void* nextStillFrame(u32 iteration, bool whole)
+    {
+        view.record.m_iteration = iteration;
+        updateCamera();
+        instance->updateRendertargets(&view.record, false);
+        return instance->getFrame(&view.record, 0, 0, width, height, ZN_FORMAT_RGBA32F, whole, 16,
+                                  0);
+    }
+    /// Puts a mark into the output that a copy overwrites.
+    void markOutput() { static_cast<float*>(view.record.m_frameOutput)[0] = -5.0f; }
+    bool outputIsMarked() const
+    {
+        return static_cast<const float*>(view.record.m_frameOutput)[0] == -5.0f;
+    }
+};
+
+} // namespace
+
+TEST_F(FrameOutput, TracesAndCopiesAnInteractiveRectangle)
+{
+    begin();
+    const auto* const all = frame<ZN_RGBA32F>(0, 0, width, height, ZN_FORMAT_RGBA32F);
+    ASSERT_NE(all, nullptr);
+    const std::vector<ZN_RGBA32F> whole(all, all + width * height);
+    // Rays advance from block to block by addition: their last bits depend on where a block begins.
+    EXPECT_EQ(std::memcmp(whole.data(), view.frame.data(), whole.size() * sizeof(ZN_RGBA32F)), 0);
+    const auto* const part = frame<ZN_RGBA32F>(13, 7, 21, 17, ZN_FORMAT_RGBA32F);
+    for (u32 y = 0; y < 17; ++y)
+        for (u32 x = 0; x < 21; ++x)
+            ASSERT_NEAR(part[y * 21 + x].r, whole[(y + 7) * width + x + 13].r, 1e-5f)
+                << x << ", " << y;
+}
+
+// A task that stores finished pixels must not outlive the format it stores.
+TEST_F(FrameOutput, ChangesTheFormatOfFinishedTilesFromFrameToFrame)
+{
+    begin();
+    view.record.m_traceAndCopy = 1;
+    const u64 pixels = 20 * 10;
+    for (u32 format : {ZN_FORMAT_RGBA32F, ZN_FORMAT_RGB, ZN_FORMAT_RGBA16F, ZN_FORMAT_BGRA,
+                       ZN_FORMAT_RGBE, ZN_FORMAT_RGB32F, ZN_FORMAT_RGBA}) {
+        const auto* const out = frame<u8>(0, 0, 20, 10, format);
+        u8 expected[16];
+        const __m128 c = _mm_setr_ps(0.25f, 0.6f, 1.0f, 1.0f);
+        u64 size = 0;
+        switch (format) {
+        case ZN_FORMAT_RGBA32F:
+            store(*reinterpret_cast<ZN_RGBA32F*>(expected), c);
+            size = 16;
+            break;
+        case ZN_FORMAT_RGB:
+            store(*reinterpret_cast<ZN_RGB*>(expected), c);
+            size = 3;
+            break;
+        case ZN_FORMAT_RGBA16F:
+            size = 8;
+            break;
+        case ZN_FORMAT_BGRA:
+            store(*reinterpret_cast<ZN_BGRA*>(expected), c);
+            size = 4;
+            break;
+        case ZN_FORMAT_RGBE:
+            size = 4;
+            break;
+        case ZN_FORMAT_RGB32F:
+            size = 12;
+            break;
+        default:
+            store(*reinterpret_cast<ZN_RGBA*>(expected), c);
+            size = 4;
+            break;
+        }
+        // The mean of one sample passes the reciprocal estimate: 8-bit formats hide it.
+        if (size <= 4 && format != ZN_FORMAT_RGBE) {
+            for (u64 i = 0; i < pixels; ++i)
+                ASSERT_EQ(std::memcmp(out + i * size, expected, size), 0) << format << ", " << i;
+        }
+        if (format == ZN_FORMAT_RGB32F) {
+            for (u64 i = 0; i < pixels; ++i)
+                ASSERT_NEAR(reinterpret_cast<const float*>(out)[3 * i + 1], 0.6f, 4e-4f);
+        }
+        if (format == ZN_FORMAT_RGBA16F) {
+            for (u64 i = 0; i < pixels; ++i)
+                ASSERT_NEAR(fromHalf(reinterpret_cast<const u16*>(out)[4 * i + 2]), 1.0f, 1e-3f);
+        }
+    }
+}
+
+// Writing finished pixels in the tile gives what a copy of the frame gives.
+TEST_F(FrameOutput, FinishesPixelsInTheTileAsTheCopyDoes)
+{
+    begin();
+    const auto* const copied = frame<ZN_RGBA>(5, 3, 30, 30, ZN_FORMAT_RGBA, 182);
+    const std::vector<ZN_RGBA> expected(copied, copied + 900);
+    view.record.m_traceAndCopy = 1;
+    const auto* const direct = frame<ZN_RGBA>(5, 3, 30, 30, ZN_FORMAT_RGBA, 182);
+    for (u32 i = 0; i < 900; ++i) {
+        ASSERT_NEAR(direct[i].r, expected[i].r, 1) << i;
+        ASSERT_NEAR(direct[i].b, expected[i].b, 1) << i;
+    }
+}
+
+TEST_F(FrameOutput, IsNullInThePreparatoryPass)
+{
+    begin(true);
+    view.record.m_iteration = znRaytracerP::preparatoryPass;
+    EXPECT_EQ(frame<u8>(0, 0, width, height, ZN_FORMAT_RGBA), nullptr);
+}
+
+TEST_F(FrameOutput, CopiesStillFramesInRoundsOf32)
+{
+    begin(true);
+    EXPECT_NE(nextStillFrame(0, false), nullptr);
+    markOutput();
+    std::set<u32> copied;
+    for (u32 iteration = 1; iteration <= 70; ++iteration) {
+        nextStillFrame(iteration, false);
+        if (!outputIsMarked())
+            copied.insert(iteration);
+        markOutput();
+    }
+    EXPECT_EQ(copied, (std::set<u32>{32, 64}));
+    nextStillFrame(71, true);
+    EXPECT_FALSE(outputIsMarked());
+}
+
+TEST_F(FrameOutput, TracesAStillIterationOnce)
+{
+    begin(true);
+    for (u32 iteration = 0; iteration < 8; ++iteration) {
+        nextStillFrame(iteration, false);
+        nextStillFrame(iteration == 0 ? 0 : iteration, iteration > 0); // the same again
+        if (iteration == 0)
+            std::fill(view.filterWeights.begin(), view.filterWeights.end(), 0.0f);
+    }
+    // Iterations 1 to 7, of which each visits a pixel of four: 7/4 of the pixels all in all.
+    double sum = 0.0;
+    for (float weight : view.filterWeights)
+        sum += weight;
+    EXPECT_EQ(sum, width * height * 7 / 4.0);
+}
+
+TEST_F(FrameOutput, HoldsTheMeanOfAStillFrame)
+{
+    begin(true);
+    for (u32 iteration = 0; iteration < 4; ++iteration)
+        nextStillFrame(iteration, iteration == 3);
+    const auto* const out = static_cast<const ZN_RGBA32F*>(view.record.m_frameOutput);
+    EXPECT_NEAR(out[0].g, 0.6f, 1e-6f);
+    EXPECT_NEAR(out[width * height - 1].b, 1.0f, 1e-6f);
+    EXPECT_GT(std::abs(out[18 * width + 24].g - 0.6f), 0.01f); // the square in the middle
+}
+
+// A request outside the region traces nothing, and is copied whole in copy rounds only.
+TEST_F(FrameOutput, CutsAStillRequestToTheRenderRegion)
+{
+    instance->setRaytracingRenderRegion({0, 0, 0.5f, 1});
+    resize(width, height);
+    view.record.m_regionActive = 1;
+    begin(true);
+    const auto request = [&](u32 x, bool whole) {
+        view.record.m_iteration = 0;
+        return instance->getFrame(&view.record, x, 0, 12, height, ZN_FORMAT_RGBA32F, whole, 16, 0);
+    };
+    EXPECT_NE(request(0, true), nullptr);
+    double weights = 0.0;
+    for (u32 y = 0; y < height; ++y)
+        for (u32 x = 0; x < 12; ++x)
+            weights += view.filterWeights[y * width + x];
+    EXPECT_EQ(weights, 12 * height / 4.0);
+    std::fill(view.filterWeights.begin(), view.filterWeights.end(), 0.0f);
+    markOutput();
+    request(30, false);
+    EXPECT_TRUE(outputIsMarked());
+    request(30, true);
+    EXPECT_FALSE(outputIsMarked());
+    for (float weight : view.filterWeights)
+        ASSERT_EQ(weight, 0.0f);
+}
+
+TEST_F(FrameOutput, ReturnsTheBlockAfterAFailureAndGoesOn)
+{
+    begin();
+    frame<ZN_RGBA>(0, 0, width, height, ZN_FORMAT_RGBA);
+    struct Thrower : znRTLensShader
+    {
+        Thrower() : znRTLensShader(throwerTypeId) {}
+        unsigned trace_eye_rays(unsigned, unsigned, unsigned, unsigned, znRTRayPacketBundle&,
+                                znRTHitInfoPacketBundle&, znFloatType<2>*, znFloatType<2>*, int*,
+                                int, int, float, const unsigned char*) const override
+        {
+            throw std::runtime_error("lens");
+        }
+    };
+    znRTRenderUtils::getCamera()->setLensShader(new Thrower);
+    EXPECT_EQ((frame<void>(0, 0, width, height, ZN_FORMAT_RGBA)), view.record.m_frameOutput);
+    EXPECT_NE(view.record.m_traceRootTask, nullptr);
+    znRTRenderUtils::getCamera()->setLensShader(nullptr);
+    updateCamera();
+    const auto* const out = frame<ZN_RGBA>(0, 0, width, height, ZN_FORMAT_RGBA);
+    EXPECT_EQ(out[0].g, 153);
+}
+
+TEST_F(FrameOutput, GivesPassesThatHaveBuffersOneAfterTheOther)
+{
+    begin();
+    std::vector<ZN_RGBA32F> normals(width * height, ZN_RGBA32F{-1.0f, 0.0f, 1.0f, 1.0f});
+    view.record.m_passBuffers[31] = normals.data();
+    const u64 mask = u64(1) | u64(1) << 31 | u64(1) << 7; // 7 has no buffer
+    const auto images = instance->getRenderpassesFrame(&view.record, mask, 0, 0, 0, width, height,
+                                                       ZN_FORMAT_RGBA, true, 16, 0);
+    view.record.m_passBuffers[31] = nullptr;
+    ASSERT_EQ(images.size(), 2u);
+    EXPECT_EQ(static_cast<ZN_RGBA*>(images[0])[0].g, 153);
+    // Bytes hold normals compressed to 0..1.
+    EXPECT_EQ(static_cast<ZN_RGBA*>(images[1])[0].r, 0);
+    EXPECT_EQ(static_cast<ZN_RGBA*>(images[1])[0].g, 128);
+    EXPECT_EQ(static_cast<ZN_RGBA*>(images[1])[0].b, 255);
+}
+
+// The image has an edge and even areas: at the first test the even areas end, later all of it.
+TEST_F(FrameOutput, TakesFewerSamplesAsTheImageSettles)
+{
+    begin(true);
+    std::size_t active = std::size_t(width) * height, atFirstTest = 0;
+    for (u32 iteration = 0; iteration <= 128; ++iteration) {
+        nextStillFrame(iteration, false);
+        std::size_t now = 0;
+        for (u8 pixel : view.activePixels)
+            now += pixel;
+        ASSERT_LE(now, active);
+        if (iteration < 32) {
+            ASSERT_EQ(now, std::size_t(width) * height);
+        }
+        if (iteration == 32)
+            atFirstTest = now;
+        active = now;
+    }
+    EXPECT_LT(atFirstTest, std::size_t(width) * height / 2);
+    EXPECT_GT(atFirstTest, 0u);
+}
+
+TEST_F(FrameOutput, SamplesEverythingWhereTheAdaptiveTestIsOff)
+{
+    const auto countActive = [&] {
+        begin(true);
+        for (u32 iteration = 0; iteration <= 64; ++iteration)
+            nextStillFrame(iteration, false);
+        return std::count(view.activePixels.begin(), view.activePixels.end(), u8(1));
+    };
+    instance->setAdaptiveAAThresholdQuality(5);
+    EXPECT_EQ(countActive(), width * height);
+    instance->setAdaptiveAAThresholdQuality(2);
+    instance->setPhotonMode(1);
+    instance->setStillFrameFinalGatherQuality(0);
+    EXPECT_EQ(countActive(), width * height);
+    instance->setStillFrameFinalGatherQuality(16);
+    EXPECT_LT(countActive(), width * height);
+    instance->setPhotonMode(0);
+}
+
+// An edge that runs through pixels shows as much of the square as lies in each pixel. Samples are
+// shifted inside the pixel from one group of four iterations to the next.
+TEST_F(FrameOutput, ConvergesToTheCoverageOfAnEdge)
+{
+    constexpr u32 samples = 64;
+    znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.0f, 0.0f, 0.0f, 0.0f);
+    instance->setAdaptiveAAThresholdQuality(5);
+    begin(true);
+    for (u32 iteration = 0; iteration < 4 * samples; ++iteration) {
+        const znRTVector2f shift = znPixelfilterSampleSet::getSampleShift(iteration >> 2);
+        offsetCamera->setOffsetX(shift.x);
+        offsetCamera->setOffsetY(shift.y);
+        nextStillFrame(iteration, iteration + 1 == 4 * samples);
+    }
+    instance->setAdaptiveAAThresholdQuality(2);
+    const auto* const out = static_cast<const ZN_RGBA32F*>(view.record.m_frameOutput);
+    // Half the edge of the square in pixels: 0.5 / 5 of the distance, tan(22.5 deg) for 18 pixels.
+    const double half = 0.1 / std::tan(22.5 * std::numbers::pi / 180.0) * 18.0;
+    const auto covered = [half](double low) { // of the pixel [low, low + 1] around the axis
+        return std::clamp(std::min(low + 1.0, half) - std::max(low, -half), 0.0, 1.0);
+    };
+    for (u32 y = 0; y < height; ++y)
+        for (u32 x = 0; x < width; ++x)
+            EXPECT_NEAR(out[y * width + x].a, covered(x - 24.0) * covered(y - 18.0), 0.03)
+                << x << ", " << y;
+    offsetCamera->setOffsetX(0);
+    offsetCamera->setOffsetY(0);
+}
