@@ -1,12 +1,15 @@
 // Lenses with a scene behind them.
 
+#include "camera/znRTCamera.h"
 #include "camera/znRTOrthographicLens.h"
 #include "camera/znRTPerspectivePinholeLens.h"
 #include "camera/znRTProjectionBasedARLens.h"
+#include "host/osg/OffsetCameraDecorator.h"
 #include "host/osg/PBARGeometryAttachment.h"
 #include "host/osg/RaytracingPBARSettings.h"
 #include "host/osg/UberCamera.h"
 #include "host/osg/logStream.h"
+#include "host/znPixelfilter.h"
 #include "lensFixture.h"
 #include "render/znRTRenderUtils.h"
 #include "support/lanes.h"
@@ -81,6 +84,50 @@ TEST_F(TracedLens, LeavesMaskedLanesWithoutHits)
     EXPECT_EQ(int(arrays.hit(0).hitMask), arrays.lanes(0));
     EXPECT_EQ(arrays.lanes(0), 1);
     EXPECT_LANES_EQ(arrays.hit(0).t, arrays.hit(0).t[0], lens.farClip, lens.farClip, lens.farClip);
+}
+
+// The square's right border crosses the pixels of column 60 at x = 60.3125: their share of it is
+// the mean over samples that fill the pixel evenly, four iterations each.
+TEST_F(TracedLens, ConvergesToTheCoverageOfAnEdgeInStillFrames)
+{
+    const unsigned width = 80, height = 48, samples = 64;
+    const osg::Ref<osg::UberCamera> source = osg::UberCamera::create();
+    source->setProjectionMode(osg::UberCamera::orthographic);
+    source->setOrthoHeight(4.8f); // ten pixels per unit
+    const osg::Ref<osg::Transform> transform = osg::Transform::create();
+    transform->setMatrix(makeTranslation(0.0f, 0.0f, 4.0f));
+    const osg::Ref<osg::Node> beacon = osg::Node::create(transform.get());
+    source->setBeacon(beacon.get());
+    const double border = 60.3125;
+    scene.add(makeSquare().get(),
+              makeTranslation(float((border - 40.0) / 10.0 - 1.0), 0.01f, 0.0f));
+    scene.build();
+
+    const osg::Ref<osg::OffsetCameraDecorator> shifted = osg::OffsetCameraDecorator::create();
+    shifted->setDecoratee(source.get());
+    znRTCamera camera;
+    std::vector<double> sums(width * height, 0.0), counts(width * height, 0.0);
+    for (unsigned iteration = 0; iteration < 4 * samples; ++iteration) {
+        const znRTVector2f shift = znPixelfilterSampleSet::getSampleShift(iteration / 4);
+        shifted->setOffsetX(shift.x);
+        shifted->setOffsetY(shift.y);
+        camera.update(&*shifted, width, height, width, height, iteration);
+        forEachBlock(width, height, 16, [&](unsigned x0, unsigned x1, unsigned y0, unsigned y1) {
+            const unsigned count = arrays.trace(*camera.getLensShader(), x0, x1, y0, y1);
+            arrays.forEachRay(count, [&](const auto& ray, int lane, int x, int y) {
+                const unsigned packet = unsigned(&ray - &arrays.ray(0));
+                sums[unsigned(y) * width + unsigned(x)] += arrays.hit(packet).hitMask >> lane & 1;
+                counts[unsigned(y) * width + unsigned(x)] += 1.0;
+            });
+        });
+    }
+    for (double count : counts)
+        ASSERT_EQ(count, double(samples));
+    for (unsigned y = 20; y < 28; ++y) {
+        EXPECT_EQ(sums[y * width + 59] / samples, 1.0);
+        EXPECT_NEAR(sums[y * width + 60] / samples, 0.3125, 1.0 / samples);
+        EXPECT_EQ(sums[y * width + 61], 0.0);
+    }
 }
 
 TEST_F(TracedLens, MeasuresParallelRaysFromTheNearPlane)
