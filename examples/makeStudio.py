@@ -176,7 +176,7 @@ def pot():
 
     def spout(x, z, height):
         along = smooth(0.108, 0.162, height)
-        return 1.0 + 0.42 * along * math.exp(-(math.atan2(z, x) / 0.26) ** 2)
+        return 1.0 + 0.62 * along * math.exp(-(math.atan2(z, x) / 0.22) ** 2)
     body = [(0.0, 0.093), (0.0430, 0.093), (0.0405, 0.100)]
     body += [(0.0405 + 0.0115 * smooth(0.100, 0.175, h) , h) for h in [0.100 + 0.0025 * k for k in range(1, 27)]]
     body += [(0.0505, 0.168), (0.0480, 0.168), (0.0, 0.1665)]
@@ -198,9 +198,9 @@ def pot():
         height = 0.0055 + 0.0035 * math.sin(math.pi * min(1.0, t * 1.1)) - 0.003 * smooth(0.93, 1.0, t)
         return ellipse(width, height, 24, 3.0)
     handle = sweep(path, grip)
-    knob = lathe([(0.0, 0.1835), (0.0060, 0.1840), (0.0066, 0.1880)] +
-                 [(0.0066 + 0.0085 * math.sin(math.pi * k / 18) ** 0.9 * (1 - 0.35 * k / 18) if k < 18 else 0.0,
-                   0.188 + 0.0195 * k / 18) for k in range(1, 19)], circle(40))
+    ball = [(0.0118 * math.sin(math.radians(a)) , 0.1990 - 0.0098 * math.cos(math.radians(a)))
+            for a in range(34, 181, 7)]
+    knob = lathe([(0.0, 0.1835), (0.0062, 0.1838), (0.0052, 0.1870)] + ball[:-1] + [(0.0, 0.2088)], circle(48))
     return metal, handle + knob
 
 
@@ -211,7 +211,7 @@ def cup():
     inner = [(r - 0.0027, h) for r, h in reversed(outer[6:])]
     inner = [(outer[-1][0] - 0.0013, outer[-1][1] + 0.0011)] + inner + [(0.0, 0.0075)]
     china = lathe(outer + inner, circle(72))
-    path = bezier((0.0335, 0.0405), (0.0520, 0.0465), (0.0560, 0.0160), (0.0285, 0.0135), 24)
+    path = bezier((0.0360, 0.0405), (0.0535, 0.0465), (0.0570, 0.0160), (0.0272, 0.0140), 24)
     china += sweep(path, lambda t: ellipse(0.0042, 0.0024 + 0.0008 * math.cos(TAU * t), 16, 2.4))
     coffee = lathe([(0.0338, 0.0395), (0.0330, 0.0391), (0.0, 0.0391)], circle(72))
     return china, coffee
@@ -355,11 +355,11 @@ def build():
 
     metal, grip = pot()
     scene.node("coffee pot", mesh=scene.mesh("coffee pot", [(metal, aluminium), (grip, bakelite)]),
-               rotation=[0.0, math.sin(math.radians(-14)), 0.0, math.cos(math.radians(-14))])
+               rotation=[0.0, math.sin(math.radians(9)), 0.0, math.cos(math.radians(9))])
     body, drink = cup()
     cup_mesh = scene.mesh("cup", [(body, china), (drink, coffee)])
     saucer_mesh = scene.mesh("saucer", [(saucer(), china)])
-    for name, place, turn in (("first", [0.135, 0.0, 0.050], -35.0), ("second", [0.055, 0.0, 0.155], 205.0)):
+    for name, place, turn in (("first", [0.150, 0.0, 0.060], -35.0), ("second", [0.060, 0.0, 0.165], 205.0)):
         half = math.radians(turn) / 2
         children = [scene.node(name + " saucer", False, mesh=saucer_mesh),
                     scene.node(name + " cup", False, mesh=cup_mesh, translation=[0.0, 0.0034, 0.0])]
@@ -374,7 +374,7 @@ def build():
     scene.node("backdrop", mesh=scene.mesh("backdrop", [(backdrop(), paper)]),
                rotation=[0.0, math.sin(math.radians(-56) / 2), 0.0, math.cos(math.radians(-56) / 2)])
 
-    for name, eye, at, fov in (("hero", (0.355, 0.235, 0.490), (0.030, 0.080, 0.045), 30.0),
+    for name, eye, at, fov in (("hero", (0.330, 0.225, 0.520), (0.020, 0.078, 0.045), 31.5),
                                ("detail", (0.190, 0.230, 0.270), (0.000, 0.135, 0.000), 28.0)):
         scene.json["cameras"].append({"name": name, "type": "perspective", "perspective": {
             "yfov": math.radians(fov), "znear": 0.01, "zfar": 20.0}})
