@@ -249,7 +249,7 @@ TEST(ZnRender, TellsWhatASceneHolds)
     EXPECT_NE(info.out.find("hero"), std::string::npos) << info.out;
     const ProgramResult cameras = znrender({"list", "cameras", studio});
     EXPECT_EQ(cameras.exitCode, 0);
-    EXPECT_NE(cameras.out.find("30 degrees"), std::string::npos) << cameras.out;
+    EXPECT_NE(cameras.out.find("28 degrees"), std::string::npos) << cameras.out;
     const ProgramResult fields = znrender({"list", "fields", "UberCamera"});
     EXPECT_EQ(fields.exitCode, 0);
     EXPECT_NE(fields.out.find("fovAxis"), std::string::npos);
