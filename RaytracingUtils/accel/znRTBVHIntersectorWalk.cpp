@@ -3,6 +3,7 @@
 #include "accel/walk/leafTests.h"
 #include "accel/walk/packetWalk.h"
 #include "accel/walk/rayTransform.h"
+#include "accel/walk/triangleBundle.h"
 #include "accel/znRTBVHIntersector.h"
 #include "accel/znRTIntersector.h"
 #include "core/znRTRayPacketBundle.h"
@@ -92,6 +93,23 @@ void walkTree(const znRTSharedTree* tree, const znRTIntersector* owner,
     else
         walkObjects<Shadow>(*tree, *leaf, ray, tMin, hit, walk);
 }
+
+void walkTreeBundle(const znRTSharedTree* tree, const znRTIntersector* owner,
+                    const znMatrix4x4* transform, const znRTRayPacketBundle& bundle,
+                    const znFloatType<2>* tMin, znRTHitInfoPacketBundle& hits, const int* masks,
+                    unsigned first)
+{
+    const znRTLeafIntersector* const leaf = owner->getLeaf();
+    if (!leaf || !tree || tree->nodes.size == 0)
+        return;
+    const bool isPlain = leaf->isPlainTriangles() && tree->leafPositions.size > 0;
+    if (isPlain && walkTriangleBundle(*tree, *leaf, transform, bundle, tMin, hits, masks, first))
+        return;
+    for (unsigned i = first; i < bundle.count; ++i)
+        if (masks[i])
+            walkTree<false>(tree, owner, transform, bundle.rays[i], tMin[i], hits.hits[i],
+                            PacketWalk{masks[i]});
+}
 } // namespace
 
 void znRTBVHIntersector::intersectNoTransform(const znRTIntersector* owner,
@@ -100,10 +118,7 @@ void znRTBVHIntersector::intersectNoTransform(const znRTIntersector* owner,
                                               znRTHitInfoPacketBundle& hits, const int* masks,
                                               unsigned int first) const
 {
-    for (unsigned i = first; i < bundle.count; ++i)
-        if (masks[i])
-            walkTree<false>(tree, owner, nullptr, bundle.rays[i], tMin[i], hits.hits[i],
-                            PacketWalk{masks[i]});
+    walkTreeBundle(tree, owner, nullptr, bundle, tMin, hits, masks, first);
 }
 
 void znRTBVHIntersector::intersectNoTransform(const znRTIntersector* owner,
@@ -128,10 +143,7 @@ void znRTBVHIntersector::intersect(const znRTIntersector* owner, const znRTRayPa
                                    znRTHitInfoPacketBundle& hits, const int* masks,
                                    unsigned int first) const
 {
-    for (unsigned i = first; i < bundle.count; ++i)
-        if (masks[i])
-            walkTree<false>(tree, owner, getTransform(owner), bundle.rays[i], tMin[i], hits.hits[i],
-                            PacketWalk{masks[i]});
+    walkTreeBundle(tree, owner, getTransform(owner), bundle, tMin, hits, masks, first);
 }
 
 void znRTBVHIntersector::intersect(const znRTIntersector* owner, const znRTRayPacket& ray, int lane,

@@ -5,12 +5,14 @@
 namespace {
 constexpr float s_infinity = std::numeric_limits<float>::infinity();
 
-/// One field of three keys as a vector over the axes.
-znFloatType<2> gather(const __m128& x, const __m128& y, const __m128& z, int field)
+/// One field of three keys, one per axis, as a vector over the axes.
+/// @tparam Field  0 center, 2 high
+template <int Field>
+znFloatType<2> gather(const __m128* keys)
 {
-    const __m128 xy = field < 2 ? _mm_unpacklo_ps(x, y) : _mm_unpackhi_ps(x, y);
-    return field & 1 ? _mm_shuffle_ps(xy, z, _MM_SHUFFLE(1, 1, 3, 2))
-                     : _mm_shuffle_ps(xy, z, _MM_SHUFFLE(2, 0, 1, 0));
+    const __m128 xy =
+        Field < 2 ? _mm_unpacklo_ps(keys[0], keys[1]) : _mm_unpackhi_ps(keys[0], keys[1]);
+    return _mm_shuffle_ps(xy, keys[2], _MM_SHUFFLE(Field, Field, 1, 0));
 }
 } // namespace
 
@@ -71,11 +73,11 @@ znRTSplit znRTExactNodes::findSplit(u32 begin, u32 end, const znRTBuildBox& box)
     for (int axis = 0; axis < 3; ++axis)
         next[axis] = _mm_load_ps(&sorted[axis][begin].center);
     for (u32 i = begin; i + 1 < end; ++i) {
-        const znFloatType<2> high = gather(next[0], next[1], next[2], 2);
-        const znFloatType<2> center = gather(next[0], next[1], next[2], 0);
+        const znFloatType<2> high = gather<2>(next);
+        const znFloatType<2> center = gather<0>(next);
         for (int axis = 0; axis < 3; ++axis)
             next[axis] = _mm_load_ps(&sorted[axis][i + 1].center);
-        const znFloatType<2> nextCenter = gather(next[0], next[1], next[2], 0);
+        const znFloatType<2> nextCenter = gather<0>(next);
 
         leftHigh = maximum(high, leftHigh);
         const u32 left = i + 1 - begin, right = n - left;

@@ -110,12 +110,13 @@ struct znRTGroupHit
 
 /// Nearest hit of one ray, given in all lanes, strictly between tMin and tFar. Of several at
 /// one distance the highest lane wins.
-/// @param toA  a - origin, which rays with one origin share
+/// @param toA     a - origin
+/// @param height  gives dot(normal, toA); rays with one origin share both
 /// @return false without hit; the output is then unchanged
-template <int Sides>
+template <int Sides, class Height>
 inline bool findNearest(const znRTTriangleGroup& group, const znRTVector3fPacket& toA,
-                        const znRTVector3fPacket& direction, znFloatType<2> tMin,
-                        znFloatType<2> tFar, znRTGroupHit& out)
+                        const Height& height, const znRTVector3fPacket& direction,
+                        znFloatType<2> tMin, znFloatType<2> tFar, znRTGroupHit& out)
 {
     const znFloatType<2> det = dot(group.normal, direction);
     const znRTVector3fPacket q = cross(toA, direction);
@@ -126,7 +127,7 @@ inline bool findNearest(const znRTTriangleGroup& group, const znRTVector3fPacket
         return false;
 
     const znFloatType<2> r = reciprocalOrInfinity(det);
-    const znFloatType<2> t = dot(group.normal, toA) * r;
+    const znFloatType<2> t = height() * r;
     const znFloatType<2> accepted = inside & (tMin < t) & (t < tFar);
     const int lanes = moveMask(accepted);
     if (lanes == 0)
@@ -148,6 +149,15 @@ inline bool findNearest(const znRTTriangleGroup& group, const znRTVector3fPacket
     out.v = Sides == 2 ? us[lane] : vs[lane];
     out.lane = lane;
     return true;
+}
+
+template <int Sides>
+inline bool findNearest(const znRTTriangleGroup& group, const znRTVector3fPacket& toA,
+                        const znRTVector3fPacket& direction, znFloatType<2> tMin,
+                        znFloatType<2> tFar, znRTGroupHit& out)
+{
+    const auto height = [&] { return dot(group.normal, toA); };
+    return findNearest<Sides>(group, toA, height, direction, tMin, tFar, out);
 }
 
 /// Whether one ray meets any triangle of a group strictly between tMin and tFar.
