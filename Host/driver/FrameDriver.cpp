@@ -1,8 +1,7 @@
 #include "driver/FrameDriver.h"
 
-#include "driver/subPixelOffset.h"
-#include "host/osg/ChangeList.h"
 #include "host/znImagePostprocessor.h"
+#include "host/znPixelfilter.h"
 #include "host/znRTColorTransforms.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRTSceneHandler.h"
@@ -165,10 +164,8 @@ FrameReport FrameDriver::renderStill(const FrameSettings& settings, const osg::C
     const Clock::time_point start = Clock::now();
     const int threads = znTBBInit::the().getNumAvailableLimitedLogicalCores();
 
-    osg::UberCameraPtr plain = osg::getUndecorated(camera);
     offsetCamera->setDecoratee(camera);
-    if (plain)
-        offsetCamera->setNear(camera->getNear());
+    offsetCamera->setNear(camera->getNear());
     offsetCamera->setFar(camera->getFar());
 
     for (u32 pass = 0; pass < view.m_iterationCount && !isAborted; ++pass) {
@@ -183,9 +180,9 @@ FrameReport FrameDriver::renderStill(const FrameSettings& settings, const osg::C
                 report.outcome = FrameReport::Outcome::stopped;
                 break;
             }
-            const SubPixelOffset offset = subPixelOffset(sample);
-            offsetCamera->setOffsetX(float(offset.x));
-            offsetCamera->setOffsetY(float(offset.y));
+            const znRTVector2f shift = znPixelfilterSampleSet::getSampleShift(sample);
+            offsetCamera->setOffsetX(shift.x);
+            offsetCamera->setOffsetY(shift.y);
         }
         view.m_iteration = pass;
         tracePass(offsetCamera.get(), pass == 0, threads);

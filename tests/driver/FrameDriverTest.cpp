@@ -1,6 +1,5 @@
 #include "driver/FrameDriver.h"
 
-#include "driver/subPixelOffset.h"
 #include "driver/viewFraming.h"
 #include "host/osg/Geometry.h"
 #include "host/osg/Transform.h"
@@ -244,28 +243,4 @@ TEST(FrameDriver, ChangesSizeAndKindBetweenFrames)
                 for (u32 x = 0; x < width; ++x)
                     ASSERT_TRUE(std::isfinite(image.getValue(x, y, 0)));
         }
-}
-
-// Any run of samples covers the pixel evenly: 64 random points have means of 0 +- 0.072 and leave a
-// cell of a 4 x 4 grid with as few as one.
-TEST(SubPixelOffset, CoversThePixelEvenly)
-{
-    double sumX = 0.0, sumY = 0.0;
-    int cells[16] = {};
-    for (unsigned k = 0; k < 64; ++k) {
-        const SubPixelOffset offset = subPixelOffset(k);
-        ASSERT_GE(offset.x, -1.0);
-        ASSERT_LT(offset.x, 1.0);
-        ASSERT_GE(offset.y, -1.0);
-        ASSERT_LT(offset.y, 1.0);
-        sumX += offset.x;
-        sumY += offset.y;
-        ++cells[int((offset.x + 1.0) * 2.0) * 4 + int((offset.y + 1.0) * 2.0)];
-    }
-    EXPECT_NEAR(sumX / 64, 0.0, 0.05);
-    EXPECT_NEAR(sumY / 64, 0.0, 0.05);
-    for (int count : cells) {
-        EXPECT_GE(count, 2);
-        EXPECT_LE(count, 6);
-    }
 }
