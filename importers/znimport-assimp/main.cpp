@@ -5,6 +5,7 @@
 // good, 2 wrong use, 3 out of memory. Meant to be run by the render host under limits.
 
 #include "AssimpFiles.h"
+#include "axesAndUnit.h"
 #include "buildScene.h"
 #include "cleanScene.h"
 #include "host/znLog.h"
@@ -16,8 +17,7 @@
 #include <assimp/Importer.hpp>
 #include <assimp/importerdesc.h>
 #include <assimp/postprocess.h>
-#include <cmath>
-#include <cstdio>
+#include <cerrno>
 #include <new>
 #include <unistd.h>
 
@@ -52,14 +52,6 @@ Options parse(int count, char** arguments)
     if (options.scene.empty())
         throw std::invalid_argument("no scene given");
     return options;
-}
-
-std::string suffixOf(const std::string& path)
-{
-    std::string suffix = path.substr(std::min(path.rfind('.'), path.size()));
-    for (char& c : suffix)
-        c = c >= 'A' && c <= 'Z' ? char(c + 32) : c;
-    return suffix;
 }
 
 /// The library knows some 50 formats and also tries those whose signature fits: only five of them
@@ -98,43 +90,6 @@ void keepFormats(Assimp::Importer& importer)
                          reason.empty() ? "cannot be imported" : "cannot be imported: " + reason);
 }
 
-/// Turns y to z: (x, y, z) becomes (x, -z, y).
-osg::Matrix fromYUp(float scale)
-{
-    osg::Matrix matrix;
-    matrix[0] = {scale, 0, 0, 0};
-    matrix[1] = {0, 0, scale, 0};
-    matrix[2] = {0, -scale, 0, 0};
-    matrix[3] = {0, 0, 0, 1};
-    return matrix;
-}
-
-/// Axes and unit of the file. FBX and Collada state them, the others have customs: OBJ and PLY have
-/// y up, STL z up, and nobody knows their unit.
-osg::Matrix toHost(const aiScene& scene, const std::string& suffix)
-{
-    float metres = 1.0f;
-    if (suffix == ".fbx") {
-        double centimetres = 1.0;
-        if (scene.mMetaData && !scene.mMetaData->Get("UnitScaleFactor", centimetres)) {
-            float narrow = 1.0f;
-            scene.mMetaData->Get("UnitScaleFactor", narrow);
-            centimetres = narrow;
-        }
-        if (std::isfinite(centimetres) && centimetres > 1e-6 && centimetres < 1e9)
-            metres = float(centimetres / 100.0);
-    }
-    const bool isUnitKnown = suffix == ".fbx" || suffix == ".dae";
-    char text[100];
-    std::snprintf(text, sizeof(text), "info: %s up, one unit is %g m%s",
-                  suffix == ".stl" ? "z" : "y", double(metres),
-                  isUnitKnown ? "" : " (the format has no unit)");
-    znLog::info(text);
-    if (suffix != ".stl")
-        return fromYUp(metres);
-    return {};
-}
-
 void writeToOutput(const void* data, std::size_t size)
 {
     const char* bytes = static_cast<const char*>(data);
@@ -170,8 +125,7 @@ void import(const Options& options)
         throw io::InputError(options.scene, "holds no usable geometry");
     if (scene.mNumCameras + scene.mNumLights + scene.mNumAnimations > 0)
         znLog::info("info: cameras, lights and animations of this format are left out");
-    const osg::Ref<osg::Node> root =
-        buildScene(scene, toHost(scene, suffixOf(options.scene)), folder);
+    const osg::Ref<osg::Node> root = buildScene(scene, axesAndUnit(scene, options.scene), folder);
     io::writeSceneArchive(root.get(), writeToOutput);
 }
 

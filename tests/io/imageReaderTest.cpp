@@ -56,10 +56,12 @@ std::vector<std::filesystem::path> sampleFiles()
 /// @return whether a picture came out
 bool readDamaged(const std::vector<u8>& content)
 {
+    io::Limits limits;
+    limits.imageSize = 2 << 20; // all samples are smaller; filling memory takes the time here
     try {
-        const ImageData image = readBytes(content);
+        const ImageData image = readBytes(content, limits);
         EXPECT_EQ(image.values.size(), image.getRowSize() * image.height);
-        EXPECT_LE(image.values.size(), std::max<u64>(16 << 20, 10000 * content.size()));
+        EXPECT_LE(image.values.size(), limits.imageSize);
         return true;
     } catch (const io::InputError& error) {
         EXPECT_EQ(std::string(error.what()).rfind("test: ", 0), 0u);

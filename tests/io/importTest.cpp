@@ -127,6 +127,67 @@ osg::FCPtr<osg::UPhongMaterial> materialOf(const osg::GeometryPtr& geometry)
     return osg::FCPtr<osg::UPhongMaterial>::dcast(geometry->getMaterial());
 }
 
+std::string replaced(std::string text, const std::string& what, const std::string& by)
+{
+    const std::size_t at = text.find(what);
+    return at == text.npos ? text : text.replace(at, what.size(), by);
+}
+
+/// A triangle of 2 x 3 inches, moved by 10 along z.
+const char* const fbxText = R"(; FBX 7.4.0 project file
+FBXHeaderExtension:  {
+  FBXHeaderVersion: 1003
+  FBXVersion: 7400
+}
+GlobalSettings:  {
+  Version: 1000
+  Properties70:  {
+    P: "UpAxis", "int", "Integer", "",@UP
+    P: "UpAxisSign", "int", "Integer", "",1
+    P: "FrontAxis", "int", "Integer", "",@FRONT
+    P: "FrontAxisSign", "int", "Integer", "",@SIGN
+    P: "CoordAxis", "int", "Integer", "",0
+    P: "CoordAxisSign", "int", "Integer", "",1
+    P: "UnitScaleFactor", "double", "Number", "",2.54
+  }
+}
+Objects:  {
+  Geometry: 100, "Geometry::tri", "Mesh" {
+    Vertices: *9 {
+      a: 0,0,0,2,0,0,0,3,0
+    } 
+    PolygonVertexIndex: *3 {
+      a: 0,1,-3
+    } 
+    GeometryVersion: 124
+  }
+  Model: 200, "Model::tri", "Mesh" {
+    Version: 232
+    Properties70:  {
+      P: "Lcl Translation", "Lcl Translation", "", "A",0,0,10
+    }
+  }
+}
+Connections:  {
+  C: "OO",200,0
+  C: "OO",100,200
+}
+)";
+
+const char* const daeText = R"(<?xml version="1.0"?>
+<COLLADA xmlns="http://www.collada.org/2005/11/COLLADASchema" version="1.4.1">
+<asset><unit name="cm" meter="0.01"/><up_axis>Z_UP</up_axis></asset>
+<library_geometries><geometry id="g"><mesh>
+<source id="p"><float_array id="pa" count="9">0 0 0 2 0 0 0 3 0</float_array>
+<technique_common><accessor source="#pa" count="3" stride="3"><param name="X" type="float"/><param name="Y" type="float"/><param name="Z" type="float"/></accessor></technique_common></source>
+<vertices id="v"><input semantic="POSITION" source="#p"/></vertices>
+<triangles count="1"><input semantic="VERTEX" source="#v" offset="0"/><p>0 1 2</p></triangles>
+</mesh></geometry></library_geometries>
+<library_visual_scenes><visual_scene id="s"><node id="n"><instance_geometry url="#g"/></node></visual_scene></library_visual_scenes>
+<scene><instance_visual_scene url="#s"/></scene>
+</COLLADA>
+)";
+
 const std::string triangleObj = "v 0 0 0\nv 2 0 0\nv 0 3 0\nf 1 2 3\n";
 
 } // namespace
@@ -154,6 +215,40 @@ TEST_F(Import, KeepsStlAsItStands)
     const Content content = contentOf(load(folder.write("part.stl", stl)));
     EXPECT_EQ(content.triangles, 1u);
     EXPECT_EQ(content.box.maximum, osg::Pnt3f(2, 3, 0));
+}
+
+// The triangle lies in the plane of x and y, ten above zero in z.
+TEST_F(Import, TakesAxesAndUnitOfFbxFromTheFile)
+{
+    const auto boxWith = [&](const char* up, const char* front, const char* sign) {
+        std::string text = replaced(fbxText, "@UP", up);
+        text = replaced(replaced(text, "@FRONT", front), "@SIGN", sign);
+        return contentOf(load(folder.write("a.fbx", text))).box;
+    };
+    const float inch = 0.0254f;
+    const auto expectCorner = [&](const osg::Box& box, float x, float y, float z) {
+        EXPECT_NEAR(box.maximum[0], x * inch, 1e-6f);
+        EXPECT_NEAR(box.maximum[1], y * inch, 1e-6f);
+        EXPECT_NEAR(box.maximum[2], z * inch, 1e-6f);
+    };
+    expectCorner(boxWith("2", "1", "-1"), 2, 3, 10); // z up
+    expectCorner(boxWith("1", "2", "1"), 2, -10, 3); // y up
+    EXPECT_EQ(log.all, "");
+    expectCorner(boxWith("1", "2", "-1"), 2, -10, 3); // left-handed
+    EXPECT_TRUE(log.has("not a right-handed set"));
+    expectCorner(boxWith("7", "7", "0"), 2, -10, 3);
+}
+
+TEST_F(Import, TakesAxesAndUnitOfColladaFromTheFile)
+{
+    const osg::Box centimetres = contentOf(load(folder.write("a.dae", daeText))).box;
+    EXPECT_NEAR(centimetres.maximum[0], 0.02f, 1e-6f);
+    EXPECT_NEAR(centimetres.maximum[1], 0.03f, 1e-6f);
+    EXPECT_NEAR(centimetres.maximum[2], 0.0f, 1e-6f);
+    const std::string yUp = replaced(replaced(daeText, "Z_UP", "Y_UP"), "0.01", "1");
+    const osg::Box metres = contentOf(load(folder.write("b.dae", yUp))).box;
+    EXPECT_NEAR(metres.maximum[0], 2.0f, 1e-5f);
+    EXPECT_NEAR(metres.maximum[2], 3.0f, 1e-5f);
 }
 
 TEST_F(Import, ReadsPlyWithColorsAndQuads)

@@ -1,0 +1,147 @@
+#include "targets.h"
+
+#include "host/osg/Node.h"
+#include "io/gltfReader.h"
+#include "io/imageReader.h"
+#include "io/sceneArchive.h"
+#include "io/sceneImage.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace {
+
+/// Small enough for a run of a few milliseconds, large enough for every path.
+io::Limits fuzzLimits()
+{
+    io::Limits limits;
+    limits.imageSide = 4096;
+    limits.imageSize = 32 << 20;
+    limits.jsonSize = 1 << 20;
+    limits.nodes = 10'000;
+    return limits;
+}
+
+/// Every pixel is read as shading would.
+void use(const io::ImageData& image)
+{
+    double sum = 0;
+    for (u32 y = 0; y < image.height; y += 1 + image.height / 16)
+        for (u32 x = 0; x < image.width; x += 1 + image.width / 16)
+            for (u32 c = 0; c < image.channels; ++c)
+                sum += image.getNormalized(x, y, c);
+    if (image.values.size() != image.getRowSize() * image.height || sum == 1.2345678)
+        std::abort();
+    const osg::Ref<osg::Image> scene = io::sceneImageOf(image, "fuzz");
+    if (!scene || scene->getPixels().size() != image.values.size())
+        std::abort();
+}
+
+void readImage(std::span<const u8> bytes, std::string_view signature)
+{
+    // With the right first bytes each run reaches the reader in question.
+    std::vector<u8> content(bytes.begin(), bytes.end());
+    content.resize(std::max(content.size(), signature.size()));
+    std::copy(signature.begin(), signature.end(), content.begin());
+    use(io::readImage(content, "fuzz", fuzzLimits()));
+}
+
+void readPng(std::span<const u8> bytes)
+{
+    readImage(bytes, "\x89PNG\r\n\x1a\n");
+}
+void readJpeg(std::span<const u8> bytes)
+{
+    readImage(bytes, "\xff\xd8\xff");
+}
+void readExr(std::span<const u8> bytes)
+{
+    readImage(bytes, "\x76\x2f\x31\x01");
+}
+void readHdr(std::span<const u8> bytes)
+{
+    readImage(bytes, "#?");
+}
+
+void readTiff(std::span<const u8> bytes)
+{
+    const bool isBig = !bytes.empty() && bytes[0] == 'M';
+    readImage(bytes, isBig ? std::string_view("MM\0*", 4) : std::string_view("II*\0", 4));
+}
+
+void readPfm(std::span<const u8> bytes)
+{
+    readImage(bytes, bytes.size() > 1 && bytes[1] == 'f' ? "Pf\n" : "PF\n");
+}
+
+void readSmall(std::span<const u8> bytes)
+{
+    readImage(bytes, "");
+}
+
+/// Bounds of all that is in the graph.
+void use(const osg::NodePtr& root)
+{
+    if (!root)
+        return;
+    const osg::Box box = root->getWorldBox();
+    if (!box.isEmpty() && !(box.minimum[0] <= box.maximum[0]))
+        std::abort();
+}
+
+/// Puts the numbers of a header together.
+template <class... Numbers>
+std::vector<u8> bytesOf(std::string_view magic, Numbers... numbers)
+{
+    std::vector<u8> bytes(magic.begin(), magic.end());
+    const auto append = [&](auto number) {
+        const u8* const from = reinterpret_cast<const u8*>(&number);
+        bytes.insert(bytes.end(), from, from + sizeof(number));
+    };
+    (append(numbers), ...);
+    return bytes;
+}
+
+/// JSON, a zero byte, binary part: the header with the sizes is made here.
+void readArchive(std::span<const u8> bytes)
+{
+    const auto zero = std::find(bytes.begin(), bytes.end(), 0);
+    const u64 json = u64(zero - bytes.begin());
+    const u64 binary = zero == bytes.end() ? 0 : bytes.size() - json - 1;
+    std::vector<u8> content = bytesOf("ZNSCENE\n", u32(1), u32(0), json, binary);
+    content.insert(content.end(), bytes.begin(), zero);
+    content.insert(content.end(), bytes.end() - long(binary), bytes.end());
+    io::InputFile file = io::InputFile::fromMemory(content, "fuzz", fuzzLimits());
+    const osg::Ref<osg::FieldContainer> scene = io::readSceneArchive(file);
+    use(osg::NodePtr::dcast(scene.get()));
+}
+
+void readGltf(std::span<const u8> bytes)
+{
+    io::InputFile file = io::InputFile::fromMemory(bytes, "fuzz.gltf", fuzzLimits());
+    use(io::readGltf(file, nullptr).root.get());
+}
+
+void readGlb(std::span<const u8> bytes)
+{
+    std::vector<u8> content = bytesOf("glTF", u32(2), u32(std::max<std::size_t>(bytes.size(), 12)));
+    if (bytes.size() > content.size())
+        content.insert(content.end(), bytes.begin() + long(content.size()), bytes.end());
+    readGltf(content);
+}
+
+const FuzzTarget targets[] = {
+    {"png", readPng}, {"jpeg", readJpeg}, {"tiff", readTiff},   {"exr", readExr},
+    {"hdr", readHdr}, {"pfm", readPfm},   {"small", readSmall}, {"archive", readArchive},
+    {"glb", readGlb}, {"gltf", readGltf},
+};
+
+} // namespace
+
+std::span<const FuzzTarget> fuzzTargets()
+{
+    return targets;
+}
