@@ -158,8 +158,11 @@ void ChangeSorter::sortChanged(const osg::FieldContainerPtr& container, u64 mask
             changes.flags |= znChangeImages;
             znRTMaterialSlots::reloadImage(container->getId());
         }
+        // Not its material nor its attachments: these tell of themselves.
+        constexpr u64 parts =
+            ~(osg::MaterialDrawable::MaterialFieldMask | osg::NodeCore::AttachmentsFieldMask);
         eachOwner(container->getId(), [&](const osg::FieldContainerPtr& owner) {
-            sortChanged(owner, isKindOf<osg::Node>(owner) ? 0 : ~u64(0));
+            sortChanged(owner, isKindOf<osg::Node>(owner) ? 0 : parts);
         });
     }
 }
