@@ -153,9 +153,7 @@ private:
         const bool isSolid = s.thickness > 0.0;
         fields.number("ior", s.ior > 0.0 ? s.ior : 1.5);
         fields.number("dispersion", s.dispersion);
-        fields.number("roughness", s.roughness);
         fields.number("finish", s.roughness > 0.01 ? 1 : 0);
-        fields.flag("thin", !isSolid);
         numberWithTexture("roughness", s.roughness, s.pbr, "metallicRoughnessTexture", 1);
         if (isSolid && s.attenuationDistance > 0.0) {
             fields.color("transmission", colorOf(s.attenuationColor.data()));
@@ -177,7 +175,9 @@ private:
         if (s.anisotropy > 0.0) {
             fields.flag("hasAnisotropyLevel", true);
             fields.number("anisotropyLevel", s.anisotropy);
-            fields.number("anisotropyAngle", s.anisotropyRotation * degrees);
+            // As a share of a whole turn here.
+            const double turns = s.anisotropyRotation / (2.0 * std::numbers::pi);
+            fields.number("anisotropyAngle", turns - std::floor(turns));
         }
     }
 
@@ -232,9 +232,8 @@ private:
     {
         if (!s.isEmissive())
             return;
-        const char* name = fields.has("incandescence") ? "incandescence" : "emissive";
-        colorWithTexture(name, colorOf(s.emission.data(), s.emissionStrength), s.material,
-                         "emissiveTexture");
+        colorWithTexture("incandescence", colorOf(s.emission.data(), s.emissionStrength),
+                         s.material, "emissiveTexture");
         fields.flag("incandescenceActive", true);
     }
 
@@ -258,12 +257,16 @@ private:
             if (!fields.texture("cutoutTexture",
                                 textures.channelSlot(s.pbr, "baseColorTexture", solid)) &&
                 factor < s.alphaCutoff)
-                fields.number("transparency", 1.0);
-        } else if (s.alpha == GltfSurface::Alpha::blend) {
+                fields.color("transparencyColor", osg::ColorComponent(1.0f));
+        } else if (s.alpha == GltfSurface::Alpha::blend && fields.has("opacity"))
+            numberWithTexture("opacity", factor, s.pbr, "baseColorTexture", 3);
+        else if (s.alpha == GltfSurface::Alpha::blend) {
+            // White lets everything through.
             const Channel clear{3, -float(factor), 1.0f, GltfTextures::noThreshold};
             const bool isSet = fields.texture(
                 "transparencyTexture", textures.channelSlot(s.pbr, "baseColorTexture", clear));
-            fields.number("transparency", isSet ? 1.0 : 1.0 - factor);
+            fields.color("transparencyColor",
+                         osg::ColorComponent(isSet ? 1.0f : float(1.0 - factor)));
         }
     }
 
