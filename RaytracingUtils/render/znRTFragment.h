@@ -14,6 +14,39 @@
 
 #include "host/znAligned.h"
 
+class znRTShadingState;
+
+/// Places of a surface's colours in the array that update operations take: the lobes, what the
+/// surface emits, and the colour of what is seen through it (its alpha: how much of that colour is
+/// in the surface already).
+enum znRTSurfaceTerm {
+    surfaceDiffuse = 0,
+    surfaceGlossy = 1,
+    surfaceSpecular = 2,
+    surfaceTranslucent = 3,
+    surfaceEmission = 4,
+    surfaceTransparency = 5,
+    surfaceTermCount = 6
+};
+
+/// What the light brings to the lobes: arrays of four, in the order of the lobes. Places of lobes
+/// that the operation does not name are not read.
+struct znRTLightTerms
+{
+    const znRTColorPacket* ibl;   ///< from the environment; alpha of the diffuse one: the result's
+    const znRTColorPacket* light; ///< from light sources
+    const znRTColorPacket* indirect; ///< from other surfaces
+};
+
+/// How a surface lets through what lies behind. Default: an opaque one.
+struct znRTThroughput
+{
+    znFloatType<2> blend = znFloatType<2>::allLanes(); ///< mask: lanes with a shaded result
+    znFloatType<2> surfaceAlpha{1.0f};                 ///< 1 = opaque
+    znFloatType<2> cutoutAlpha{1.0f}; ///< of the transparency map: 1 tints all that is seen behind
+    znFloatType<2> hitLanes = znFloatType<2>::noLanes(); ///< mask: lanes that show what is behind
+};
+
 class znRTFragment : public znAlignedBase32
 {
 public:
@@ -55,6 +88,32 @@ public:
                                        const znRTDataBlockPacket& block,
                                        const znRTColorPacket& color, const znFloatType<2>& alpha,
                                        const znFloatType<2>& mask);
+
+    // Surfaces with lobes: D diffuse, G glossy, S specular, T translucent. The result is, over the
+    // lobes named, the light times the surface's colour, plus the emission; then what lies behind
+    // shows through in the lanes that ask for it, and the lanes of mask are written.
+
+    /// A ready colour instead of lobes.
+    virtual void updateToColor(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
+                               const znRTColorPacket& color,
+                               const znRTColorPacket& transparencyColor, znRTShadingState& state,
+                               const znRTThroughput& throughput, const znFloatType<2>& mask);
+#define ZN_FRAGMENT_UPDATE(name)                                                                   \
+    virtual void name(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,            \
+                      const znRTColorPacket* surface, const znRTLightTerms& terms,                 \
+                      znRTShadingState& state, const znRTThroughput& throughput,                   \
+                      const znFloatType<2>& mask);
+    ZN_FRAGMENT_UPDATE(updateD)
+    ZN_FRAGMENT_UPDATE(updateG)
+    ZN_FRAGMENT_UPDATE(updateS)
+    ZN_FRAGMENT_UPDATE(updateDG)
+    ZN_FRAGMENT_UPDATE(updateDS)
+    ZN_FRAGMENT_UPDATE(updateDGS)
+    ZN_FRAGMENT_UPDATE(updateDGT)
+    ZN_FRAGMENT_UPDATE(updateDGST)
+    ZN_FRAGMENT_UPDATE(updateDST)
+#undef ZN_FRAGMENT_UPDATE
+
     /// NaN becomes 0 and nothing stays below 0, on all four channels.
     virtual void maskInvalidRGBA();
 
@@ -67,4 +126,32 @@ public:
                             znRTColorPacket& target, const znFloatType<2>& mask);
     /// Takes the other's colour and coverage over in the lanes of mask.
     void updateFragment(const znRTFragment& other, const znFloatType<2>& mask);
+
+    /// Mixes what lies behind into a shaded colour. Rays that continue behind a surface themselves
+    /// start no further ray here: who follows them composes the surfaces.
+    /// @param color  in and out
+    /// @return opacity of the result
+    static znFloatType<2> computeTransparency(const znRTRayDifferentialPacket& ray,
+                                              znRTDataBlockPacket& block,
+                                              const znRTColorPacket& transparencyColor,
+                                              const znRTThroughput& throughput,
+                                              znRTShadingState& state, znRTColorPacket& color);
+    /// Follows the rays straight on behind their hits, through as many transparent surfaces as
+    /// there are, and composes what they show.
+    /// @param weight  share of the ray's weight that goes on
+    /// @param lanes   mask
+    /// @return colour with the background behind it; alpha: opacity of the surfaces alone. 0
+    ///         outside the lanes
+    static znRTColorPacket getPassThroughColor(const znRTRayDifferentialPacket& ray,
+                                               const znRTDataBlockPacket& block,
+                                               const znFloatType<2>& weight,
+                                               const znFloatType<2>& lanes,
+                                               znRTShadingState& state);
+
+private:
+    template <int... Lobes>
+    void updateLobes(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
+                     const znRTColorPacket* surface, const znRTLightTerms& terms,
+                     znRTShadingState& state, const znRTThroughput& throughput,
+                     const znFloatType<2>& mask);
 };
