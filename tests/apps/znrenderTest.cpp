@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -279,14 +281,16 @@ TEST(ZnRender, FinishesTheSampleAndWritesWhenInterrupted)
 {
     const TemporaryFolder folder;
     const std::string picture = folder.path("a.png");
-    // Interrupted as soon as the first progress line shows that it renders.
+    // Interrupted once the first lines of progress show that it renders.
     const ProgramResult result = support::runProgram(
-        "znrender", {studio, "-o", picture, "-r", "640x360", "-s", "65536"}, [](int process) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+        "znrender", {studio, "-o", picture, "-r", "320x180", "-s", "4096", "--json-progress"},
+        [](int process, const support::OutputCount& written) {
+            for (int i = 0; i < 6000 && written == 0; ++i)
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
             kill(process, SIGINT);
         });
     EXPECT_EQ(result.exitCode, 3) << result.error;
-    EXPECT_EQ(io::readImage(picture).width, 640u);
+    EXPECT_EQ(io::readImage(picture).width, 320u);
 }
 
 TEST(ZnRender, StopsWhenTheTimeIsUp)

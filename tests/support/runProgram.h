@@ -3,8 +3,7 @@
 // Runs a program of the build and keeps what it says.
 
 #include <array>
-#include <chrono>
-#include <csignal>
+#include <atomic>
 #include <fcntl.h>
 #include <functional>
 #include <string>
@@ -32,9 +31,12 @@ struct ProgramResult
 };
 
 /// @param program    name in the build's bin folder
+/// Bytes that a running program has written to standard output so far.
+using OutputCount = std::atomic<std::size_t>;
+
 /// @param whileRuns  called once with the process id after the start
 inline ProgramResult runProgram(const std::string& program, std::vector<std::string> arguments,
-                                const std::function<void(int)>& whileRuns = {},
+                                const std::function<void(int, const OutputCount&)>& whileRuns = {},
                                 const std::string& folder = {})
 {
     const std::string path = std::string(ZN_BINARY_DIR) + "/" + program;
@@ -59,16 +61,19 @@ inline ProgramResult runProgram(const std::string& program, std::vector<std::str
     close(error[1]);
 
     ProgramResult result;
-    const auto drain = [](int descriptor, std::string& text) {
+    OutputCount outCount = 0, errorCount = 0;
+    const auto drain = [](int descriptor, std::string& text, OutputCount& count) {
         char buffer[4096];
-        for (ssize_t n; (n = read(descriptor, buffer, sizeof buffer)) > 0;)
+        for (ssize_t n; (n = read(descriptor, buffer, sizeof buffer)) > 0;) {
             text.append(buffer, std::size_t(n));
+            count += std::size_t(n);
+        }
         close(descriptor);
     };
-    std::thread outReader(drain, out[0], std::ref(result.out));
-    std::thread errorReader(drain, error[0], std::ref(result.error));
+    std::thread outReader(drain, out[0], std::ref(result.out), std::ref(outCount));
+    std::thread errorReader(drain, error[0], std::ref(result.error), std::ref(errorCount));
     if (whileRuns)
-        whileRuns(int(child));
+        whileRuns(int(child), outCount);
     int status = 0;
     waitpid(child, &status, 0);
     outReader.join();
