@@ -130,6 +130,8 @@ void znRTAccelerator::addGeometryNode(const osg::NodePtr& node, const osg::NodeC
     geometry->setTransformMatrix(toWorld);
     setActiveMaterial(resolveMaterialAssignment(node, core), node, core, geometry);
     geometry->updateConnectedList(*this);
+    // From here on update() tells what is new.
+    geometry->update();
     objectsChanged = true;
 }
 
@@ -183,7 +185,6 @@ bool znRTAccelerator::updateObjects()
         return false;
     updateGeometryList();
     build(defaultQuality);
-    objectsChanged = false;
     return true;
 }
 

@@ -57,6 +57,7 @@ struct znRTDynamicAccelerator::Entry
 void znRTDynamicAccelerator::build(unsigned int)
 {
     const std::lock_guard lock(getLock());
+    objectsChanged = false;
     if (sceneNodes.size == 0)
         return;
     figures = znRTSceneFigures();

@@ -251,3 +251,12 @@ TEST(Accelerator, IsEmptyAfterClear)
     EXPECT_FALSE(scene.scene->isValid());
     EXPECT_EQ(scene.trace(downward(0.5f, 0.2f)).hitMask, 0u);
 }
+
+TEST(Accelerator, DoesNotBuildAgainWithoutAChange)
+{
+    MeshScene scene;
+    const GeometryRef geometry = makeSquare();
+    scene.add(geometry.get());
+    scene.build();
+    EXPECT_FALSE(scene.scene->updateObjects());
+}
