@@ -1,4 +1,5 @@
 #include "host/znRTRaytracingSettings.h"
+#include "host/znRTSceneHandler.h"
 #include "host/znRaytracerP.h"
 #include "render/copyTasks.h"
 #include "render/notAvailable.h"
@@ -46,12 +47,16 @@ znRTRenderTaskKey makeKey(const znRaytracerP& view, u32 copyFlags, u32 pixelForm
     return key;
 }
 
-/// Switches that tell the copy stage what the chosen picture wants.
+/// Switches that tell the copy stage what the chosen picture wants. A step that the scene's settings
+/// turn off stays off: the mirrors alone would forget that with the first display aid.
 void applySwitches(const znRTIntegratorChoice& choice)
 {
     using Settings = znRTRaytracingSettings;
-    Settings::s_applyTonemapping = choice.applyTonemapping;
-    Settings::s_applyColorCorrection = choice.applyColorCorrection;
+    const auto settings = znRTSceneHandler::getRaytracingSettingsAttachment();
+    Settings::s_applyTonemapping =
+        choice.applyTonemapping && (!settings || settings->getApplyTonemapping());
+    Settings::s_applyColorCorrection =
+        choice.applyColorCorrection && (!settings || settings->getApplyColorCorrection());
     Settings::s_renderFrontplates = choice.renderFrontplates;
     Settings::s_renderBackplates = choice.renderBackplates;
     if (choice.occlusionPass >= 0)

@@ -136,6 +136,23 @@ TEST_F(TaskSelection, ReplacesTheTaskForEachPartOfItsKey)
     Settings::s_reflectionClampValue = 100.0f;
 }
 
+TEST_F(TaskSelection, LeavesOutStepsThatTheSceneTurnsOff)
+{
+    using Settings = znRTRaytracingSettings;
+    view.record.m_renderMode = 0;
+    ensure();
+    EXPECT_TRUE(Settings::s_applyTonemapping && Settings::s_applyColorCorrection);
+    instance->setApplyTonemapping(false);
+    view.record.m_renderMode = 1; // a display aid, and back
+    ensure();
+    EXPECT_FALSE(Settings::s_applyTonemapping || Settings::s_applyColorCorrection);
+    view.record.m_renderMode = 0;
+    ensure();
+    EXPECT_FALSE(Settings::s_applyTonemapping);
+    EXPECT_TRUE(Settings::s_applyColorCorrection);
+    instance->setApplyTonemapping(true);
+}
+
 TEST_F(TaskSelection, ReadsTheBuffersOfEachFrame)
 {
     ensure();
