@@ -111,6 +111,8 @@ osg::ImagePtr GltfTextures::channelImage(u64 index, const Channel& channel)
     if (!isNew)
         return found->second;
     const osg::ImagePtr source = image(index);
+    if (!source)
+        throw GltfFault(fmt::format("image {} could not be read", index));
     const u32 width = source->getWidth(), height = source->getHeight();
     const bool isWide = source->getDataType() != osg::Image::UInt8;
     std::vector<u8> pixels(u64(width) * height * (isWide ? sizeof(float) : 1));
