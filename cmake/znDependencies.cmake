@@ -9,7 +9,6 @@ find_package(TIFF REQUIRED)
 find_package(fmt REQUIRED)
 find_package(nlohmann_json REQUIRED)
 find_package(CLI11 REQUIRED)
-find_package(TinyGLTF REQUIRED)
 pkg_check_modules(LCMS2 REQUIRED IMPORTED_TARGET lcms2)
 pkg_check_modules(EPOXY REQUIRED IMPORTED_TARGET epoxy)
 
