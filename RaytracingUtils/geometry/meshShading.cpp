@@ -39,6 +39,11 @@ znRTMesh::Corners znRTMesh::fetchCorners(const znRTHitInfoPacket& hit, int laneB
         corners.vertex[2][lane] = triangle.c;
         corners.lanes |= 1 << lane;
     }
+    for (int k = 0; k < 3; ++k) {
+        corners.position[k] = gather(positions, corners, k);
+        if (texCoords[0])
+            corners.uv[k] = gatherUV(0, corners, k);
+    }
     return corners;
 }
 
@@ -102,8 +107,7 @@ void znRTMesh::fillSurface(const znRTRayDifferentialPacket& ray, znRTDataBlockPa
                            const Corners& corners) const
 {
     const znFloatType<2> mask = expandLanes(corners.lanes);
-    const znRTVector3fPacket a = gather(positions, corners, 0), b = gather(positions, corners, 1),
-                             c = gather(positions, corners, 2);
+    const auto& [a, b, c] = corners.position;
     const znRTVector3fPacket position = interpolate(a, b, c, data.hit);
     const znRTVector3fPacket face =
         znRTVectorMath::transformAsNormal(cross(b - a, c - a), m_toObject).getNormalized();
@@ -200,7 +204,7 @@ void znRTMesh::fillEdges(znRTDataBlockPacket& data, const Corners& corners) cons
     const znFloatType<2> mask = expandLanes(corners.lanes);
     for (int k = 0; k < 3; ++k)
         data.edgeVertices[k].setMasked(
-            znRTVectorMath::transformAsLocation(gather(positions, corners, k), m_toWorld), mask);
+            znRTVectorMath::transformAsLocation(corners.position[k], m_toWorld), mask);
 }
 
 /// Offsets on the tangent plane as steps of the barycentrics u and v: least squares along the two
@@ -208,11 +212,9 @@ void znRTMesh::fillEdges(znRTDataBlockPacket& data, const Corners& corners) cons
 void znRTMesh::footprintInTriangle(const znRTDataBlockPacket& data, const Corners& corners,
                                    znRTVector2fPacket& dx, znRTVector2fPacket& dy) const
 {
-    const znRTVector3fPacket a = gather(positions, corners, 0);
-    const znRTVector3fPacket e1 =
-        znRTVectorMath::transformAsDirection(gather(positions, corners, 1) - a, m_toWorld);
-    const znRTVector3fPacket e2 =
-        znRTVectorMath::transformAsDirection(gather(positions, corners, 2) - a, m_toWorld);
+    const auto& [a, b, c] = corners.position;
+    const znRTVector3fPacket e1 = znRTVectorMath::transformAsDirection(b - a, m_toWorld);
+    const znRTVector3fPacket e2 = znRTVectorMath::transformAsDirection(c - a, m_toWorld);
     const znFloatType<2> e11 = dot(e1, e1), e12 = dot(e1, e2), e22 = dot(e2, e2);
     const znFloatType<2> inverse = reciprocalOrZero(e11 * e22 - e12 * e12);
     const auto project = [&](const znRTVector3fPacket& offset) {
@@ -226,19 +228,16 @@ void znRTMesh::footprintInTriangle(const znRTDataBlockPacket& data, const Corner
 void znRTMesh::fillDifferentials(znRTDataBlockPacket& data, const Corners& corners) const
 {
     const znFloatType<2> mask = expandLanes(corners.lanes);
-    const znRTVector3fPacket a = gather(positions, corners, 0);
-    const znRTVector3fPacket e1 =
-        znRTVectorMath::transformAsDirection(gather(positions, corners, 1) - a, m_toWorld);
-    const znRTVector3fPacket e2 =
-        znRTVectorMath::transformAsDirection(gather(positions, corners, 2) - a, m_toWorld);
+    const auto& [a, b, c] = corners.position;
+    const znRTVector3fPacket e1 = znRTVectorMath::transformAsDirection(b - a, m_toWorld);
+    const znRTVector3fPacket e2 = znRTVectorMath::transformAsDirection(c - a, m_toWorld);
 
     // Along the texture coordinates, or along the barycentrics where these have no area.
     znRTVector3fPacket dPdu = e1, dPdv = e2;
     znRTVector2fPacket uv1(0.0f, 0.0f), uv2(0.0f, 0.0f);
     if (texCoords[0]) {
-        const znRTVector2fPacket uv0 = gatherUV(0, corners, 0);
-        uv1 = gatherUV(0, corners, 1) - uv0;
-        uv2 = gatherUV(0, corners, 2) - uv0;
+        uv1 = corners.uv[1] - corners.uv[0];
+        uv2 = corners.uv[2] - corners.uv[0];
         const znFloatType<2> determinant = uv1.x * uv2.y - uv1.y * uv2.x;
         const znFloatType<2> inverse = reciprocalOrZero(determinant);
         const znFloatType<2> hasArea = determinant != znFloatType<2>(0.0f);
@@ -283,9 +282,8 @@ void znRTMesh::fillNormalDifferentials(znRTDataBlockPacket& data, const Corners&
 
     znFloatType<2> duOverU = 1.0f, dvOverU = 0.0f, duOverV = 0.0f, dvOverV = 1.0f;
     if (texCoords[0]) {
-        const znRTVector2fPacket uv0 = gatherUV(0, corners, 0);
-        const znRTVector2fPacket uv1 = gatherUV(0, corners, 1) - uv0;
-        const znRTVector2fPacket uv2 = gatherUV(0, corners, 2) - uv0;
+        const znRTVector2fPacket uv1 = corners.uv[1] - corners.uv[0];
+        const znRTVector2fPacket uv2 = corners.uv[2] - corners.uv[0];
         const znFloatType<2> determinant = uv1.x * uv2.y - uv1.y * uv2.x;
         const znFloatType<2> inverse = reciprocalOrZero(determinant);
         const znFloatType<2> hasArea = determinant != znFloatType<2>(0.0f);
@@ -385,8 +383,7 @@ void znRTMesh::getAmbientOcclusionData(znRTDataBlockPacket& data, int lane) cons
 {
     const Corners corners = fetchCorners(data.hit, 1 << lane);
     const znFloatType<2> mask = expandLanes(corners.lanes);
-    const znRTVector3fPacket a = gather(positions, corners, 0), b = gather(positions, corners, 1),
-                             c = gather(positions, corners, 2);
+    const auto& [a, b, c] = corners.position;
     const znRTVector3fPacket face =
         znRTVectorMath::transformAsNormal(cross(b - a, c - a), m_toObject).getNormalized();
     znRTVector3fPacket stored = face;

@@ -57,6 +57,11 @@ znRTVector2f znRTVertexAttribute::getVector2f(u32 vertex) const
     if (vertex >= count)
         return {};
     const u8* const tuple = data + u64(vertex) * stride;
+    if (type == osg::GeoProperty::Float32 && dimension > 1) {
+        float values[2];
+        std::memcpy(values, tuple, sizeof(values));
+        return {values[0], values[1]};
+    }
     return {number(tuple, 0), dimension > 1 ? number(tuple, 1) : 0.0f};
 }
 

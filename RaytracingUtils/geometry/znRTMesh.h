@@ -86,7 +86,9 @@ private:
     struct Corners
     {
         u32 vertex[3][4] = {};
-        int lanes = 0; ///< bits of lanes that have a triangle
+        int lanes = 0;                  ///< bits of lanes that have a triangle
+        znRTVector3fPacket position[3]; ///< object space
+        znRTVector2fPacket uv[3];       ///< of set 0, where the mesh has one
     };
 
     bool readPositions(const osg::Geometry& geometry);
