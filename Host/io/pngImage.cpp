@@ -4,9 +4,11 @@
 #include "io/iccProfile.h"
 #include "io/imageCodecs.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <csetjmp>
+#include <cstdlib>
 #include <exception>
 #include <png.h>
 
@@ -57,6 +59,20 @@ void readBytes(png_structp png, png_bytep target, std::size_t size)
 {
     Reader& reader = *static_cast<Reader*>(png_get_io_ptr(png));
     guarded(png, reader, [&] { reader.file.readExactly(target, size); });
+}
+
+/// The library only warns of a chunk above the limit, takes memory for all of it, and clears that.
+/// Rows need far less: 16 bytes per pixel cover the widest with its filter.
+png_voidp allocateWithinLimits(png_structp png, png_alloc_size_t size)
+{
+    const Reader& reader = *static_cast<const Reader*>(png_get_mem_ptr(png));
+    const u64 largestRow = 16 * reader.file.getLimits().imageSide;
+    return size <= std::max<u64>(largestChunk, largestRow) + 64 ? std::malloc(size) : nullptr;
+}
+
+void release(png_structp, png_voidp memory)
+{
+    std::free(memory);
 }
 
 /// @return false after an error
@@ -215,7 +231,8 @@ std::vector<png_bytep> rowsOf(const ImageData& image)
 ImageData readPng(InputFile& file)
 {
     Reader reader(file);
-    reader.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &reader, onError<Reader>, onWarning);
+    reader.png = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, &reader, onError<Reader>,
+                                          onWarning, &reader, allocateWithinLimits, release);
     reader.info = reader.png ? png_create_info_struct(reader.png) : nullptr;
     if (!reader.info)
         file.fail("no memory for the PNG reader");
