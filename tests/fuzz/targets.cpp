@@ -1,5 +1,6 @@
 #include "targets.h"
 
+#include "host/osg/Geometry.h"
 #include "host/osg/Node.h"
 #include "io/gltfReader.h"
 #include "io/imageReader.h"
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,6 +24,10 @@ io::Limits fuzzLimits()
     limits.imageSize = 32 << 20;
     limits.jsonSize = 1 << 20;
     limits.nodes = 10'000;
+    limits.accessors = 10'000;
+    limits.instances = 10'000;
+    limits.textures = 1'000;
+    limits.triangles = 1'000'000;
     return limits;
 }
 
@@ -82,7 +88,28 @@ void readSmall(std::span<const u8> bytes)
     readImage(bytes, "");
 }
 
-/// Bounds of all that is in the graph.
+/// Every corner with all its attributes, as geometry nodes read them.
+float sumOfCorners(const osg::Geometry& geometry)
+{
+    float sum = 0;
+    const auto add = [&sum](const osg::GeoPropertyPtr& property, u32 index) {
+        if (property)
+            sum += property->getVec3(index)[0];
+    };
+    for (auto at = geometry.beginTriangles(), end = geometry.endTriangles(); !(at == end); ++at)
+        for (int corner = 0; corner < 3; ++corner) {
+            sum += at.getPosition(corner)[2];
+            add(geometry.getNormals(), at.getNormalIndex(corner));
+            add(geometry.getColors(), at.getColorIndex(corner));
+            for (int set = 0; set < osg::Geometry::texCoordSetCount; ++set)
+                add(geometry.getTexCoordSet(set), at.getTexCoordsIndex(corner, set));
+        }
+    for (auto at = geometry.beginLines(), end = geometry.endLines(); !(at == end); ++at)
+        sum += at.getPosition(0)[0] + at.getPosition(1)[0];
+    return sum;
+}
+
+/// Bounds, all triangles, and every field of every container on the way into an archive.
 void use(const osg::NodePtr& root)
 {
     if (!root)
@@ -90,6 +117,16 @@ void use(const osg::NodePtr& root)
     const osg::Box box = root->getWorldBox();
     if (!box.isEmpty() && !(box.minimum[0] <= box.maximum[0]))
         std::abort();
+    // Instances share cores: each is walked once.
+    std::set<const osg::Geometry*> walked;
+    volatile float sum = 0;
+    osg::traverse(root, [&](const osg::NodePtr& node) {
+        const auto geometry = osg::GeometryPtr::dcast(node->getCore());
+        if (geometry && walked.insert(geometry.get()).second)
+            sum = sumOfCorners(*geometry);
+        return true;
+    });
+    io::writeSceneArchive(root, [&](const void*, std::size_t size) { sum = float(size); });
 }
 
 /// Puts the numbers of a header together.

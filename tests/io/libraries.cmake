@@ -4,3 +4,5 @@ target_link_libraries(ioTest PRIVATE OpenEXR::OpenEXR PkgConfig::LCMS2)
 if(TARGET znimport-assimp)
     add_dependencies(ioTest znimport-assimp)
 endif()
+# Damaged files go through what the fuzzer runs: a reader and a use of its result.
+target_sources(ioTest PRIVATE ${PROJECT_SOURCE_DIR}/tests/fuzz/targets.cpp)
