@@ -1,4 +1,4 @@
-// znimport-assimp [-I DIR]... [--limit NAME=N]... -- SCENE
+// znimport-assimp [-I DIR]... [--limit NAME=N]... [--check-confinement] -- SCENE
 //
 // Reads OBJ, PLY, STL, FBX or Collada and writes a scene archive to standard output. Standard error
 // takes one line per message: "info: ", "warning: " or "error: ". Exit 0 done, 1 the file is no
@@ -11,6 +11,8 @@
 #include "host/znLog.h"
 #include "io/InputError.h"
 #include "io/sceneArchive.h"
+#include "plyHeader.h"
+#include "sandbox.h"
 
 #include <algorithm>
 #include <array>
@@ -19,6 +21,7 @@
 #include <assimp/postprocess.h>
 #include <cerrno>
 #include <new>
+#include <strings.h>
 #include <unistd.h>
 
 namespace {
@@ -33,6 +36,7 @@ struct Options
     std::string scene;
     std::vector<std::string> folders;
     io::Limits limits;
+    bool checksConfinement = false;
 };
 
 Options parse(int count, char** arguments)
@@ -44,6 +48,8 @@ Options parse(int count, char** arguments)
             options.folders.push_back(arguments[++i]);
         else if (argument == "--limit" && i + 1 < count)
             options.limits.set(arguments[++i]);
+        else if (argument == "--check-confinement")
+            options.checksConfinement = true;
         else if (argument == "--" && i + 2 == count)
             options.scene = arguments[++i];
         else
@@ -68,6 +74,16 @@ void keepFormats(Assimp::Importer& importer)
         if (!isKept)
             importer.UnregisterLoader(importer.GetImporter(i));
     }
+}
+
+/// Headers that the library does not get over.
+void checkHeader(const Options& options)
+{
+    const std::size_t dot = std::min(options.scene.rfind('.'), options.scene.size());
+    if (::strcasecmp(options.scene.c_str() + dot, ".ply") != 0)
+        return;
+    io::InputFile file = io::InputFile::open(options.scene, options.limits);
+    checkPlyHeader(file);
 }
 
 /// What the library threw, or its message. Its name for the file is not the user's.
@@ -105,6 +121,13 @@ void writeToOutput(const void* data, std::size_t size)
 void import(const Options& options)
 {
     const io::SceneFolder folder(options.scene, options.folders, options.limits);
+    confine(folder.getFolders(), options.scene);
+    if (options.checksConfinement) {
+        for (const std::string& door : openDoors())
+            writeToOutput((door + "\n").data(), door.size() + 1);
+        return;
+    }
+    checkHeader(options);
     Assimp::Importer importer;
     keepFormats(importer);
     AssimpFiles* const files = new AssimpFiles(folder);

@@ -14,7 +14,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <linux/landlock.h>
+#include <random>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using io::importScene;
 
@@ -356,6 +361,16 @@ TEST_F(Import, TellsWhatItCannotRead)
     EXPECT_NE(refusal(folder.write("lwo.obj", "FORM\0\0\0\4LWO2")), "(nothing thrown)");
 }
 
+// The import library would read this header for ever.
+TEST_F(Import, NamesTheLineOfADamagedPlyHeader)
+{
+    const std::string header = "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\n";
+    EXPECT_NE(refusal(folder.write("a.ply", header + "propurty float y\nend_header\n0 0\n"))
+                  .find("damaged PLY: line 5 of the header"),
+              std::string::npos);
+    EXPECT_NE(refusal(folder.write("b.ply", header)).find("no end"), std::string::npos);
+}
+
 TEST_F(Import, TakesHostileNames)
 {
     for (const std::string name : {"-I.obj", "a b\xe2\x9d\xa4.obj", "a%20b.obj", "new\nline.obj",
@@ -419,6 +434,55 @@ TEST_F(Import, TurnsEveryEndOfTheProgramIntoOneLine)
     EXPECT_EQ(endOf("echo \"error: $(ulimit -n) $(ulimit -c)\" >&2; exit 1"), "64 0");
     EXPECT_NE(endOf("echo x > '" + folder.path("written") + "' && exit 1; exit 1"), "");
     EXPECT_NE(folder.read("written"), "x\n");
+}
+
+// The program itself tries to read and write elsewhere, connect, fork and execute.
+TEST_F(Import, IsConfined)
+{
+    const std::string path = folder.write("a.obj", triangleObj);
+    const std::string command = "'" + io::findImportProgram() + "' --check-confinement -- '" +
+                                path + "' > '" + folder.path("doors") + "' 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    std::string doors = folder.read("doors");
+    // Only old kernels lack the means to confine files.
+    if (::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) < 0) {
+        doors = replaced(replaced(doors, "read\n", ""), "write\n", "");
+        std::filesystem::remove("/tmp/znimport-probe");
+    }
+    EXPECT_EQ(doors, "");
+}
+
+// Bits flipped in every kind of file: a scene or one line, whatever becomes of the program.
+TEST_F(Import, SurvivesFlippedBits)
+{
+    const std::string files[][2] = {
+        {"a.obj", "mtllib a.mtl\nvt 0 0\nvt 1 0\nusemtl m\n" + triangleObj + "f 1/1 2/2 -1/-1\n"},
+        {"a.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
+                  "property float z\nelement face 1\nproperty list uchar int vertex_indices\n"
+                  "end_header\n0 0 0\n1 0 0\n1 1 0\n3 0 1 2\n"},
+        {"a.stl", "solid a\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
+                  "vertex 0 1 0\nendloop\nendfacet\nendsolid a\n"},
+        {"a.dae", daeText}};
+    folder.write("a.mtl", "newmtl m\nKd 1 1 1\n");
+    std::mt19937 random(11);
+    io::Limits limits;
+    limits.importSeconds = 10; // damage may send the import library round in circles
+    int refused = 0;
+    for (const auto& [name, text] : files) {
+        for (int round = 0; round < 25; ++round) {
+            std::string damaged = text;
+            for (int flips = 1 + int(random() % 4); flips > 0; --flips)
+                damaged[random() % damaged.size()] ^= char(1u << random() % 7);
+            const std::string path = folder.write(name, damaged);
+            try {
+                importScene(path, {}, limits);
+            } catch (const io::InputError& error) {
+                EXPECT_EQ(std::string(error.what()).rfind(path + ": ", 0), 0u) << error.what();
+                ++refused;
+            }
+        }
+    }
+    EXPECT_GT(refused, 0);
 }
 
 TEST_F(Import, ReadsTheSampleModels)
