@@ -1,7 +1,8 @@
 // Rays per second and triangles built per second of the core's trees on fixed rays; with --embree
 // next to Embree 3 on the very same rays in the same run. Prints JSON.
 //
-//   rays [--embree] [--size N] [--repeat N] [--threads N] [--only PREFIX] [--no-build] MESH...
+//   rays [--embree] [--size N] [--repeat N] [--threads N] [--only PREFIX] [--tracer NAME]
+//        [--no-build] MESH...
 //
 // A mesh may carry a suffix :N, which refines it N times by four. Times with one thread are that
 // thread's processor time, so that other work on the machine matters little; with several they are
@@ -30,7 +31,7 @@ struct Options
 {
     bool withEmbree = false, withBuild = true;
     int size = 1024, repeat = 5, threads = 1;
-    std::string only;
+    std::string only, tracer; ///< beginnings of names of sets and of tracers
     std::vector<std::string> meshes;
 };
 
@@ -50,6 +51,8 @@ Options parse(int argc, char** argv)
             o.repeat = std::max(1, std::atoi(next()));
         else if (a == "--threads")
             o.threads = std::max(1, std::atoi(next()));
+        else if (a == "--tracer")
+            o.tracer = next();
         else if (a == "--only")
             o.only = next();
         else
@@ -103,7 +106,7 @@ Json measure(const std::vector<const Tracer*>& tracers, const RaySet& set, const
 {
     std::vector<const Tracer*> used;
     for (const Tracer* t : tracers)
-        if (t->accepts(set))
+        if (t->accepts(set) && t->getName().rfind(o.tracer, 0) == 0)
             used.push_back(t);
     std::vector<Samples> times(used.size());
     std::vector<Json> checks(used.size());
@@ -272,7 +275,7 @@ try {
     const Options o = parse(argc, argv);
     if (o.meshes.empty()) {
         std::fprintf(stderr, "usage: rays [--embree] [--size N] [--repeat N] [--threads N] "
-                             "[--only PREFIX] [--no-build] MESH[:REFINE]...\n");
+                             "[--only PREFIX] [--tracer NAME] [--no-build] MESH[:REFINE]...\n");
         return 2;
     }
     tbb::global_control control(tbb::global_control::max_allowed_parallelism,

@@ -47,8 +47,6 @@ void walkLaneOctant(u64 reference, int lane, const znRTVector3fPacket& inverse,
     while (true) {
         while (!znRTBVHNodeLayout::isLeaf(reference)) {
             const znRTBVHNodeLayout& node = *reinterpret_cast<const znRTBVHNodeLayout*>(reference);
-            leafTest.prefetch(node.left);
-            leafTest.prefetch(node.right);
             // The running value is the second operand: a NaN, from a ray inside a plane, is
             // dropped and the axis does not cull.
             znFloatType<2> v = maximum((planes(node.x, Signs & 1) - ox) * ix, range);
@@ -61,6 +59,9 @@ void walkLaneOctant(u64 reference, int lane, const znRTVector3fPacket& inverse,
                 const bool leftFirst = nearRight >= nearLeft;
                 stack[depth++] =
                     leftFirst ? Entry{nearRight, node.right} : Entry{nearLeft, node.left};
+                // The child that is met next comes by itself: branches are predicted and loads run
+                // ahead. Prefetching it too, or before each test, costs a fifth of the speed.
+                leafTest.prefetch(stack[depth - 1].reference);
                 reference = leftFirst ? node.left : node.right;
             } else if (children == 0) {
                 goto pop;

@@ -28,6 +28,8 @@ struct znRTChildIntervals
 class znRTMixedSigns
 {
 public:
+    static constexpr bool s_isIncoherent = false;
+
     znRTMixedSigns(const znRTVector3fPacket& inverse, const znRTVector3fPacket& origin)
         : inv(inverse), o(origin)
     {
@@ -62,6 +64,8 @@ private:
 class znRTUniformSigns
 {
 public:
+    static constexpr bool s_isIncoherent = false;
+
     znRTUniformSigns(const znRTVector3fPacket& inverse, const znRTVector3fPacket& origin, int mask)
         : inv(inverse), o(origin), x(moveMask(inverse.x) & mask ? 2 : 0),
           y(moveMask(inverse.y) & mask ? 2 : 0), z(moveMask(inverse.z) & mask ? 2 : 0)
@@ -100,6 +104,14 @@ private:
     const int x, y, z; ///< place of the near planes in a node's four values
 };
 
+/// Whether so few rays are left in a subtree that each goes on alone.
+template <class Slabs>
+bool isFew(int mask)
+{
+    const int rest = mask & (mask - 1);
+    return rest == 0 || (Slabs::s_isIncoherent && (rest & (rest - 1)) == 0);
+}
+
 /// @tparam Slabs   znRTMixedSigns or znRTUniformSigns
 /// @tparam Shadow  lanes with t 0 are finished
 template <class Slabs, bool Shadow, class LeafTest>
@@ -121,7 +133,7 @@ void walkPacketFrom(u64 reference, const Slabs& slabs, const znRTVector3fPacket&
 
     while (true) {
         while (!znRTBVHNodeLayout::isLeaf(reference)) {
-            if ((mask & (mask - 1)) == 0)
+            if (isFew<Slabs>(mask))
                 break;
             const znRTBVHNodeLayout& node = *reinterpret_cast<const znRTBVHNodeLayout*>(reference);
             leafTest.prefetch(node.left);
@@ -152,8 +164,9 @@ void walkPacketFrom(u64 reference, const Slabs& slabs, const znRTVector3fPacket&
         if (znRTBVHNodeLayout::isLeaf(reference))
             leafTest.test(reference, mask);
         else
-            walkLane<Shadow>(reference, std::countr_zero(unsigned(mask)), inverse, origin,
-                             direction, tMin, leafTest);
+            for (int lanes = mask; lanes; lanes &= lanes - 1)
+                walkLane<Shadow>(reference, std::countr_zero(unsigned(lanes)), inverse, origin,
+                                 direction, tMin, leafTest);
         t = leafTest.getT();
         if (Shadow) {
             alive &= moveMask(zero < t);

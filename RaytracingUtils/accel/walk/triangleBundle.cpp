@@ -488,6 +488,7 @@ bool Pyramid<Sides>::testTriangles(unsigned slot, int mask, const znRTTriangleGr
 {
     znRTHitInfoPacket& hit = hits.hits[packetOf[slot]];
     const znRTVector3fPacket& d = direction[slot];
+    znFloatType<2> shortened = far[slot];
     bool changed = false;
     for (; mask; mask &= mask - 1) {
         const int lane = std::countr_zero(unsigned(mask));
@@ -499,10 +500,11 @@ bool Pyramid<Sides>::testTriangles(unsigned slot, int mask, const znRTTriangleGr
             continue;
         writeHit(hit, lane, found, firstPrimitive + found.lane, leaf.getGeometryIndex(),
                  leaf.isTransparent());
+        shortened = select(oneLane(unsigned(lane)), found.t, shortened);
         changed = true;
     }
-    if (changed)
-        far[slot] = select(expandLanes(lanesOf[slot]), hit.t, -s_infinity);
+    // Not from the hit packet: reading whole what was just written by lanes would stall.
+    far[slot] = shortened;
     return changed;
 }
 
