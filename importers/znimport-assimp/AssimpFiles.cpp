@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <assimp/IOStream.hpp>
+#include <utility>
 
 namespace {
 
@@ -79,7 +80,10 @@ Assimp::IOStream* AssimpFiles::Open(const char* name, const char* mode)
     if (std::string_view(mode).find_first_of("wa+") != std::string_view::npos)
         return nullptr;
     try {
-        return new Stream(open(name));
+        io::InputFile file = open(name);
+        if (std::string_view(name).ends_with(".mtl"))
+            m_materialFiles.insert(name);
+        return new Stream(std::move(file));
     } catch (const io::InputError& error) {
         if (!isGuess(name, m_sceneName) && m_refused.insert(error.what()).second)
             znLog::warning(error.what());

@@ -18,15 +18,19 @@ public:
     /// What the library is told to read.
     const std::string& getSceneName() const { return m_sceneName; }
 
+    /// The material files that the library opened.
+    const std::set<std::string>& getMaterialFiles() const { return m_materialFiles; }
+    /// @throws io::InputError
+    io::InputFile open(const std::string& name) const;
+
     bool Exists(const char* name) const override;
     char getOsSeparator() const override { return '/'; }
     Assimp::IOStream* Open(const char* name, const char* mode) override;
     void Close(Assimp::IOStream* stream) override;
 
 private:
-    io::InputFile open(const std::string& name) const;
-
     const io::SceneFolder& m_folder;
     std::string m_sceneName;
+    std::set<std::string> m_materialFiles;
     std::set<std::string> m_refused; ///< so that each is told once
 };

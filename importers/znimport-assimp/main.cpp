@@ -11,6 +11,7 @@
 #include "host/znLog.h"
 #include "io/InputError.h"
 #include "io/sceneArchive.h"
+#include "mtlPlacement.h"
 #include "plyHeader.h"
 #include "sandbox.h"
 
@@ -118,6 +119,14 @@ void writeToOutput(const void* data, std::size_t size)
     }
 }
 
+void addMaterialPlacements(aiScene& scene, const AssimpFiles& files)
+{
+    for (const std::string& name : files.getMaterialFiles()) {
+        const std::vector<u8> bytes = files.open(name).readAll();
+        addPlacements(scene, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    }
+}
+
 void import(const Options& options)
 {
     const io::SceneFolder folder(options.scene, options.folders, options.limits);
@@ -146,6 +155,7 @@ void import(const Options& options)
         rethrow(importer, folder);
     if (removeBadMeshes(scene) == 0)
         throw io::InputError(options.scene, "holds no usable geometry");
+    addMaterialPlacements(scene, *files);
     if (scene.mNumCameras + scene.mNumLights + scene.mNumAnimations > 0)
         znLog::info("info: cameras, lights and animations of this format are left out");
     const osg::Ref<osg::Node> root = buildScene(scene, axesAndUnit(scene, options.scene), folder);

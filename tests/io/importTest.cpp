@@ -280,8 +280,10 @@ TEST_F(Import, ReadsMaterialsAndTextures)
     image.allocate(2, 2, 3, io::ImageData::Type::byte);
     image.values = {255, 0, 0, 0, 255, 0, 0, 0, 255, 9, 8, 7}; // the last row is the lower one
     io::writeImage(folder.path("wood.png"), image);
-    folder.write("all.mtl", "newmtl paint\nKd 0.5 0.25 0.125\nKs 0.04 0.04 0.04\nNs 400\nd 0.75\n"
-                            "map_Kd wood.png\nnewmtl lamp\nKe 17 12 4\n");
+    folder.write(
+        "all.mtl",
+        "newmtl paint\nKd 0.5 0.25 0.125\nKs 0.04 0.04 0.04\nNs 400\nd 0.75\n"
+        "map_Kd -s 2 4 1 -o 0.25 0 0 wood.png\nbump -bm 0.5 wood.png\nnewmtl lamp\nKe 17 12 4\n");
     const osg::NodePtr root =
         load(folder.write("a.obj", "mtllib all.mtl\nvt 0 0\nvt 1 0\nvt 0 1\nusemtl paint\n"
                                    "v 0 0 0\nv 2 0 0\nv 0 3 0\nf 1/1 2/2 3/3\nusemtl lamp\n"
@@ -303,6 +305,13 @@ TEST_F(Import, ReadsMaterialsAndTextures)
     ASSERT_TRUE(slot && slot->getImage());
     EXPECT_TRUE(slot->getIsActive());
     EXPECT_EQ(slot->getImage()->getPixel(1, 0), osg::Vec4f(9 / 255.0f, 8 / 255.0f, 7 / 255.0f, 1));
+    // A corner u = 0.5 lands at 2 * 0.5 + 0.25 in the file's terms.
+    const float repeat = slot->getRepeat()[0], offset = slot->getOffset()[0];
+    EXPECT_NEAR(repeat * (0.5f - 0.5f - offset) + 0.5f, 1.25f, 1e-6f);
+    EXPECT_EQ(slot->getRepeat()[1], 4.0f);
+    ASSERT_TRUE(paint->getBumpTexture());
+    EXPECT_EQ(paint->getBumpTexture()->getGamma(), 1.0f);
+    EXPECT_EQ(paint->getBumpAmplitude(), 0.5f);
     EXPECT_EQ(log.all, "");
 }
 
