@@ -408,6 +408,8 @@ ImageData readTiff(InputFile& file)
     if (layout.isPlain() && layout.orientation == ORIENTATION_BOTLEFT)
         flipRows(image);
     takeDescription(stream.tiff, image);
+    if (layout.photometric == PHOTOMETRIC_SEPARATED)
+        image.iccProfile.clear(); // it describes the inks, not the RGB values made of them
     if (stream.exception)
         stream.fail();
     return image;
