@@ -30,11 +30,11 @@ std::size_t cutOf(std::string_view text)
 std::string safeFileName(std::string_view name)
 {
     // Invalid sequences and invisible controls come out as \xNN; the backslash goes below.
-    std::string result = printable(name.substr(0, 4 * longestName), 4 * longestName);
-    result.resize(cutOf(result));
+    const std::string text = printable(name.substr(0, 4 * longestName), 4 * longestName);
+    const bool needsLead = text.empty() || std::string_view(".- ").find(text[0]) != text.npos;
+    std::string result(needsLead ? 1 : 0, '_');
+    result.append(text, 0, cutOf(text));
     std::replace_if(result.begin(), result.end(), isReplaced, '_');
-    if (result.empty() || result.front() == '.' || result.front() == '-' || result.front() == ' ')
-        result.insert(0, "_");
     while (result.back() == '.' || result.back() == ' ')
         result.back() = '_';
     return result;
