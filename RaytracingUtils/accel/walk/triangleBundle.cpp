@@ -70,6 +70,16 @@ struct BoxPlanes
     znFloatType<2> near[3], far[3];
 };
 
+/// The leaf that is being visited.
+struct LeafVisit
+{
+    const BoxPlanes& planes;
+    const znRTTriangleGroup& triangles;
+    const znRTVector3fPacket& toA;
+    const znFloatType<2> height;
+    const u32 first;
+};
+
 template <int Sides>
 class Pyramid
 {
@@ -110,6 +120,7 @@ private:
     int testPacket(unsigned slot, const BoxPlanes& planes) const;
     void walkLane(u64 reference, unsigned slot, int lane);
     void visitLeaf(unsigned group, int mask, const znRTBVHNodeLayout& node, int side);
+    bool visitMembers(unsigned group, int mask, const LeafVisit& at);
     bool testTriangles(unsigned slot, int mask, const znRTTriangleGroup& triangles,
                        const znRTVector3fPacket& toA, znFloatType<2> height, u32 firstPrimitive);
     void narrow(unsigned group);
@@ -439,45 +450,46 @@ void Pyramid<Sides>::visitLeaf(unsigned group, int mask, const znRTBVHNodeLayout
             narrow((group - 1) / 4);
         return;
     }
-    // Depth first through the members, by a stack of at most three registers.
-    struct
-    {
-        unsigned group;
-        int mask;
-        bool changed;
-    } levels[4];
-    int level = 0;
-    levels[0] = {group, mask, false};
-    while (level >= 0) {
-        auto& at = levels[level];
-        if (at.mask == 0) {
-            if (at.changed) {
-                const unsigned parent = at.group;
-                Members& m = members[parent];
-                znFloatType<2> rows[4];
-                for (unsigned i = 0; i < 4; ++i)
-                    rows[i] = getFar(4 * parent + 1 + i);
-                m.far = maximumOfEach(rows);
-                if (level > 0)
-                    levels[level - 1].changed = true;
-                else if (parent > 0)
-                    narrow((parent - 1) / 4);
-            }
-            --level;
-            continue;
+    const LeafVisit at{planes, triangles, toA, height, first};
+    if (visitMembers(group, mask, at) && group > 0)
+        narrow((group - 1) / 4);
+}
+
+/// Tests a leaf with the members of a register. All four are tested at once, whether they take
+/// part or not: one after the other they would wait for each other's branches.
+/// @return whether a distance became shorter
+template <int Sides>
+bool Pyramid<Sides>::visitMembers(unsigned group, int mask, const LeafVisit& at)
+{
+    const unsigned child = 4 * group + 1;
+    bool changed = false;
+    int inside[4];
+    if (child >= s_registers) {
+        const unsigned slot = child - s_registers;
+        for (unsigned i = 0; i < 4; ++i)
+            inside[i] = testPacket(slot + i, at.planes);
+        for (; mask; mask &= mask - 1) {
+            const unsigned i = unsigned(std::countr_zero(unsigned(mask)));
+            if (inside[i])
+                changed |=
+                    testTriangles(slot + i, inside[i], at.triangles, at.toA, at.height, at.first);
         }
-        const unsigned member = 4 * at.group + 1 + unsigned(std::countr_zero(unsigned(at.mask)));
-        at.mask &= at.mask - 1;
-        if (member < s_registers) {
-            const int inside = testMembers(members[member], planes) & members[member].active;
-            if (inside)
-                levels[++level] = {member, inside, false};
-            continue;
+    } else {
+        for (unsigned i = 0; i < 4; ++i)
+            inside[i] = testMembers(members[child + i], at.planes) & members[child + i].active;
+        for (; mask; mask &= mask - 1) {
+            const unsigned i = unsigned(std::countr_zero(unsigned(mask)));
+            if (inside[i])
+                changed |= visitMembers(child + i, inside[i], at);
         }
-        const unsigned slot = member - s_registers;
-        if (const int lanes = testPacket(slot, planes))
-            at.changed |= testTriangles(slot, lanes, triangles, toA, height, first);
     }
+    if (changed) {
+        znFloatType<2> rows[4];
+        for (unsigned i = 0; i < 4; ++i)
+            rows[i] = getFar(child + i);
+        members[group].far = maximumOfEach(rows);
+    }
+    return changed;
 }
 
 /// @return whether a distance became shorter
