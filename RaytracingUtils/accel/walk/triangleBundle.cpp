@@ -385,18 +385,21 @@ void Pyramid<Sides>::walk(unsigned group, int mask)
             const int left = group < s_registers
                                  ? testMembers(members[group], planes, mask, right, v)
                                  : testPacket(group - s_registers, planes, mask, right, v);
-            if (left && right) {
-                const bool leftFirst = (moveMask(v.nearLeft <= v.nearRight) & left) != 0;
-                const Entry l{v.nearLeft, reference, group, left};
-                const Entry r{v.nearRight, reference | 1, group, right};
-                stack[depth++] = leftFirst ? r : l;
-                stack[depth++] = leftFirst ? l : r;
-            } else if (left)
-                stack[depth++] = {v.nearLeft, reference, group, left};
-            else if (right)
-                stack[depth++] = {v.nearRight, reference | 1, group, right};
+            if (left || right) {
+                const bool both = left && right;
+                const bool leftFirst =
+                    both ? (moveMask(v.nearLeft <= v.nearRight) & left) != 0 : left != 0;
+                if (both)
+                    stack[depth++] = leftFirst ? Entry{v.nearRight, reference | 1, group, right}
+                                               : Entry{v.nearLeft, reference, group, left};
+                mask = leftFirst ? left : right;
+                reference = leftFirst ? node.left : node.right;
+                if (!znRTBVHNodeLayout::isLeaf(reference))
+                    continue;
+                visitLeaf(group, mask, node, leftFirst ? 0 : 1);
+            }
         }
-        while (true) {
+        do {
             if (depth == 0)
                 return;
             const Entry& entry = stack[--depth];
@@ -407,10 +410,11 @@ void Pyramid<Sides>::walk(unsigned group, int mask)
             const auto& parent = *reinterpret_cast<const znRTBVHNodeLayout*>(entry.child & ~u64(1));
             const int side = int(entry.child & 1);
             reference = side ? parent.right : parent.left;
-            if (!znRTBVHNodeLayout::isLeaf(reference))
-                break;
-            visitLeaf(group, mask, parent, side);
-        }
+            if (znRTBVHNodeLayout::isLeaf(reference)) {
+                visitLeaf(group, mask, parent, side);
+                mask = 0;
+            }
+        } while (mask == 0);
     }
 }
 
