@@ -16,6 +16,7 @@
 #include <memory>
 #include <tbb/parallel_for.h>
 #include <tbb/partitioner.h>
+#include <utility>
 
 namespace {
 
@@ -304,27 +305,36 @@ void detectEdges(znRaytracerP& view, u32 pass, const znImagePostprocessor& postP
                       task, tbb::static_partitioner());
 }
 
-/// Where the last test ran. One view at a time renders.
-struct
+/// An iteration of a view. One view at a time renders, so the last one is enough to remember.
+struct Moment
 {
     const znRaytracerP* view = nullptr;
     u32 iteration = 0;
-} s_lastTest;
+    bool operator==(const Moment&) const = default;
+};
+
+Moment s_lastTest, s_lastSubFrame;
 
 } // namespace
 
-void forgetEdgeTests()
+void forgetIterations()
 {
-    s_lastTest.view = nullptr;
+    s_lastTest = s_lastSubFrame = {};
+}
+
+bool beginSubFrame(const znRaytracerP& view)
+{
+    const Moment now{&view, view.m_iteration};
+    return std::exchange(s_lastSubFrame, now) != now;
 }
 
 void runAdaptiveTest(znRaytracerP& view)
 {
     const bool hasBuffers = view.m_filterWeights && view.m_activePixels && view.m_sampleStatistics;
-    const bool wasTested = s_lastTest.view == &view && s_lastTest.iteration == view.m_iteration;
-    if (!isAdaptive() || !isCopyRound(view.m_iteration) || !hasBuffers || wasTested)
+    const Moment now{&view, view.m_iteration};
+    if (!isAdaptive() || !isCopyRound(view.m_iteration) || !hasBuffers || s_lastTest == now)
         return;
-    s_lastTest = {&view, view.m_iteration};
+    s_lastTest = now;
     const znImagePostprocessor postProcessor = currentPostprocessor();
     detectEdges(view, 0, postProcessor);
     for (u32 pass = 1; view.m_renderPassesEnabled && pass < u32(znRenderPassCount); ++pass)

@@ -43,8 +43,10 @@ void copyFrame(znRaytracerP& view, const znRTCopyRequest& request);
 /// of them. A second call in the same iteration does nothing: contrast that is compared with itself
 /// would look settled.
 void runAdaptiveTest(znRaytracerP& view);
+/// Whether a sub frame of this view and iteration is the first one; it is not any more afterwards.
+bool beginSubFrame(const znRaytracerP& view);
 /// A new image begins, whose iterations have the numbers of the one before.
-void forgetEdgeTests();
+void forgetIterations();
 
 /// The settings allow pixels to end before the frame does.
 bool isAdaptive();

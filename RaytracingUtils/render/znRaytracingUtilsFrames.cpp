@@ -122,20 +122,12 @@ znRTPixelRectangle subFrameRectangle(const znRaytracerP& view)
     return bounds;
 }
 
-/// Remembers of which iteration a sub frame was traced.
-struct
-{
-    const znRaytracerP* view = nullptr;
-    u32 iteration = 0;
-} s_lastSubFrame;
-
 /// Once per iteration: sorts, cuts to the region, traces, tests.
 void traceSubFrame(znRaytracerP& view, u32 pixelFormat, u32 flags)
 {
     constexpr u32 sortInterval = 8, regionIteration = 4;
-    if (s_lastSubFrame.view == &view && s_lastSubFrame.iteration == view.m_iteration)
+    if (!beginSubFrame(view))
         return;
-    s_lastSubFrame = {&view, view.m_iteration};
     std::vector<znRTRenderTile>& tiles = view.m_activeTiles;
     if (view.m_iteration % sortInterval == 0)
         sortTilesByTime(tiles);
@@ -178,7 +170,7 @@ void beginStillFrame(znRaytracerP& view, const znRTPixelRectangle& request, u32 
     constexpr u32 smallestHalved = 5;
     view.m_activeTiles.clear();
     view.m_copyTiles.clear();
-    s_lastSubFrame = {&view, view.m_iteration};
+    beginSubFrame(view);
     const znRTPixelRectangle rectangle = cutToRegion(view, request);
     if (!rectangle.empty()) {
         const u32 t =

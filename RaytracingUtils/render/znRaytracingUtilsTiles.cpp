@@ -79,6 +79,7 @@ void znRaytracingUtils::generateRenderTiles(znRaytracerP* view, u64 tileSize)
         region.x > 0.0f || region.y > 0.0f || region.z < 1.0f || region.w < 1.0f;
     view->m_allTiles = tiles;
     view->m_activeTiles = tiles;
+    view->m_copyTiles.clear();
     view->m_tileQueue.clear();
     view->m_tileQueue.tiles = view->m_allTiles.data();
     view->m_tileQueue.count = u32(view->m_allTiles.size());
@@ -110,6 +111,7 @@ void znRaytracingUtils::updateRendertargets(znRaytracerP* view, bool clearFrameO
         view->m_iteration == 0 || view->m_iteration == znRaytracerP::preparatoryPass;
     if (!isStart)
         return;
+    forgetIterations();
     const int passes = view->m_renderPassesEnabled ? znRenderPassCount : 1;
     if (znRTRaytracingSettings::s_qualityMode != znRTRaytracingSettings::stillFrame) {
         if (view->m_renderPassesEnabled)
@@ -122,7 +124,6 @@ void znRaytracingUtils::updateRendertargets(znRaytracerP* view, bool clearFrameO
         clearBuffer(view->m_sampleStatistics, pixelCount(*view) * sizeof(float));
         clearBuffer(view->m_filterWeights, pixelCount(*view) * sizeof(float));
         fillActivePixels(*view, rectangle);
-        forgetEdgeTests();
     }
     setImageBounds(rectangle);
 }

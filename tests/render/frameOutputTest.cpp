@@ -181,6 +181,20 @@ TEST_F(FrameOutput, TracesAStillIterationOnce)
     EXPECT_EQ(sum, width * height * 7 / 4.0);
 }
 
+// Iteration 0 of a second image is not that of the first one.
+TEST_F(FrameOutput, TracesTheSubFramesOfEveryImage)
+{
+    for (int image = 0; image < 3; ++image) {
+        begin(true);
+        EXPECT_NE(instance->getSubFrame(&view.record, ZN_FORMAT_RGBA, false, 0), nullptr);
+        instance->getSubFrame(&view.record, ZN_FORMAT_RGBA, true, 0); // the same iteration
+        double sum = 0.0;
+        for (float weight : view.filterWeights)
+            sum += weight;
+        EXPECT_EQ(sum, width * height / 4.0) << image;
+    }
+}
+
 TEST_F(FrameOutput, HoldsTheMeanOfAStillFrame)
 {
     begin(true);
