@@ -74,10 +74,34 @@ constexpr stbi_io_callbacks callbacks = {readBytes, skipBytes, isAtEnd};
     stream.file.fail(std::string("damaged image: ") + (reason ? reason : "unknown fault"));
 }
 
+/// The library adds up the digits of PNM sizes without a look at the range of int. Walks over the
+/// header as the library does: blanks and comments, a number, three times.
+void checkPnmNumbers(InputFile& file)
+{
+    constexpr int mostDigits = 9;
+    file.seek(0);
+    char c = 0;
+    const auto next = [&] { return file.read(&c, 1) == 1; };
+    bool isThere = next() && c == 'P' && next() && next();
+    for (int number = 0; number < 3 && isThere; ++number) {
+        bool isComment = false;
+        while (isThere && (isComment || c == '#' || c == ' ' || (c >= 9 && c <= 13))) {
+            isComment = (isComment || c == '#') && c != '\n' && c != '\r';
+            isThere = next();
+        }
+        int digits = 0;
+        for (; isThere && c >= '0' && c <= '9'; isThere = next())
+            if (++digits > mostDigits)
+                file.fail("damaged image: a number in the header is too large");
+    }
+    file.seek(0);
+}
+
 } // namespace
 
 ImageData readSmall(InputFile& file)
 {
+    checkPnmNumbers(file);
     Stream stream{file};
     int width = 0, height = 0, channels = 0;
     if (!stbi_info_from_callbacks(&callbacks, &stream, &width, &height, &channels))
