@@ -20,8 +20,8 @@ namespace {
 io::Limits fuzzLimits()
 {
     io::Limits limits;
-    limits.imageSide = 4096;
-    limits.imageSize = 32 << 20;
+    limits.imageSide = 1024;
+    limits.imageSize = 4 << 20;
     limits.jsonSize = 1 << 20;
     limits.nodes = 10'000;
     limits.accessors = 10'000;

@@ -75,7 +75,7 @@ TEST(InputFile, RefusesWhatIsNoRegularFile)
         {"/dev/zero", "is a device, not a regular file"},
         {folder.path("none"), "cannot be opened: No such file or directory"}};
     for (const auto& [path, cause] : cases)
-        EXPECT_EQ(messageOf([&] { InputFile::open(path); }), path + ": " + cause);
+        EXPECT_EQ(messageOf([&name = path] { InputFile::open(name); }), path + ": " + cause);
     EXPECT_THROW(InputFile::open(""), io::InputError);
     EXPECT_THROW(InputFile::open(std::string("a\0b", 3)), io::InputError);
 }
