@@ -67,6 +67,8 @@ Node::~Node()
 {
     for (const NodePtr& child : children) {
         child->parent = nullptr;
+        if (child->getRefCount() > 1)
+            child->noteChange(leftParentMask);
         osg::subRef(child);
     }
     osg::subRef(core);
@@ -132,6 +134,8 @@ bool Node::subChild(const NodePtr& oldChild)
     child->parent = nullptr;
     invalidateToWorld();
     noteChange(ChildrenFieldMask);
+    if (child->getRefCount() > 1)
+        child->noteChange(leftParentMask);
     osg::subRef(child);
     return true;
 }

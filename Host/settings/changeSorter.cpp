@@ -7,6 +7,7 @@
 #include "host/osg/Geometry.h"
 #include "host/osg/LightProfileAttachment.h"
 #include "host/osg/Materials.h"
+#include "host/osg/PBARGeometryAttachment.h"
 #include "host/osg/RayFileAttachment.h"
 #include "host/osg/RaytracingGeoAttachment.h"
 #include "host/osg/RaytracingLightAttachment.h"
@@ -22,6 +23,8 @@
 #include "host/znRTSceneBase.h"
 #include "host/znRTSceneHandler.h"
 #include "host/znSceneDataManager.h"
+
+#include <algorithm>
 
 using osg::isKindOf;
 
@@ -43,6 +46,14 @@ bool hasContent(const osg::NodePtr& node)
            isKindOf<osg::UberLight>(node->getCore()) || isKindOf<osg::ClipPlane>(node->getCore());
 }
 
+bool isAtOrBelowOne(osg::NodePtr node, const std::set<u32>& ids)
+{
+    for (; node; node = node->getParent())
+        if (ids.count(node->getId()))
+            return true;
+    return false;
+}
+
 } // namespace
 
 void ChangeSorter::sort(const osg::ChangeList& list, u64 mask)
@@ -58,6 +69,8 @@ void ChangeSorter::sort(const osg::ChangeList& list, u64 mask)
                 sortChanged(container, change.mask);
     if (childrenChanged)
         findLostNodes();
+    if (!changes.transforms.empty() || !changes.structure.empty())
+        findFollowers();
     if (changes.flags & znChangeSelection)
         copySelection();
     dropDestroyed();
@@ -120,6 +133,41 @@ void ChangeSorter::findLostNodes()
             mark(changes.destroyed, id, znChangeNodesDestroyed);
 }
 
+/// What left the root but lives on elsewhere.
+void ChangeSorter::addLost(const osg::NodePtr& lost)
+{
+    osg::traverse(lost, [&](const osg::NodePtr& node) {
+        if (hasContent(node))
+            mark(changes.destroyed, node->getId(), znChangeNodesDestroyed);
+        if (isKindOf<osg::UberLight>(node->getCore()))
+            changes.flags |= znChangeLightsCreated;
+        if (isKindOf<osg::ClipPlane>(node->getCore()))
+            changes.flags |= znChangeClipping;
+        return true;
+    });
+}
+
+/// Things that stand elsewhere but move along: planes with their own or their beacon's node, and
+/// skins with their joints.
+void ChangeSorter::findFollowers()
+{
+    const auto isMoved = [&](const osg::NodePtr& node) {
+        return isAtOrBelowOne(node, changes.transforms) || isAtOrBelowOne(node, changes.structure);
+    };
+    getOwners().each([&](u32 id) {
+        const osg::FieldContainerPtr container = resolve(id);
+        if (const auto node = osg::NodePtr::dcast(container)) {
+            const auto plane = osg::ClipPlane::Ptr::dcast(node->getCore());
+            if (plane && (isMoved(node) || isMoved(plane->getBeacon())))
+                mark(changes.clipPlanes, id, znChangeClipping);
+        } else if (const auto skin = osg::SkinAttachment::Ptr::dcast(container)) {
+            const std::vector<osg::NodePtr> joints = skin->getJoints();
+            if (skin->getEnabled() && std::any_of(joints.begin(), joints.end(), isMoved))
+                sortAttachment(skin);
+        }
+    });
+}
+
 void ChangeSorter::sortChildren(const osg::NodePtr& node)
 {
     childrenChanged = true;
@@ -144,9 +192,13 @@ void ChangeSorter::sortChildren(const osg::NodePtr& node)
 
 void ChangeSorter::sortChanged(const osg::FieldContainerPtr& container, u64 mask)
 {
-    if (sortView(container, mask) || !getOwners().contains(container->getId()))
+    if (sortView(container, mask))
         return;
-    if (const auto node = osg::NodePtr::dcast(container))
+    const auto node = osg::NodePtr::dcast(container);
+    if (!getOwners().contains(container->getId())) {
+        if (node && mask & osg::Node::leftParentMask)
+            addLost(node);
+    } else if (node)
         sortNode(node, mask);
     else if (isKindOf<osg::NodeCore>(container))
         sortCore(container, mask);
@@ -196,16 +248,16 @@ void ChangeSorter::sortNode(const osg::NodePtr& node, u64 mask)
     const u32 id = node->getId();
     if (mask & osg::Node::ChildrenFieldMask)
         sortChildren(node);
-    if (mask & osg::Node::CoreFieldMask)
-        mark(changes.structure, id,
-             znChangeGeometry | znChangeTransforms | znChangeMaterialAssignment);
+    if (mask & osg::Node::CoreFieldMask) {
+        // The new core may be a light or a plane, and the old or new one may have moved, switched
+        // or given a material to what lies below.
+        mark(changes.structure, id, znChangeGeometry | znChangeTransforms);
+        mark(changes.materialAssignments, id, znChangeMaterialAssignment);
+        sortLightsBelow(node);
+    }
     if (mask & (osg::Node::FlagsFieldMask | osg::Node::ActiveFieldMask)) {
         mark(changes.visibility, id, znChangeVisibility);
-        osg::traverse(node, [&](const osg::NodePtr& each) {
-            if (isKindOf<osg::UberLight>(each->getCore()))
-                sortLightNode(each->getId(), znChangeLights);
-            return true;
-        });
+        sortLightsBelow(node);
     }
     if (mask & osg::Node::AttachmentsFieldMask) {
         mark(changes.visibility, id, znChangeVisibility);
@@ -218,8 +270,17 @@ void ChangeSorter::sortNode(const osg::NodePtr& node, u64 mask)
     }
     if (mask &
         ~(osg::Node::ChildrenFieldMask | osg::Node::CoreFieldMask | osg::Node::FlagsFieldMask |
-          osg::Node::ActiveFieldMask | osg::Node::AttachmentsFieldMask))
+          osg::Node::ActiveFieldMask | osg::Node::AttachmentsFieldMask | osg::Node::leftParentMask))
         changes.nodes.insert(id);
+}
+
+void ChangeSorter::sortLightsBelow(const osg::NodePtr& node)
+{
+    osg::traverse(node, [&](const osg::NodePtr& each) {
+        if (isKindOf<osg::UberLight>(each->getCore()))
+            sortLightNode(each->getId(), znChangeLights);
+        return true;
+    });
 }
 
 void ChangeSorter::sortLightNode(u32 nodeId, u32 flag)
@@ -245,37 +306,49 @@ void ChangeSorter::sortCore(const osg::FieldContainerPtr& core, u64 mask)
             nodes(changes.materialAssignments, znChangeMaterialAssignment);
         if (mask & attachments)
             nodes(changes.visibility, znChangeVisibility);
-        if (mask & ~(assignment | attachments)) {
-            changes.cores[id] |= mask & ~(assignment | attachments);
+        // A skin that came or went moves the vertices, and owns those that were shown.
+        if (mask & ~assignment) {
+            changes.cores[id] |= mask & ~assignment;
             changes.flags |= znChangeGeometry;
         }
-    } else if (isKindOf<osg::MaterialGroup>(core))
-        nodes(changes.materialAssignments, znChangeMaterialAssignment);
-    else if (isKindOf<osg::Switch>(core))
-        nodes(changes.visibility, znChangeVisibility);
-    else if (isKindOf<osg::Transform>(core))
-        nodes(changes.transforms, znChangeTransforms);
+    } else if (isKindOf<osg::MaterialGroup>(core)) {
+        if (mask & osg::MaterialGroup::MaterialFieldMask)
+            nodes(changes.materialAssignments, znChangeMaterialAssignment);
+    } else if (isKindOf<osg::Switch>(core)) {
+        if (mask & osg::Switch::ChoiceFieldMask) {
+            nodes(changes.visibility, znChangeVisibility);
+            eachNodeOf(id, [&](const osg::NodePtr& node) { sortLightsBelow(node); });
+        }
+    } else if (isKindOf<osg::Transform>(core)) {
+        if (mask & osg::Transform::MatrixFieldMask)
+            nodes(changes.transforms, znChangeTransforms);
+    }
 }
 
-void ChangeSorter::sortMaterial(const osg::FieldContainerPtr& material)
+void ChangeSorter::sortMaterial(const osg::FieldContainerPtr& changed)
 {
-    // The change may be one of a texture or a spectrum, of which the material was not told.
-    if (const auto uber = osg::UberMaterialPtr::dcast(material))
-        uber->refill();
-    const u32 id = material->getId();
-    if (!visited.insert(id).second)
-        return;
-    mark(changes.materials, id, znChangeMaterials);
-    if (isKindOf<osg::UEnvironmentMaterial>(material) ||
-        isKindOf<osg::UEnvironmentSwitchMaterial>(material))
-        mark(changes.environments, id, znChangeEnvironment);
-    if (isKindOf<osg::UVolumeScatterMaterial>(material))
-        mark(changes.media, id, znChangeClipping);
-    // A material that is made of others changes with them.
-    eachOwner(id, [&](const osg::FieldContainerPtr& owner) {
-        if (isKindOf<osg::Material>(owner))
-            sortMaterial(owner);
-    });
+    // A material that is made of others changes with them. Files may nest them to any depth.
+    std::vector<osg::FieldContainerPtr> waiting{changed};
+    while (!waiting.empty()) {
+        const osg::FieldContainerPtr material = waiting.back();
+        waiting.pop_back();
+        // The change may be one of a texture or a spectrum, of which the material was not told.
+        if (const auto uber = osg::UberMaterialPtr::dcast(material))
+            uber->refill();
+        const u32 id = material->getId();
+        if (!visited.insert(id).second)
+            continue;
+        mark(changes.materials, id, znChangeMaterials);
+        if (isKindOf<osg::UEnvironmentMaterial>(material) ||
+            isKindOf<osg::UEnvironmentSwitchMaterial>(material))
+            mark(changes.environments, id, znChangeEnvironment);
+        if (isKindOf<osg::UVolumeScatterMaterial>(material))
+            mark(changes.media, id, znChangeClipping);
+        eachOwner(id, [&](const osg::FieldContainerPtr& owner) {
+            if (isKindOf<osg::Material>(owner))
+                waiting.push_back(owner);
+        });
+    }
 }
 
 /// @return false for containers that are no attachment with a meaning of its own
@@ -290,7 +363,8 @@ bool ChangeSorter::sortAttachment(const osg::FieldContainerPtr& attachment)
                 eachNodeOf(owner->getId(), use);
         });
     };
-    if (isKindOf<osg::RaytracingGeoAttachment>(attachment))
+    if (isKindOf<osg::RaytracingGeoAttachment>(attachment) ||
+        isKindOf<osg::PBARGeometryAttachment>(attachment))
         nodesWith([&](const osg::NodePtr& node) {
             mark(changes.visibility, node->getId(), znChangeVisibility);
         });

@@ -28,9 +28,12 @@ private:
     void sortMaterial(const osg::FieldContainerPtr& material);
     bool sortAttachment(const osg::FieldContainerPtr& attachment);
     void sortLightNode(u32 nodeId, u32 flag);
+    void sortLightsBelow(const osg::NodePtr& node);
     void addCreated(const osg::NodePtr& node);
+    void addLost(const osg::NodePtr& node);
     void mark(std::set<u32>& ids, u32 id, u32 flag);
     void findLostNodes();
+    void findFollowers();
     void copySelection();
     void dropDestroyed();
 

@@ -18,6 +18,13 @@ public:
     bool contains(u32 id) const { return owners.count(id) != 0; }
     /// Ids of the containers with a field that refers to this one.
     const std::vector<u32>& getOwners(u32 id) const;
+    /// Calls use(id) for everything below the root, in no order.
+    template <class Use>
+    void each(Use&& use) const
+    {
+        for (const auto& [id, list] : owners)
+            use(id);
+    }
 
 private:
     std::unordered_map<u32, std::vector<u32>> owners;

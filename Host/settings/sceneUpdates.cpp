@@ -123,6 +123,12 @@ void znRTSceneHandler::applyChanges(const znRTSceneChanges& changes, znRTRebuild
     }
     addGeometries(geometries);
     addLightsources(lights);
+    for (const u32 id : changes.clipPlanes) {
+        const auto node = osg::NodePtr::dcast(osg::FieldContainerFactory::the()->getContainer(id));
+        unsigned flags = 0;
+        if (node && !isAuxiliaryNode(node))
+            scene.updateClippingShape(node, flags);
+    }
 }
 
 unsigned znRTSceneHandler::applyNodeUpdates(const znRTSceneChanges& changes)
@@ -138,12 +144,6 @@ unsigned znRTSceneHandler::applyNodeUpdates(const znRTSceneChanges& changes)
             object.update())
             ++changed;
     });
-    for (const u32 id : changes.clipPlanes) {
-        const auto node = osg::NodePtr::dcast(osg::FieldContainerFactory::the()->getContainer(id));
-        unsigned flags = 0;
-        if (node)
-            s_currentScene->updateClippingShape(node, flags);
-    }
     return changed;
 }
 

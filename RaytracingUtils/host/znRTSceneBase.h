@@ -48,6 +48,7 @@ public:
     virtual bool deleteEnvironmentLight(unsigned long long id) = 0;
     virtual bool deleteEnvironmentLight(const osg::MaterialPtr& material) = 0;
     virtual void setHeadlight(const osg::NodePtr& node) = 0;
+    /// A light that is there already stays as it is.
     virtual void addLight(const osg::NodePtr& node) = 0;
     virtual bool deleteLight(unsigned long long id) = 0;
     virtual bool deleteMaterial(unsigned long long id) = 0;

@@ -78,7 +78,8 @@ public:
     /// Objects below changed assignments get their materials.
     static void applyMaterialAssignmentChanges(const znRTSceneChanges& changes,
                                                znRTRebuildMap& rebuild);
-    /// Changed cores and replaced cores; objects that (dis)appear are added or deleted.
+    /// Changed cores, replaced cores and clip planes; objects that (dis)appear are added or
+    /// deleted.
     static void applyChanges(const znRTSceneChanges& changes, znRTRebuildMap& rebuild);
     /// Transforms and visibility: the objects compare themselves with the scene graph.
     /// @return how many changed

@@ -235,6 +235,135 @@ TEST_F(ChangeFilter, KeepsObjectsThatOnlyMovedToAnotherParent)
     EXPECT_TRUE(changes.transforms.count(root->getId()));
 }
 
+TEST_F(ChangeFilter, CountsLightsAndPlanesThatLeftTheRootAsDestroyed)
+{
+    const osg::Ref<osg::Node> lamp = makeNode(osg::UPointLight::create());
+    const osg::Ref<osg::Node> plane = makeNode(osg::ClipPlane::create());
+    const osg::Ref<osg::Node> holder = makeNode(osg::Group::create());
+    holder->addChild(lamp.get());
+    root->addChild(holder.get());
+    root->addChild(plane.get());
+    znRTSceneHandler::clearChangeList();
+    root->subChild(plane.get());
+    znRTSceneChanges changes = filter();
+    EXPECT_EQ(changes.destroyed, Ids{plane->getId()});
+    EXPECT_TRUE(changes.flags & znChangeClipping);
+    znRTSceneHandler::clearChangeList();
+    root->subChild(holder.get());
+    changes = filter();
+    EXPECT_EQ(changes.destroyed, Ids{lamp->getId()});
+    EXPECT_TRUE(changes.flags & znChangeLightsCreated);
+    EXPECT_FALSE(changes.flags & znChangeClipping);
+}
+
+// The parent dies, its child lives on outside of the root.
+TEST_F(ChangeFilter, CountsTheChildrenOfDestroyedNodesAsLost)
+{
+    const osg::Ref<osg::Node> lamp = makeNode(osg::UPointLight::create());
+    osg::Ref<osg::Node> holder = makeNode(osg::Group::create());
+    holder->addChild(lamp.get());
+    root->addChild(holder.get());
+    znRTSceneHandler::clearChangeList();
+    root->subChild(holder.get());
+    holder = nullptr;
+    EXPECT_TRUE(filter().destroyed.count(lamp->getId()));
+}
+
+TEST_F(ChangeFilter, PassesOnWhatAReplacedCoreGivesToTheNodesBelow)
+{
+    const osg::Ref<osg::Node> lamp = makeNode(osg::UPointLight::create());
+    group->addChild(lamp.get());
+    znRTSceneHandler::clearChangeList();
+    group->setCore(osg::MaterialGroup::create());
+    znRTSceneChanges changes = filter();
+    EXPECT_EQ(changes.structure, Ids{group->getId()});
+    EXPECT_EQ(changes.materialAssignments, Ids{group->getId()});
+    EXPECT_EQ(changes.lights, Ids{lamp->getId()}) << "it stood below a transform";
+    znRTSceneHandler::clearChangeList();
+    lamp->setCore(osg::ClipPlane::create());
+    changes = filter();
+    EXPECT_EQ(changes.clipPlanes, Ids{lamp->getId()});
+    EXPECT_TRUE(changes.flags & znChangeClipping);
+}
+
+TEST_F(ChangeFilter, ListsLightsBelowASwitch)
+{
+    const auto choice = osg::Switch::create();
+    const osg::Ref<osg::Node> node = makeNode(choice), lamp = makeNode(osg::UPointLight::create());
+    node->addChild(lamp.get());
+    root->addChild(node.get());
+    znRTSceneHandler::clearChangeList();
+    choice->setChoice(osg::Switch::none);
+    const znRTSceneChanges changes = filter();
+    EXPECT_EQ(changes.lights, Ids{lamp->getId()});
+    EXPECT_EQ(changes.flags, u32(znChangeVisibility | znChangeLights));
+}
+
+TEST_F(ChangeFilter, ListsPlanesThatMoveWithTheirNodeOrBeacon)
+{
+    const auto clip = osg::ClipPlane::create();
+    const osg::Ref<osg::Node> plane = makeNode(clip);
+    root->addChild(plane.get());
+    znRTSceneHandler::clearChangeList();
+    osg::Matrix moved;
+    moved[3][0] = 1.0f;
+    transform->setMatrix(moved);
+    EXPECT_TRUE(filter().clipPlanes.empty()) << "it stands elsewhere";
+    clip->setBeacon(one.get());
+    znRTSceneHandler::clearChangeList();
+    moved[3][0] = 2.0f;
+    transform->setMatrix(moved);
+    const znRTSceneChanges changes = filter();
+    EXPECT_EQ(changes.clipPlanes, Ids{plane->getId()}) << "by the beacon below the transform";
+    EXPECT_EQ(changes.flags, u32(znChangeTransforms | znChangeClipping));
+}
+
+TEST_F(ChangeFilter, CountsGeometryAsChangedWhenJointsOrSkinsDo)
+{
+    const auto skin = osg::SkinAttachment::create();
+    const osg::Ref<osg::SkinAttachment> keep(skin);
+    skin->setEnabled(true);
+    skin->setJoints({two.get()});
+    triangleOne->addAttachment(skin);
+    EXPECT_EQ(filter().cores.count(triangleOne->getId()), 1u) << "came";
+    znRTSceneHandler::clearChangeList();
+    osg::Matrix moved;
+    moved[3][0] = 1.0f;
+    transform->setMatrix(moved);
+    znRTSceneChanges changes = filter();
+    EXPECT_EQ(changes.cores.size(), 1u);
+    EXPECT_EQ(changes.cores.count(triangleOne->getId()), 1u) << "its joint moved";
+    EXPECT_EQ(changes.flags, u32(znChangeTransforms | znChangeGeometry));
+    znRTSceneHandler::clearChangeList();
+    triangleOne->subAttachment(skin);
+    changes = filter();
+    EXPECT_EQ(changes.cores.count(triangleOne->getId()), 1u) << "went";
+    EXPECT_TRUE(changes.flags & znChangeGeometry);
+}
+
+// A call per level would not fit on the stack.
+TEST_F(ChangeFilter, FollowsMaterialsOfAnyDepth)
+{
+    constexpr u32 depth = 100000;
+    const auto inner = osg::UPhongMaterial::create();
+    osg::MaterialPtr outer = inner;
+    for (u32 i = 0; i < depth; ++i) {
+        const auto wrapper = osg::MultiPassMaterial::create();
+        wrapper->setMaterials({outer});
+        outer = wrapper;
+    }
+    triangleOne->setMaterial(outer);
+    znRTSceneHandler::clearChangeList();
+    inner->setSideness(1);
+    EXPECT_EQ(filter().materials.size(), depth + 1);
+}
+
+TEST_F(ChangeFilter, LeavesNamesOutOfTransforms)
+{
+    osg::setName(transform, "spin");
+    EXPECT_EQ(filter().flags & (znChangeTransforms | znChangeGeometry), 0u);
+}
+
 TEST_F(ChangeFilter, IgnoresUnknownIdsAndMaskedChanges)
 {
     osg::ChangeList list;
@@ -369,6 +498,18 @@ TEST_F(SceneHandler, ReplacesObjectsWhoseCoreWasReplaced)
     EXPECT_TRUE(scene.wasAsked("deleteGeometry", one->getId()));
     EXPECT_TRUE(scene.wasAsked("addGeometryNode", one->getId()));
     EXPECT_TRUE(rebuild.empty());
+}
+
+TEST_F(SceneHandler, UpdatesClipPlanesWhenNothingElseChanged)
+{
+    const auto clip = osg::ClipPlane::create();
+    const osg::Ref<osg::Node> plane = makeNode(clip);
+    root->addChild(plane.get());
+    znRTSceneHandler::clearChangeList();
+    clip->setOn(false);
+    znRTRebuildMap rebuild;
+    znRTSceneHandler::applyChanges(filter(), rebuild);
+    EXPECT_TRUE(scene.wasAsked("updateClippingShape", plane->getId()));
 }
 
 TEST_F(SceneHandler, AddsGeometryThatHadNoObjectWhenItsCoreChanges)

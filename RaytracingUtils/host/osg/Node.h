@@ -47,6 +47,8 @@ class Node : public AttachmentContainer
     ZN_FLAG(uneditedAssetRoot, UneditedAssetRoot, false)
 
     static constexpr u32 hiddenFlag = 0x80; ///< of the flags word
+    /// Bit of change records that is no field: the node left a parent.
+    static constexpr u64 leftParentMask = u64(1) << 62;
 
     Node() = default;
     ~Node() override;
