@@ -62,6 +62,19 @@ u64 levelBytes(u64 width, u64 height, u64 depth, u32 from, u32 to, u64 pixelByte
     return bytes;
 }
 
+/// Bytes of a whole image; 0 for sizes of 0 and for images beyond memory.
+u64 byteCount(u64 pixelBytes, u32 width, u32 height, u32 depth, u32 mipmaps, u32 frames, u32 sides)
+{
+    constexpr u64 greatest = u64(1) << 40;
+    u64 upperBound = pixelBytes;
+    for (const u64 factor : {u64(width), u64(height), u64(depth), u64(frames), u64(sides)})
+        if (factor == 0 || !multiply(upperBound, factor))
+            return 0;
+    if (upperBound > greatest || mipmaps == 0 || mipmaps > 32)
+        return 0;
+    return levelBytes(width, height, depth, 0, mipmaps, pixelBytes) * frames * sides;
+}
+
 } // namespace
 
 u32 Image::getChannelCount(u32 format)
@@ -102,20 +115,21 @@ u32 Image::getBytesPerPixel() const
     return getChannelCount() * getChannelSize(getDataType());
 }
 
+bool Image::isValid() const
+{
+    // Images without depth are flat.
+    return !pixels.empty() &&
+           byteCount(getBytesPerPixel(), getWidth(), getHeight(), std::max(getDepth(), 1u),
+                     getMipmapCount(), getFrameCount(), getSideCount()) == pixels.size();
+}
+
 bool Image::set(u32 format, u32 width_, u32 height_, u32 depth_, u32 mipmaps, u32 frames,
                 const void* data, u32 type, u32 sides)
 {
-    constexpr u64 greatest = u64(1) << 40;
-    u64 upperBound = u64(getChannelCount(format)) * getChannelSize(type);
-    for (const u64 factor : {u64(width_), u64(height_), u64(depth_), u64(frames), u64(sides)})
-        if (factor == 0 || !multiply(upperBound, factor))
-            return false;
-    if (upperBound == 0 || upperBound > greatest || mipmaps == 0 || mipmaps > 32)
+    const u64 size = byteCount(u64(getChannelCount(format)) * getChannelSize(type), width_, height_,
+                               depth_, mipmaps, frames, sides);
+    if (size == 0)
         return false;
-
-    const u64 size = levelBytes(width_, height_, depth_, 0, mipmaps,
-                                u64(getChannelCount(format)) * getChannelSize(type)) *
-                     frames * sides;
     std::vector<u8> next;
     if (data)
         next.assign(static_cast<const u8*>(data), static_cast<const u8*>(data) + size);

@@ -120,27 +120,32 @@ Parameters parametersOf(const osg::UTextureSettings* settings, znTextureUse use)
     return p;
 }
 
-/// 1 - value in all channels but alpha; half floats are left alone.
+/// 1 - value in all channels but alpha. Half floats become floats.
+/// @return null for an image without the pixels that it should have
 osg::ImagePtr invertedCopy(const osg::Image& image)
 {
+    if (!image.isValid())
+        return {};
     osg::ImagePtr copy = osg::Image::create();
-    copy->set(image.getPixelFormat(), image.getWidth(), image.getHeight(), image.getDepth(),
-              image.getMipmapCount(), image.getFrameCount(), image.getData(), image.getDataType(),
-              image.getSideCount());
+    copy->set(image.getPixelFormat(), image.getWidth(), image.getHeight(),
+              std::max(image.getDepth(), 1u), image.getMipmapCount(), image.getFrameCount(),
+              image.getData(), image.getDataType(), image.getSideCount());
+    if (image.getDataType() == osg::Image::Float16)
+        copy->convertToFloat();
     const u32 format = image.getPixelFormat(), channels = image.getChannelCount();
     const bool hasAlpha =
         format == osg::Image::RGBA || format == osg::Image::BGRA || format == osg::Image::LA;
     const auto invert = [&](auto* values, auto one) {
-        const u64 count = image.getSize() / sizeof(*values);
+        const u64 count = copy->getSize() / sizeof(*values);
         for (u64 i = 0; i < count; ++i)
             if (!hasAlpha || i % channels != channels - 1)
                 values[i] = one - values[i];
     };
-    if (image.getDataType() == osg::Image::UInt8)
+    if (copy->getDataType() == osg::Image::UInt8)
         invert(copy->getData(), u8(255));
-    else if (image.getDataType() == osg::Image::UInt16)
+    else if (copy->getDataType() == osg::Image::UInt16)
         invert(reinterpret_cast<u16*>(copy->getData()), u16(65535));
-    else if (image.getDataType() == osg::Image::Float32)
+    else
         invert(reinterpret_cast<float*>(copy->getData()), 1.0f);
     return copy;
 }

@@ -18,6 +18,27 @@ TEST(Image, RefusesLayoutsThatCannotBe)
     EXPECT_FALSE(image->convertToFloat());
 }
 
+// Sizes and pixels are fields of their own, so that a file may hold some that do not match.
+TEST(Image, IsValidOnlyWithAsManyPixelsAsItsSizesSay)
+{
+    const osg::Ref<osg::Image> image(osg::Image::create());
+    EXPECT_FALSE(image->isValid());
+    ASSERT_TRUE(image->set(osg::Image::RGB, 4, 2, 1, 3, 2));
+    EXPECT_TRUE(image->isValid()) << "with levels and frames";
+    image->setWidth(5);
+    EXPECT_FALSE(image->isValid());
+    image->setWidth(4);
+    image->setDepth(0);
+    EXPECT_TRUE(image->isValid()) << "flat";
+    image->setMipmapCount(4000000000u);
+    EXPECT_FALSE(image->isValid());
+    image->setMipmapCount(3);
+    for (const auto set : {&osg::Image::setWidth, &osg::Image::setHeight, &osg::Image::setDepth,
+                           &osg::Image::setFrameCount, &osg::Image::setSideCount})
+        (image.get().get()->*set)(0x80000000u);
+    EXPECT_FALSE(image->isValid()) << "the product leaves 64 bits";
+}
+
 TEST(Image, ReadsPixelsOfEveryFormatAsRGBA)
 {
     const Ref<Image> image = Image::create();

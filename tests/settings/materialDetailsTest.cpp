@@ -149,6 +149,31 @@ TEST_F(MaterialDetails, ReadColoursThroughTheirCurveAndDataLinearly)
         << "the file says that it is linear";
 }
 
+// 0x3400 is 0.25 as a half.
+TEST_F(MaterialDetails, InvertHalvesAndLeaveAlphaAlone)
+{
+    const osg::Ref<osg::Image> image(osg::Image::create());
+    const u16 pixel[] = {0x3400, 0x0000, 0x3C00, 0x3400};
+    image->set(osg::Image::RGBA, 1, 1, 1, 1, 1, pixel, osg::Image::Float16);
+    const osg::UTextureSettingsPtr settings = textureOf(image.get());
+    settings->setGamma(1.0f);
+    settings->setInvert(true);
+    phong->setDiffuseTexture(settings);
+    EXPECT_EQ(record().diffuseSampler->getTexel(0, 0, 0, 0),
+              znRTVector4f(0.75f, 1.0f, 0.0f, 0.25f));
+}
+
+TEST_F(MaterialDetails, LeaveOutImagesWithoutTheirPixels)
+{
+    const osg::Ref<osg::Image> image = flatImage(2, 2, 188);
+    image->setHeight(4096);
+    const osg::UTextureSettingsPtr settings = textureOf(image.get());
+    phong->setDiffuseTexture(settings);
+    EXPECT_FALSE(record().diffuseActive);
+    settings->setInvert(true);
+    EXPECT_FALSE(record().diffuseActive);
+}
+
 TEST_F(MaterialDetails, FollowTextureSettingsThatWereEditedLater)
 {
     const osg::Ref<osg::Image> image = flatImage(2, 2, 10), wide = flatImage(8, 2, 10);

@@ -52,7 +52,8 @@ class Image : public AttachmentContainer
     /// Start of a frame, side and level; null when there is no such part.
     const u8* getData(u32 mipmap, u32 frame = 0, u32 side = 0) const;
     u64 getSize() const { return pixels.size(); } ///< bytes
-    bool isValid() const { return !pixels.empty(); }
+    /// There are pixels, and as many as the sizes say.
+    bool isValid() const;
 
     static u32 getChannelCount(u32 pixelFormat); ///< 0 for unknown formats
     static u32 getChannelSize(u32 dataType);     ///< bytes; 0 for unknown types
