@@ -3,6 +3,7 @@
 #include "host/osg/RaytracingLightAttachment.h"
 #include "host/osg/UberLight.h"
 #include "host/znRTGeometryNodeBase.h"
+#include "host/znRTLensFlare.h"
 
 #include <tuple>
 
@@ -63,6 +64,8 @@ bool znRTLightBase::update()
         osg::TransformationMatrix<float> inverse;
         if (m_transforms.front().inverse(inverse))
             m_worldToLight = inverse;
+        if (m_lensFlare)
+            m_lensFlare->setToWorldMatrix(m_transforms.front());
     }
     return before != std::make_tuple(m_isOn, m_localLighting, m_rayVisibility, m_transforms,
                                      m_worldToLight, m_lensFlare);
@@ -82,6 +85,9 @@ void znRTLightBase::setWorldToLightMatrix(const osg::TransformationMatrix<float>
 {
     m_worldToLight = worldToLight;
     osg::TransformationMatrix<float> lightToWorld;
-    if (worldToLight.inverse(lightToWorld))
-        m_transforms.assign(1, lightToWorld);
+    if (!worldToLight.inverse(lightToWorld))
+        return;
+    m_transforms.assign(1, lightToWorld);
+    if (m_lensFlare)
+        m_lensFlare->setToWorldMatrix(lightToWorld);
 }

@@ -21,7 +21,8 @@ public:
     znRTLightBase(const znRTTypeId& typeId, const osg::NodePtr& node, const osg::NodeCorePtr& core);
     ~znRTLightBase() override = default;
 
-    /// Reads on, visibility, transforms, local lighting and lens flare anew.
+    /// Reads on, visibility, transforms, local lighting and lens flare anew, and tells the flare
+    /// where the light stands.
     /// @return true when one of them changed
     virtual bool update();
     /// Whether photons may carry the direct light of this light. Base: the attachment's flag.

@@ -3,6 +3,7 @@
 #include "host/osg/RaytracingLightAttachment.h"
 #include "host/osg/Transform.h"
 #include "host/osg/UberLight.h"
+#include "host/znRTLensFlare.h"
 
 #include <gtest/gtest.h>
 
@@ -87,6 +88,24 @@ TEST_F(LightBase, TakesSwitchesFromTheAttachmentAndTheAreaLight)
     node->addAttachment(onNode);
     light.update();
     EXPECT_EQ(light.getLightAttachment(), onNode.get()) << "the node's comes first";
+}
+
+TEST_F(LightBase, TellsItsLensFlareWhereItStands)
+{
+    znRTLensFlare flare;
+    core->setLensFlare(&flare);
+    PlainLight light(node.get(), core);
+    light.update();
+    EXPECT_EQ(light.getLensFlare(), &flare);
+    EXPECT_EQ(flare.getToWorldMatrix()[3][0], 4.0f) << "place of the root";
+    osg::TransformationMatrix<float> toCamera;
+    toCamera[3][1] = -2.0f;
+    light.setWorldToLightMatrix(toCamera);
+    EXPECT_EQ(flare.getToWorldMatrix()[3][1], 2.0f) << "inverse of the camera's";
+    EXPECT_TRUE(flare.isEnabled());
+    flare.setEnabled(false);
+    light.update();
+    EXPECT_FALSE(flare.isEnabled()) << "the switch is not the base's";
 }
 
 TEST_F(LightBase, FollowsTheCameraWhenBoundToIt)
