@@ -303,19 +303,8 @@ u32 znRTRenderUtils::updateRenderOptions()
     znRTGeometryNodeBase::s_showASides = options->getShowASides();
     znRTGeometryNodeBase::s_showBSides = options->getShowBSides();
 
-    znRTSelectionSettings selection;
-    selection.selectionWireframe = options->getSelectionWireframe();
-    selection.preselectionWireframe = options->getPreselectionWireframe();
-    selection.wireframeAlwaysInFront = options->getWireframeAlwaysInFront();
-    selection.wireframeOnMaterial = options->getWireframeOnMaterial();
-    selection.selectionOpacity = options->getSelectionOpacity();
-    selection.lineWidth = options->getLineWidth();
-    selection.gridLineWidth = options->getGridLineWidth();
-    selection.gridSubdivisions = options->getGridSubdivisions();
-    selection.gridMode = options->getGridMode();
-    if (selection != znRTSelectionSettings::current())
+    if (znRTSelectionSettings::current().update(options.get()))
         changes |= znChangeSelection;
-    znRTSelectionSettings::current() = selection;
     return changes;
 }
 
