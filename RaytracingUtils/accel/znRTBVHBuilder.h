@@ -120,7 +120,7 @@ void znRTBVHBuilder<T>::run()
     znDynArray<T> unsorted;
     unsorted.reserve(n, true);
     if (!unsorted.data)
-        return;
+        return nodes.clear(); // leaves would name primitives that are not there
     std::copy(items, items + n, unsorted.data);
     tbb::parallel_for(Range(0, n, s_grain), [&](const Range& range) {
         for (u64 i = range.begin(); i != range.end(); ++i) {
