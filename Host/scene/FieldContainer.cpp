@@ -86,18 +86,20 @@ class DestructionQueue
 public:
     static void destroy(FieldContainer* container)
     {
-        thread_local std::vector<FieldContainer*> waiting;
-        thread_local bool isRunning = false;
-        waiting.push_back(container);
-        if (isRunning)
+        // A plain pointer: objects that end with the thread may still release containers.
+        thread_local std::vector<FieldContainer*>* s_waiting = nullptr;
+        if (s_waiting) {
+            s_waiting->push_back(container);
             return;
-        isRunning = true;
+        }
+        std::vector<FieldContainer*> waiting{container};
+        s_waiting = &waiting;
         while (!waiting.empty()) {
             FieldContainer* const next = waiting.back();
             waiting.pop_back();
             delete next;
         }
-        isRunning = false;
+        s_waiting = nullptr;
     }
 };
 

@@ -44,8 +44,31 @@ bool isAtOrBelow(osg::NodePtr node, const osg::NodePtr& ancestor)
     return false;
 }
 
-thread_local std::unique_ptr<osg::ChangeList> s_changeList;
-thread_local osg::ChangeList* s_previousList = nullptr;
+/// The list of one thread. It is out of force before it goes, with the thread at the latest.
+class OwnChangeList
+{
+public:
+    ~OwnChangeList() { destroy(); }
+    osg::ChangeList* get() const { return list.get(); }
+    void create()
+    {
+        list = std::make_unique<osg::ChangeList>();
+        previous = osg::ChangeList::setCurrent(list.get());
+    }
+    void destroy()
+    {
+        if (list && osg::ChangeList::current() == list.get())
+            osg::ChangeList::setCurrent(previous);
+        previous = nullptr;
+        list.reset();
+    }
+
+private:
+    std::unique_ptr<osg::ChangeList> list;
+    osg::ChangeList* previous = nullptr;
+};
+
+thread_local OwnChangeList s_changeList;
 std::atomic<u64> s_buildTimeStamp{1};
 
 } // namespace
@@ -208,20 +231,13 @@ void znRTSceneHandler::addLightsources(const std::vector<osg::NodePtr>& nodes)
 
 void znRTSceneHandler::initializeChangeList()
 {
-    if (s_changeList)
-        return;
-    s_changeList = std::make_unique<osg::ChangeList>();
-    s_previousList = osg::ChangeList::setCurrent(s_changeList.get());
+    if (!s_changeList.get())
+        s_changeList.create();
 }
 
 void znRTSceneHandler::destroyChangeList()
 {
-    if (!s_changeList)
-        return;
-    if (osg::ChangeList::current() == s_changeList.get())
-        osg::ChangeList::setCurrent(s_previousList);
-    s_previousList = nullptr;
-    s_changeList.reset();
+    s_changeList.destroy();
 }
 
 osg::ChangeList* znRTSceneHandler::getChangeList()
@@ -231,8 +247,8 @@ osg::ChangeList* znRTSceneHandler::getChangeList()
 
 void znRTSceneHandler::clearChangeList()
 {
-    if (s_changeList)
-        s_changeList->clear();
+    if (osg::ChangeList* list = s_changeList.get())
+        list->clear();
 }
 
 u64 znRTSceneHandler::updateBuildTimeStamp()

@@ -611,6 +611,35 @@ TEST_F(SceneHandler, GivesTheThreadAChangeList)
     znRTSceneHandler::clearChangeList();
 }
 
+/// Made before the thread's list, so it goes after it.
+struct HolderOfThread
+{
+    osg::Ref<osg::Node> node;
+    osg::ChangeList** listAtEnd = nullptr;
+    ~HolderOfThread()
+    {
+        if (listAtEnd)
+            *listAtEnd = osg::ChangeList::current();
+    }
+};
+
+TEST_F(SceneHandler, TakesTheChangeListOutOfForceWhenItsThreadEnds)
+{
+    osg::ChangeList unused;
+    osg::ChangeList* listAtEnd = &unused;
+    u32 id = 0;
+    std::thread([&] {
+        thread_local HolderOfThread holder;
+        holder.listAtEnd = &listAtEnd;
+        znRTSceneHandler::initializeChangeList();
+        makeNode(osg::Group::create()); // created and destroyed
+        holder.node = makeNode(osg::Group::create());
+        id = holder.node->getId();
+    }).join();
+    EXPECT_EQ(listAtEnd, nullptr);
+    EXPECT_FALSE(osg::FieldContainerFactory::the()->getContainer(id));
+}
+
 TEST_F(SceneHandler, MakesTheAttachmentsOfTheRoot)
 {
     const auto settings = znRTSceneHandler::getRaytracingSettingsAttachment();
