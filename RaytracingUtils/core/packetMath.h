@@ -6,13 +6,23 @@
 
 #include "core/znIntType.h"
 
-/// Lanes of an integer mask as a full-width mask: all ones in lane l when bit l of lanes
-/// is set.
+#include <array>
 
+/// Full-width masks by lane integer: entry b has all ones in lane l when bit l of b is set.
+alignas(16) inline constexpr auto s_laneMaskTable = [] {
+    std::array<std::array<std::uint32_t, 4>, 16> table{};
+    for (unsigned b = 0; b < 16; ++b)
+        for (unsigned lane = 0; lane < 4; ++lane)
+            table[b][lane] = (b >> lane & 1) ? ~0u : 0u;
+    return table;
+}();
+
+/// Lanes of an integer mask as a full-width mask.
+/// @param lanes  bit l for lane l; higher bits are not read
 inline znFloatType<2> expandLanes(int lanes)
 {
-    const znIntType<2> bits(1, 2, 4, 8);
-    return asFloat((znIntType<2>(lanes) & bits) == bits);
+    const std::uint32_t* const entry = s_laneMaskTable[std::size_t(lanes & 15)].data();
+    return asFloat(znIntType<2>(_mm_load_si128(reinterpret_cast<const __m128i*>(entry))));
 }
 
 inline znFloatType<2> square(znFloatType<2> x)

@@ -77,7 +77,7 @@ public:
     /// @return lanes for which a part of some length is left
     int clip(const znRTRayPacket& ray, znFloatType<2>& t0, znFloatType<2>& t1) const
     {
-        narrow(ray.invDirection, ray.origin, t0, t1);
+        narrow(&ray.invDirection.x, &ray.origin.x, t0, t1);
         return moveMask(t0 < t1);
     }
     /// As clip, for the lanes of a mask; a single point is enough.
@@ -88,16 +88,14 @@ public:
     znFloatType<2> clipRange(const znRTRayPacket& ray, znFloatType<2>& t0, znFloatType<2>& t1,
                              znFloatType<2> mask) const
     {
-        narrow(ray.invDirection, ray.origin, t0, t1);
+        narrow(&ray.invDirection.x, &ray.origin.x, t0, t1);
         return (t0 <= t1) & mask;
     }
     /// @param invDirection, origin  three values each, x, y, z
     int clipRange(const znFloatType<2>* invDirection, const znFloatType<2>* origin,
                   znFloatType<2>& t0, znFloatType<2>& t1) const
     {
-        for (int axis = 0; axis < 3; ++axis)
-            narrowToSlab(box().low(axis), box().high(axis), origin[axis], invDirection[axis], t0,
-                         t1);
+        narrow(invDirection, origin, t0, t1);
         return moveMask(t0 <= t1);
     }
 
@@ -110,11 +108,6 @@ public:
     /// Whether the box has an inside or is flat; false for a box that nothing was added to.
     bool isValid() const { return extent(0) >= 0.0f && extent(1) >= 0.0f && extent(2) >= 0.0f; }
     float extent(int axis) const { return box().high(axis) - box().low(axis); }
-    int getLargestAxis() const
-    {
-        const int xy = extent(0) >= extent(1) ? 0 : 1;
-        return extent(xy) >= extent(2) ? xy : 2;
-    }
     znRTVector3f getMinimum() const { return {box().low(0), box().low(1), box().low(2)}; }
     znRTVector3f getMaximum() const { return {box().high(0), box().high(1), box().high(2)}; }
     /// Mean of the corners.
@@ -149,7 +142,7 @@ public:
     const Box& box() const { return static_cast<const Box&>(*this); }
 
 private:
-    void narrow(const znRTVector3fPacket& invDirection, const znRTVector3fPacket& origin,
+    void narrow(const znFloatType<2>* invDirection, const znFloatType<2>* origin,
                 znFloatType<2>& t0, znFloatType<2>& t1) const
     {
         for (int axis = 0; axis < 3; ++axis)

@@ -4,6 +4,7 @@
 // reaches (5e-7), and invDirection is kept up to date by every constructor and setter: a zero
 // component of a direction has an infinite reciprocal with the sign of the zero.
 
+#include "core/rayTypes.h"
 #include "core/znRTVector3fPacket.h"
 #include "core/znRTVectorMath.h"
 
@@ -12,21 +13,13 @@
 class znRTIntersector;
 class znRTRayFilter;
 
-/// Ray classes come in pairs of bits: the even bit is the left eye's, the odd the right eye's. A
-/// lane sees an object when its type and the object's visibility share a bit.
-namespace znRTRayTypes {
-inline constexpr unsigned s_leftEye = 0x55555555;
-inline constexpr unsigned s_rightEye = 0xAAAAAAAA;
-inline constexpr int s_camera = 12; ///< seen by both eyes; what a ray is unless told otherwise
-} // namespace znRTRayTypes
-
 class znRTRayPacket
 {
 public:
     znRTVector3fPacket invDirection;
     znRTVector3fPacket origin;
     znRTVector3fPacket direction;
-    znIntType<2> type;           ///< class bits of each lane
+    znIntType<2> type;           ///< word of each lane, see rayTypes.h
     znIntType<2> pixelX, pixelY; ///< pixel of each lane, in render coordinates
     znRTVector3fPacket weight;   ///< of the path that led to the ray, per colour
     znFloatType<2> alpha;        ///< fourth component of the weight
@@ -38,17 +31,17 @@ public:
     znRTRayPacket(const znRTRayPacket&) = default;
     znRTRayPacket& operator=(const znRTRayPacket&) = default;
 
-    /// Type, weight, alpha and pixel are 12, 1, 1 and 0.
+    /// Camera rays of both eyes; weight and alpha are 1, the pixel is 0.
     znRTRayPacket(const znRTVector3fPacket& from, const znRTVector3fPacket& towards)
         : znRTRayPacket(from, towards, 0, 0, znRTVector3fPacket(1.0f, 1.0f, 1.0f),
-                        znRTRayTypes::s_camera)
+                        int(rayType::camera))
     {
     }
     znRTRayPacket(const znRTVector3fPacket& from, const znRTVector3fPacket& towards, znIntType<2> x,
-                  znIntType<2> y, const znRTVector3fPacket& pathWeight, znIntType<2> rayType,
+                  znIntType<2> y, const znRTVector3fPacket& pathWeight, znIntType<2> typeWord,
                   znFloatType<2> pathAlpha = 1.0f)
-        : origin(from), direction(towards), type(rayType), pixelX(x), pixelY(y), weight(pathWeight),
-          alpha(pathAlpha), auxiliary(nullptr), monochromatic(0.0f)
+        : origin(from), direction(towards), type(typeWord), pixelX(x), pixelY(y),
+          weight(pathWeight), alpha(pathAlpha), auxiliary(nullptr), monochromatic(0.0f)
     {
         normalize();
     }
@@ -56,18 +49,18 @@ public:
     template <class Color>
     requires requires(const Color& c) { c.r, c.g, c.b; }
     znRTRayPacket(const znRTVector3fPacket& from, const znRTVector3fPacket& towards, znIntType<2> x,
-                  znIntType<2> y, const Color& pathWeight, znIntType<2> rayType,
+                  znIntType<2> y, const Color& pathWeight, znIntType<2> typeWord,
                   znFloatType<2> pathAlpha = 1.0f)
         : znRTRayPacket(from, towards, x, y,
-                        znRTVector3fPacket(pathWeight.r, pathWeight.g, pathWeight.b), rayType,
+                        znRTVector3fPacket(pathWeight.r, pathWeight.g, pathWeight.b), typeWord,
                         pathAlpha)
     {
     }
     znRTRayPacket(znFloatType<2> ox, znFloatType<2> oy, znFloatType<2> oz, znFloatType<2> dx,
                   znFloatType<2> dy, znFloatType<2> dz,
-                  znIntType<2> rayType = znRTRayTypes::s_camera)
+                  znIntType<2> typeWord = int(rayType::camera))
         : znRTRayPacket({ox, oy, oz}, {dx, dy, dz}, 0, 0, znRTVector3fPacket(1.0f, 1.0f, 1.0f),
-                        rayType)
+                        typeWord)
     {
     }
     /// Lane i takes the i-th origin and the i-th direction.

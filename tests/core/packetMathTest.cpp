@@ -31,6 +31,8 @@ TEST(LaneMasks, ExpandEveryIntegerToItsLanes)
             EXPECT_EQ(mask[l], (lanes >> l) & 1 ? -1 : 0);
         EXPECT_EQ(moveMask(expandLanes(lanes)), lanes);
     }
+    EXPECT_EQ(moveMask(expandLanes(0x75)), 5);
+    EXPECT_EQ(s_laneMaskTable.size(), 16u);
 }
 
 TEST(LaneMasks, ZeroValuesInFalseLanesToPlusZero)
