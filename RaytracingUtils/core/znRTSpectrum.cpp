@@ -47,9 +47,10 @@ float znRTSpectrum::getSampleAt(float position) const
         return 0.0f;
     const int i = int(position);
     const float f = position - float(i);
+    // Beyond the outer centres their bands come back unrounded.
     if (f < 0.5f)
-        return (f + 0.5f) * bands[i] + (0.5f - f) * bands[std::max(i - 1, 0)];
-    return (f - 0.5f) * bands[std::min(i + 1, bandCount - 1)] + (1.5f - f) * bands[i];
+        return i == 0 ? bands[0] : (f + 0.5f) * bands[i] + (0.5f - f) * bands[i - 1];
+    return i == bandCount - 1 ? bands[i] : (f - 0.5f) * bands[i + 1] + (1.5f - f) * bands[i];
 }
 
 znFloatType<2> znRTSpectrum::getSamplesAt2(const znFloatType<2>& position) const
