@@ -9,6 +9,7 @@
 #include "camera/znRTVignetteFragmentShader.h"
 #include "core/pixelHash.h"
 #include "core/znRTDataBlockPacket.h"
+#include "core/znRTFloatControl.h"
 #include "host/osg/TonemappingSettings.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znUberCameraUtils.h"
@@ -120,9 +121,6 @@ void znRTCamera::updateLens()
 {
     constexpr int firstPanorama = 2, lastPanorama = 6, matrixMode = 7;
     const bool isPanorama = projectionMode >= firstPanorama && projectionMode <= lastPanorama;
-    if (isPanorama && projectionMode - firstPanorama == znRTEnvironmentLens::omniDirectionalStereo)
-        stereoOffset = 31.5f;
-
     if (!isExternalLens) {
         try {
             if (znUberCameraUtils::isOrthographicCamera(camera))
@@ -131,8 +129,10 @@ void znRTCamera::updateLens()
                 ensureLens<znRTProjectionMatrixLens>(lensShader);
             else if (isPanorama) {
                 ensureLens<znRTEnvironmentLens>(lensShader);
-                static_cast<znRTEnvironmentLens*>(lensShader)->lensType =
-                    projectionMode - firstPanorama;
+                const int lensType = projectionMode - firstPanorama;
+                static_cast<znRTEnvironmentLens*>(lensShader)->lensType = lensType;
+                if (lensType == znRTEnvironmentLens::omniDirectionalStereo)
+                    stereoOffset = 31.5f;
             } else
                 ensureLens<znRTPerspectivePinholeLens>(lensShader);
         } catch (const std::bad_alloc&) {
@@ -154,9 +154,8 @@ __m128 znRTCamera::applyFragmentShader(const __m128& colour, int x, int y) const
 
 void znRTCamera::setLensShader(znRTLensShader* lens)
 {
-    if (lens == lensShader && lens)
-        return;
-    delete lensShader;
+    if (lens != lensShader)
+        delete lensShader;
     lensShader = lens;
     isExternalLens = lens != nullptr;
 }
@@ -194,6 +193,7 @@ unsigned znRTCamera::trace_eye_rays(unsigned x0, unsigned x1, unsigned y0, unsig
 void znRTCamera::tracePacket(const znFloatType<2>& x, const znFloatType<2>& y,
                              znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block) const
 {
+    const znRTFloatControl flushDenormals;
     const znFloatType<2> far(farClip);
     block.reset(far);
     if (!lensShader)

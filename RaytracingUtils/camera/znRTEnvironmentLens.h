@@ -4,6 +4,7 @@
 //
 // Lens frame: x ahead, y to the right, z up. a and b run from 0 to 1 over the image, a from its
 // right edge to the left one and b from the top down; the middle of the image looks ahead.
+// Differentials reach half as far as those of the other lenses.
 
 #include "camera/znRTLensShader.h"
 

@@ -91,6 +91,18 @@ TEST_F(Camera, KeepsALensOfTheRightTypeAndOneFromOutside)
     EXPECT_TRUE(camera.getLensShader()->isOfType(znRTOrthographicLens::s_typeId));
 }
 
+TEST_F(Camera, KeepsItsOwnLensWhenThatIsSet)
+{
+    update();
+    znRTLensShader* const own = camera.getLensShader();
+    camera.setLensShader(own);
+    EXPECT_TRUE(camera.isExternalLens);
+    source->setProjectionMode(osg::UberCamera::omniDirectionalStereo);
+    update();
+    EXPECT_EQ(camera.getLensShader(), own);
+    EXPECT_NE(camera.stereoOffset, 31.5f);
+}
+
 TEST_F(Camera, HasNoRaysWithoutALens)
 {
     znRTCamera empty;
@@ -248,4 +260,19 @@ TEST_F(Camera, TracesLonePacketsBetweenItsClipDistances)
     EXPECT_EQ(block.hit.hitMask, 0u);
     EXPECT_LANES_EQ(block.hit.t, 200.0f, 200.0f, 200.0f, 200.0f);
     EXPECT_EQ(ray.hasDifferentials, 0u);
+}
+
+// Threads of the host do not flush denormals; their reciprocals would be NaN.
+TEST_F(Camera, FlushesDenormalsWhileItTracesLonePackets)
+{
+    update();
+    znRTLensShader& lens = *camera.getLensShader();
+    lens.frustumOrigin = {1e-39f, -1e-39f, -1.0f};
+    lens.pixelDX = lens.pixelDY = {0.0f, 0.0f, 0.0f};
+    const unsigned before = _mm_getcsr();
+    znRTRayDifferentialPacket ray;
+    znRTDataBlockPacket block;
+    camera.tracePacket(znFloatType<2>(1.0f), znFloatType<2>(1.0f), ray, block);
+    EXPECT_FALSE(anyLane(isNaN(ray.invDirection.x) | isNaN(ray.invDirection.y)));
+    EXPECT_EQ(_mm_getcsr() & 0xffc0, before & 0xffc0);
 }
