@@ -4,6 +4,7 @@
 // several samples per pixel.
 
 #include "camera/znRTCamera.h"
+#include "core/packetMath.h"
 #include "host/znRTRaytracingSettings.h"
 #include "render/renderTiles.h"
 #include "render/znRTPacketBlock.h"
@@ -78,8 +79,8 @@ public:
                 const u32 slot = (y - r.y0) * znBlockSize + (x - r.x0);
                 if (counts[slot] == 0)
                     continue;
-                const __m128 factor = _mm_rcp_ps(_mm_set1_ps(float(counts[slot])));
-                f(x, y, _mm_mul_ps(_mm_load_ps(&sums[slot].r), factor));
+                const znFloatType<2> factor = reciprocalEstimate(float(counts[slot]));
+                f(x, y, _mm_mul_ps(_mm_load_ps(&sums[slot].r), factor.v));
             }
     }
 

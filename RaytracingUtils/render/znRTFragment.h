@@ -57,15 +57,13 @@ public:
     znRTColorPacket colour;
     znFloatType<2> coverage; ///< above 0 where a surface lies; from the shading block
 
+    // The order of the virtual operations is part of the interface.
+
     virtual void clear();
     /// Alpha becomes 1 - alpha.
     virtual void invertAlpha();
-    /// Layers alone have more to do here than the single colour.
-    virtual void updateVectorPasses(const znRTRayDifferentialPacket&, const znRTDataBlockPacket&,
-                                    const znFloatType<2>& /*coverage*/,
-                                    const znFloatType<2>& /*mask*/)
-    {
-    }
+    /// Keeps its place in the table; does nothing.
+    virtual void reserved() {}
 
     /// Adds what lies behind, weighted with the transmittance that is left.
     /// @param other  straight colour, not multiplied with its alpha
@@ -75,9 +73,6 @@ public:
                                const znFloatType<2>& alpha);
     virtual void blendFragment(const znRTFragment& other, const znFloatType<2>& mask);
 
-    /// The result of shading: red, green, blue of the colour and the alpha, in the lanes of mask.
-    virtual void updateFragmentColor(const znRTColorPacket& color, const znFloatType<2>& alpha,
-                                     const znFloatType<2>& mask);
     /// A ready colour, for materials without lobes; keeps the terms of layers empty.
     virtual void updateDiffuseColor(const znRTMaterial* material,
                                     const znRTRayDifferentialPacket& ray,
@@ -88,6 +83,15 @@ public:
                                        const znRTDataBlockPacket& block,
                                        const znRTColorPacket& color, const znFloatType<2>& alpha,
                                        const znFloatType<2>& mask);
+    /// Layers alone have more to do here than the single colour.
+    virtual void updateVectorPasses(const znRTRayDifferentialPacket&, const znRTDataBlockPacket&,
+                                    const znFloatType<2>& /*coverage*/,
+                                    const znFloatType<2>& /*mask*/)
+    {
+    }
+    /// The result of shading: red, green, blue of the colour and the alpha, in the lanes of mask.
+    virtual void updateFragmentColor(const znRTColorPacket& color, const znFloatType<2>& alpha,
+                                     const znFloatType<2>& mask);
 
     // Surfaces with lobes: D diffuse, G glossy, S specular, T translucent. The result is, over the
     // lobes named, the light times the surface's colour, plus the emission; then what lies behind
