@@ -31,11 +31,15 @@ protected:
         ray.hasDifferentials = 0;
         znRTDataBlockPacket block(scene.trace(ray));
         znRTNormalRenderingIntegrator<znRTFragment>().integrate(fragment, &camera, ray, block, 0);
+        weight = ray.weight;
+        alpha = ray.alpha;
     }
 
     MeshScene scene;
     znRTCamera camera;
     znRTFragment fragment;
+    znRTVector3fPacket weight{0.0f, 0.0f, 0.0f}; ///< of the ray after integrate
+    znFloatType<2> alpha{0.0f};
 
 private:
     znRTAccelerator* previous;
@@ -87,6 +91,57 @@ TEST_F(NormalRendering, KeepsTheBackgroundWithoutASurface)
     integrate(downward(4.0f, 0.0f));
     EXPECT_LANES_EQ(fragment.colour.g, 0.2f, 0.2f, 0.2f, 0.2f);
     EXPECT_LANES_EQ(fragment.coverage, 0.0f, 0.0f, 0.0f, 0.0f);
+}
+
+// Hits on an object that is gone have no surface.
+TEST_F(NormalRendering, KeepsTheBackgroundWhereHitsAreNotCovered)
+{
+    scene.add(makeSquare().get());
+    scene.build();
+    znRTRayDifferentialPacket ray = downward(0.0f, 0.1f);
+    ray.hasDifferentials = 0;
+    znRTHitInfoPacket hit = scene.trace(ray);
+    ASSERT_EQ(hit.hitMask, 15u);
+    hit.geometry = znIntType<2>(1000000);
+    znRTDataBlockPacket block(hit);
+    znRTNormalRenderingIntegrator<znRTFragment>().integrate(fragment, &camera, ray, block, 0);
+    EXPECT_LANES_EQ(fragment.colour.r, 0.1f, 0.1f, 0.1f, 0.1f);
+    EXPECT_LANES_EQ(fragment.colour.a, 0.0f, 0.0f, 0.0f, 0.0f);
+    EXPECT_LANES_EQ(fragment.coverage, 0.0f, 0.0f, 0.0f, 0.0f);
+}
+
+TEST_F(NormalRendering, SendsPathsOnWithFullWeightAndNoAlpha)
+{
+    scene.add(makeSquare().get());
+    scene.build();
+    integrate(downward(0.0f, 0.1f));
+    EXPECT_LANES_EQ(weight.x, 1.0f, 1.0f, 1.0f, 1.0f);
+    EXPECT_LANES_EQ(weight.z, 1.0f, 1.0f, 1.0f, 1.0f);
+    EXPECT_LANES_EQ(alpha, 0.0f, 0.0f, 0.0f, 0.0f);
+}
+
+// Bit for bit: a lane does not know what is in the others.
+TEST_F(NormalRendering, GivesEachLaneTheSameWhateverItsPlaceInThePacket)
+{
+    scene.add(makeRandomMesh(200, 11).get());
+    scene.add(makeSquare().get(), makeTranslation(0.0f, 0.0f, -1.5f));
+    scene.build();
+    const float xs[4] = {-0.7f, 0.2f, 0.55f, 4.0f};
+    const auto colours = [&](int first) {
+        znFloatType<2> x;
+        for (int lane = 0; lane < 4; ++lane)
+            x.set(lane, xs[(first + lane) & 3]);
+        fragment.colour = znRTColorPacket(znRTColor(0.1f, 0.2f, 0.3f, 0.0f));
+        integrate(downward(x, 0.13f));
+        return fragment.colour;
+    };
+    const znRTColorPacket straight = colours(0);
+    for (int first = 1; first < 4; ++first) {
+        const znRTColorPacket turned = colours(first);
+        for (int lane = 0; lane < 4; ++lane)
+            EXPECT_EQ(turned.getComponent(lane), straight.getComponent((first + lane) & 3))
+                << "turned by " << first << ", lane " << lane;
+    }
 }
 
 TEST_F(DataBlockNodes, GiveEachLaneItsOwnMatrices)

@@ -59,6 +59,21 @@ TEST(DynArray, TakesOverTheCapacityOfTheSource)
     EXPECT_EQ(target.size, 0u);
 }
 
+TEST(DynArray, TakesOverTheAlignmentOfTheSource)
+{
+    znDynArray<int> source(128);
+    source.reserve(5, true);
+    source[4] = 17;
+    znDynArray<int> empty, sameCapacity = arrayOf(5, 2);
+    for (znDynArray<int>* target : {&empty, &sameCapacity}) {
+        *target = source;
+        EXPECT_EQ(target->alignment, 128u);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(target->data) % 128, 0u);
+        ASSERT_EQ(target->size, 5u);
+        EXPECT_EQ((*target)[4], 17);
+    }
+}
+
 TEST(DynArray, SurvivesAssignmentToItself)
 {
     znDynArray<int> array = arrayOf(6, 3);

@@ -3,6 +3,7 @@
 #include "core/znRTColorPacket.h"
 #include "core/znRTFloatControl.h"
 #include "core/znRTRay2d.h"
+#include "host/osg/Vector.h"
 #include "support/lanes.h"
 
 #include <limits>
@@ -50,6 +51,12 @@ TEST(RayPacket, TakesLanesFromQuadruples)
     EXPECT_LANES_EQ(ray.origin.x, 0, 1, 2, 3);
     EXPECT_LANES_NEAR(ray.direction.x, 1, 0, 0, -1, 5e-7f);
     EXPECT_LANES_NEAR(ray.direction.z, 0, 0, 1, 0, 5e-7f);
+
+    const osg::Vec3f host[4] = {{0, 0, 5}, {0, 6, 0}, {7, 0, 0}, {0, 0, -8}};
+    const znRTRayPacket fromHost(host[0], host[1], host[2], host[3], host[0], host[1], host[2],
+                                 host[3]);
+    EXPECT_LANES_EQ(fromHost.origin.z, 5, 0, 0, -8);
+    EXPECT_LANES_NEAR(fromHost.direction.z, 1, 0, 0, -1, 5e-7f);
 }
 
 TEST(RayPacket, DefaultsToACameraRayOfFullWeight)

@@ -1,8 +1,14 @@
 #include "core/znRTVectorMath.h"
 
+#include "core/znRTColorPacket.h"
+#include "core/znRTDataBlockPacket.h"
+#include "core/znRTRayFilter.h"
+#include "core/znRTShadingState.h"
 #include "core/znRTVector2fPacket.h"
+#include "host/osg/TransformationMatrix.h"
 #include "support/lanes.h"
 
+#include <memory>
 #include <random>
 #include <sstream>
 
@@ -98,6 +104,35 @@ TEST(VectorMath, TransformsInPlace)
     EXPECT_LANES_EQ(b.y, expected.y[0], expected.y[1], expected.y[2], expected.y[3]);
 }
 
+TEST(VectorMath, TakesMatricesOfDoubles)
+{
+    const znMatrix4x4 m = randomMatrix(4);
+    osg::TransformationMatrix<double> doubles;
+    for (int c = 0; c < 4; ++c)
+        for (int r = 0; r < 4; ++r)
+            doubles[c][r] = m[c][r];
+    const znRTVector3fPacket direction = znRTVectorMath::transformAsDirection(points, m);
+    const znRTVector4fPacket full = znRTVectorMath::transformFull(points, m);
+    const znRTVector3fPacket sameDirection = znRTVectorMath::transformAsDirection(points, doubles);
+    const znRTVector4fPacket same = znRTVectorMath::transformFull(points, doubles);
+    EXPECT_LANES_EQ(sameDirection.z, direction.z[0], direction.z[1], direction.z[2],
+                    direction.z[3]);
+    EXPECT_LANES_EQ(same.y, full.y[0], full.y[1], full.y[2], full.y[3]);
+    EXPECT_LANES_EQ(same.w, full.w[0], full.w[1], full.w[2], full.w[3]);
+}
+
+// Red of 1 becomes the matrix's first column, and so on; alpha passes by.
+TEST(VectorMath, TakesColoursThroughAMatrixAndKeepsTheirAlpha)
+{
+    const znMatrix4x4 m = randomMatrix(5);
+    const znRTColorPacket color({1, 0, 0, 2}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0.5f, 1, 2, 0});
+    const znRTColorPacket changed = znRTVectorMath::transformColor(color, m);
+    EXPECT_LANES_NEAR(changed.r, m[0][0], m[1][0], m[2][0], 2 * m[0][0], 1e-6f);
+    EXPECT_LANES_NEAR(changed.g, m[0][1], m[1][1], m[2][1], 2 * m[0][1], 1e-6f);
+    EXPECT_LANES_NEAR(changed.b, m[0][2], m[1][2], m[2][2], 2 * m[0][2], 1e-6f);
+    EXPECT_LANES_EQ(changed.a, 0.5f, 1, 2, 0);
+}
+
 TEST(VectorMath, KeepsNormalsPerpendicularUnderUnevenScale)
 {
     znMatrix4x4 m = znMatrix4x4::identity();
@@ -131,4 +166,27 @@ TEST(VectorPackets, AreAlignedAsTheirRegisters)
     EXPECT_EQ(alignof(znRTVector3fPacket), 16u);
     EXPECT_EQ(alignof(znRTVector4fPacket), 16u);
     EXPECT_EQ(alignof(znMatrix4x4Packet), 16u);
+    EXPECT_EQ(alignof(znRTColorPacket), 16u);
+    EXPECT_EQ(alignof(znRTShadingState), 16u);
+    EXPECT_EQ(alignof(znRTDataBlockPacket), 16u);
+}
+
+TEST(VectorPackets, LeaveTheHeapAtTheAlignmentOfTheirOwners)
+{
+    class Filter : public znRTRayFilter
+    {
+        int filter(const znRTIntersector* const, int lanes) const override { return lanes; }
+        bool filterSingle(const znRTIntersector* const, int) const override { return true; }
+    };
+    const auto isAligned = [](const void* object, std::uintptr_t alignment) {
+        return reinterpret_cast<std::uintptr_t>(object) % alignment == 0;
+    };
+    for (int i = 0; i < 8; ++i) {
+        const std::unique_ptr<Filter> filter(new Filter);
+        EXPECT_TRUE(isAligned(filter.get(), 64));
+        const std::unique_ptr<znRTDataBlockPacket> block(new znRTDataBlockPacket(1.0f));
+        EXPECT_TRUE(isAligned(block.get(), 16));
+        const std::unique_ptr<znRTColor> color(new znRTColor);
+        EXPECT_TRUE(isAligned(color.get(), 16));
+    }
 }

@@ -213,8 +213,9 @@ TEST_F(FragmentUpdates, StartNoSecondRayBehindASurface)
 // n panes of opacity a in front of the background: (1 - a)^n of it comes through.
 TEST_F(FragmentUpdates, SeeThroughStacksOfPanes)
 {
-    const float a = 0.25f;
-    for (int n : {1, 2, 5, 20}) {
+    const std::pair<int, float> stacks[] = {
+        {1, 0.25f}, {2, 0.25f}, {5, 0.25f}, {20, 0.25f}, {64, 0.1f}};
+    for (const auto& [n, a] : stacks) {
         const PaneMaterial pane(znRTColor(1.0f, 0.5f, 0.0f), a);
         MeshScene other;
         znRTRenderUtils::s_currentAccelerator = other.scene.get();
@@ -237,6 +238,19 @@ TEST_F(FragmentUpdates, SeeThroughStacksOfPanes)
         EXPECT_INT_LANES(pane.rayTypes, 0x100004, 0x200008, 0x20000c, 0x100004);
         znRTRenderUtils::s_currentAccelerator = scene.scene.get();
     }
+}
+
+// Half of the light passes each pane: after eleven less than 0.0005 of it is left.
+TEST_F(FragmentUpdates, StopWhereNextToNothingComesThrough)
+{
+    const PaneMaterial pane(znRTColor(0.25f, 0.5f, 1.0f), 0.5f);
+    addPanes(30, pane);
+    makeBlock();
+    const znRTColorPacket seen =
+        znRTFragment::getPassThroughColor(ray, block, znFloatType<2>(1.0f), all, state);
+    EXPECT_EQ(pane.shadeCount, 11);
+    const float g = 0.5f * (1.0f - std::pow(0.5f, 11.0f));
+    EXPECT_LANES_NEAR(seen.g, g, g, g, g, 1e-6f);
 }
 
 TEST_F(FragmentUpdates, StopBehindAnOpaqueSurface)
