@@ -38,7 +38,7 @@ znRTMaterial* znRTAccelerator::createMaterial(const osg::MaterialPtr& material)
     if (znRTMaterial* const known = getMaterial(id))
         return known;
     // Re-entrant: a material that has others below it makes them from its constructor.
-    const std::lock_guard sceneGuard(getLock());
+    const std::lock_guard registryGuard(registryLock);
     if (znRTMaterial* const known = getMaterial(id))
         return known;
     {

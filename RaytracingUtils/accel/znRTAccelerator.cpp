@@ -237,7 +237,14 @@ bool znRTAccelerator::updateObjectMaterial(unsigned int index)
 bool znRTAccelerator::updateObject(unsigned int index)
 {
     znRTGeometryNode* const node = getSceneNode(index);
-    return node && node->updateGeometry(~0ull);
+    if (!node)
+        return false;
+    const znRTIntersector* const before = node->getCurrentIntersector();
+    const bool needsTree = node->updateGeometry(~0ull);
+    // With another core the intersector goes: trees must not lead to it.
+    if (node->getCurrentIntersector() != before)
+        dropTrees();
+    return needsTree;
 }
 
 bool znRTAccelerator::reinitObject(unsigned int index)
@@ -340,7 +347,7 @@ void znRTAccelerator::setListed(std::vector<znRTGeometryNode*>& list, znRTGeomet
                                 bool isListed)
 {
     // Nodes come here from parallel passes.
-    const std::lock_guard lock(getLock());
+    const std::lock_guard lock(registryLock);
     std::erase(list, node);
     if (isListed)
         list.push_back(node);

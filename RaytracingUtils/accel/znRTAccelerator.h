@@ -5,8 +5,9 @@
 // classes; rendering threads only read.
 //
 // Objects are keyed by container ids and passes run in id order, so that equal scenes give equal
-// indices. materials may be asked for while nodes are updated in parallel; everything else belongs
-// to the thread that prepares the frame, under the scene's re-entrant lock.
+// indices. Materials may be asked for, and nodes may enter the lists of lights and media, while
+// nodes are updated in parallel; everything else belongs to the thread that prepares the frame,
+// under the scene's re-entrant lock.
 
 #include "core/znDynArray.h"
 #include "core/znRTBoundingBox.h"
@@ -242,4 +243,7 @@ private:
     void setListed(std::vector<znRTGeometryNode*>& list, znRTGeometryNode* node, bool isListed);
 
     osg::Ref<osg::Material> defaultMaterial;
+    /// Guards materials and the lists of nodes while objects are prepared in parallel. The scene's
+    /// lock will not do: the thread that builds holds it while it waits for the others.
+    std::recursive_mutex registryLock;
 };

@@ -1,6 +1,7 @@
 #include "accel/znRTAccelerator.h"
 
 #include "host/osg/Material.h"
+#include "host/osg/RaytracingGeoAttachment.h"
 #include "host/osg/Surface.h"
 #include "material/znRTDummyMaterial.h"
 #include "support/lanes.h"
@@ -259,4 +260,94 @@ TEST(Accelerator, DoesNotBuildAgainWithoutAChange)
     scene.add(geometry.get());
     scene.build();
     EXPECT_FALSE(scene.scene->updateObjects());
+}
+
+// Objects are prepared in parallel under the lock of the thread that builds: who needs a material
+// that is not there yet must not wait for it.
+TEST(Accelerator, MakesOverrideMaterialsWhileManyObjectsArePrepared)
+{
+    MeshScene scene;
+    const GeometryRef geometry = makeSquare();
+    std::vector<MaterialRef> materials;
+    std::vector<osg::NodePtr> nodes;
+    for (int i = 0; i < 200; ++i) {
+        materials.push_back(sceneTest::PlainMaterial::create());
+        nodes.push_back(scene.add(geometry.get(), makeTranslation(float(3 * i), 0, 0)));
+        const osg::Ref<osg::RaytracingGeoAttachment> attachment =
+            osg::RaytracingGeoAttachment::create();
+        attachment->setOverrideMaterial(materials[i].get());
+        nodes[i]->addAttachment(attachment.get());
+    }
+    scene.build();
+    for (int i = 0; i < 200; ++i)
+        EXPECT_EQ(scene.mesh(nodes[i]).getActiveMaterial()->getHostMaterial(), materials[i].get());
+}
+
+TEST(Accelerator, MayBeWalkedAfterACoreWasExchanged)
+{
+    MeshScene scene;
+    const GeometryRef square = makeSquare();
+    const GeometryRef triangle = makeMesh({{-1, -1, 1}, {1, -1, 1}, {0, 1, 1}}, {0, 1, 2});
+    const osg::NodePtr node = scene.add(square.get());
+    scene.build();
+    node->setCore(triangle.get());
+    EXPECT_TRUE(scene.scene->updateObject(0));
+    EXPECT_FALSE(scene.scene->isValid());
+    EXPECT_EQ(scene.trace(downward(0.0f, 0.0f)).hitMask, 0u);
+    scene.build();
+    EXPECT_NEAR(scene.trace(downward(0.0f, 0.0f)).t[0], 4.0f, 1e-5f);
+}
+
+TEST(Accelerator, BuildsAfterAnyArrayWasExchanged)
+{
+    MeshScene scene;
+    const GeometryRef geometry = makeSquare();
+    const osg::NodePtr node = scene.add(geometry.get());
+    scene.build();
+    geometry->setPositions(
+        osg::GeoProperty::create({osg::Vec3f(-1, -1, 2), {1, -1, 2}, {1, 1, 2}, {-1, 1, 2}}));
+    EXPECT_TRUE(scene.scene->updateObjects());
+    EXPECT_LANES_NEAR(scene.trace(downward(0.5f, 0.2f)).t, 3, 3, 3, 3, 1e-5f);
+    EXPECT_FALSE(scene.scene->updateObjects());
+    geometry->setColors(
+        osg::GeoProperty::create({osg::Vec3f(1, 0, 0), {1, 0, 0}, {1, 0, 0}, {1, 0, 0}}));
+    EXPECT_TRUE(scene.scene->updateObjects());
+    EXPECT_FALSE(scene.mesh(node).getSharedVolume()->needsBuild());
+    EXPECT_EQ(scene.trace(downward(0.5f, 0.2f)).hitMask, 15u);
+}
+
+// Triangles in a row, once as one mesh and once as a mesh each: sizes around a single leaf, a full
+// node, and the change from the exact search to planes. Each ray has one triangle under it, and
+// rays between them have none.
+TEST(Accelerator, FindsEveryTriangleOfSmallScenes)
+{
+    for (const u32 count : {1u, 2u, 3u, 4u, 5u, 64u, 65u}) {
+        MeshScene whole, pieces;
+        std::vector<osg::Vec3f> positions;
+        std::vector<u32> indices;
+        const GeometryRef piece = makeMesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2});
+        for (u32 i = 0; i < count; ++i) {
+            const float x = 3.0f * float(i), z = 0.01f * float(i);
+            for (const osg::Vec3f& corner : {osg::Vec3f(x, 0, z), {x + 1, 0, z}, {x, 1, z}}) {
+                indices.push_back(u32(positions.size()));
+                positions.push_back(corner);
+            }
+            pieces.add(piece.get(), makeTranslation(x, 0, z));
+        }
+        const GeometryRef row = makeMesh(positions, indices);
+        const osg::NodePtr node = whole.add(row.get());
+        whole.build();
+        pieces.build();
+        for (u32 i = 0; i < count; ++i) {
+            const float x = 3.0f * float(i) + 0.25f, t = 5.0f - 0.01f * float(i);
+            const znRTRayPacket rays = downward({x, x + 1.5f, x, x}, {0.25f, 0.25f, 0.5f, -0.25f});
+            const znRTHitInfoPacket a = whole.trace(rays), b = pieces.trace(rays);
+            ASSERT_EQ(a.hitMask, 0b0101u) << i << " of " << count;
+            ASSERT_EQ(b.hitMask, 0b0101u) << i << " of " << count;
+            EXPECT_NEAR(a.t[0], t, 1e-5f);
+            EXPECT_NEAR(b.t[2], t, 1e-5f);
+            EXPECT_EQ(whole.intersector(node).getTriangle(u32(a.primitive[0])).a, 3 * i);
+            EXPECT_EQ(b.geometry[2], int(i));
+        }
+    }
 }
