@@ -113,9 +113,11 @@ bool znRTGeometryNode::updateGeometry(const unsigned long long&)
 bool znRTGeometryNode::update()
 {
     // Transforms are taken over on the way.
-    const bool changed = znRTGeometryNodeBase::update();
-    if (verifyData())
+    bool changed = znRTGeometryNodeBase::update();
+    if (verifyData()) {
         updateGeometry(~0ull);
+        changed = true;
+    }
     const int before = visible;
     updateVisibility();
     return changed || visible != before;
@@ -346,23 +348,24 @@ void setRegistered(znRTAccelerator* scene, znRTGeometryNode* node, bool& isRegis
 void znRTGeometryNode::checkGeometryLight()
 {
     const bool isShining = m_node && !m_node->isHidden() && activeMaterial;
-    setRegistered(scene, this, rayGeometryLight, isShining && activeMaterial->isRayLight(),
+    setRegistered(scene, this, isRayGeometryLight, isShining && activeMaterial->isRayLight(),
                   &znRTAccelerator::addRayGeometryLight, &znRTAccelerator::deleteRayGeometryLight);
-    setRegistered(scene, this, geometryLight, isShining && activeMaterial->isLightSource(),
+    setRegistered(scene, this, isGeometryLight, isShining && activeMaterial->isLightSource(),
                   &znRTAccelerator::addGeometryLight, &znRTAccelerator::deleteGeometryLight);
 }
 
 void znRTGeometryNode::checkLightPortal()
 {
     const bool isPortal = visible && activeMaterial && activeMaterial->getPhotonImportance() > 0.0f;
-    setRegistered(scene, this, lightPortal, isPortal, &znRTAccelerator::addLightPortal,
+    setRegistered(scene, this, isLightPortal, isPortal, &znRTAccelerator::addLightPortal,
                   &znRTAccelerator::deleteLightPortal);
 }
 
 void znRTGeometryNode::checkParticipatingMedia()
 {
     const bool isMedia = visible && activeMaterial && activeMaterial->isParticipatingMedia();
-    setRegistered(scene, this, participatingMedia, isMedia, &znRTAccelerator::addParticipatingMedia,
+    setRegistered(scene, this, isParticipatingMedia, isMedia,
+                  &znRTAccelerator::addParticipatingMedia,
                   &znRTAccelerator::deleteParticipatingMedia);
     if (isMedia)
         visibilityFlags = backplateVisibilityFlags = 0;
@@ -370,12 +373,12 @@ void znRTGeometryNode::checkParticipatingMedia()
 
 void znRTGeometryNode::unregister()
 {
-    setRegistered(scene, this, rayGeometryLight, false, &znRTAccelerator::addRayGeometryLight,
+    setRegistered(scene, this, isRayGeometryLight, false, &znRTAccelerator::addRayGeometryLight,
                   &znRTAccelerator::deleteRayGeometryLight);
-    setRegistered(scene, this, geometryLight, false, &znRTAccelerator::addGeometryLight,
+    setRegistered(scene, this, isGeometryLight, false, &znRTAccelerator::addGeometryLight,
                   &znRTAccelerator::deleteGeometryLight);
-    setRegistered(scene, this, lightPortal, false, &znRTAccelerator::addLightPortal,
+    setRegistered(scene, this, isLightPortal, false, &znRTAccelerator::addLightPortal,
                   &znRTAccelerator::deleteLightPortal);
-    setRegistered(scene, this, participatingMedia, false, &znRTAccelerator::addParticipatingMedia,
+    setRegistered(scene, this, isParticipatingMedia, false, &znRTAccelerator::addParticipatingMedia,
                   &znRTAccelerator::deleteParticipatingMedia);
 }

@@ -165,28 +165,29 @@ protected:
     /// Leaves all lists of the scene.
     void unregister();
 
-    znRTAccelerator* scene = nullptr;
     int visible = 0; ///< eye mask: 0 hidden, -1 both eyes
     u32 visibilityFlags = 0, backplateVisibilityFlags = 0;
     int primaryHiddenFlags = 0;
     bool changedFlag = false; ///< of the transform; a shell copies it to its children
     bool valid = false;       ///< the geometry was read and has primitives
     bool selected = false, preselected = false;
-    bool geometryLight = false, rayGeometryLight = false, lightPortal = false;
-    bool participatingMedia = false; ///< registered in the list of that name, as the three above
+    bool isGeometryLight = false, isRayGeometryLight = false, isLightPortal = false;
+    bool isParticipatingMedia = false; ///< registered in the list of that name, as the three above
     bool clipped = false, noClipping = false;
-    bool locked = false;
-    bool transformed = false;
-    bool photonTarget = false;
-    int geometryIndex = -1;
     znRTSharedGeometry* sharedVolume = nullptr; ///< counted
     znRTBoundingBox worldVolume;
     znRTIntersector* intersector = nullptr;                   ///< owned
     znRTDisplacementSettings* displacementSettings = nullptr; ///< owned, or null
-    znRTVector3f ambientOcclusionColor{1.0f, 1.0f, 1.0f};
     znDynArray<const znRTLight*> localLights;
     znDynArray<const znRTClippingShape*> clippingShapes;
     znRTMaterial* selectionMaterial = nullptr;
     znRTMaterial* material = nullptr;
     znRTMaterial* activeMaterial = nullptr;
+
+    znRTAccelerator* scene = nullptr;
+    int geometryIndex = -1;
+    bool locked = false;
+    bool transformed = false;
+    bool photonTarget = false;
+    znRTVector3f ambientOcclusionColor{1.0f, 1.0f, 1.0f};
 };

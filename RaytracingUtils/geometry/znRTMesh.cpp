@@ -127,6 +127,11 @@ bool znRTMesh::updateGeometry(const unsigned long long& mask)
     const bool needsTree = (mask & structure) != 0 || !valid || getActiveGeometryCore() != m_core;
     // Attributes alone leave list and tree as they are; the leaf takes over moved arrays.
     initGeometry();
+    // Arrays may have been edited in place, which no fingerprint shows. The first node of a core
+    // that hears of it drops the tangents; to the others the tree already tells that it happened.
+    constexpr u64 tangential = structure | G::NormalsFieldMask | G::TexCoordsFieldMask;
+    if (sharedVolume && (mask & tangential) && !(needsTree && sharedVolume->needsBuild()))
+        sharedVolume->tangentVersion = 0;
     if (needsTree)
         invalidateTree();
     if (intersector)
@@ -177,8 +182,13 @@ znRTIntersector* znRTMesh::createIntersector()
 void znRTMesh::updateIntersector(int sideness, bool transparent)
 {
     auto* const mesh = static_cast<znRTMeshIntersector*>(intersector);
-    if (!mesh || !positions)
+    if (!mesh)
         return;
+    if (!positions) {
+        // The leaf reads an array that is gone.
+        mesh->setLeaf(nullptr);
+        return;
+    }
     const auto* const old = static_cast<const znRTTriangleIntersector*>(mesh->getLeaf());
     const bool isSame = old && old->getPositions() == positions &&
                         int(old->getGeometryIndex()) == geometryIndex &&

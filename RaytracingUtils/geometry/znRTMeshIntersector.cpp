@@ -151,16 +151,23 @@ u64 znRTMeshIntersector::getMemoryUsage() const
 
 float znRTMeshIntersector::calculatePrimitiveAreas(znDynArray<float>& areas) const
 {
-    areas.reserve(shared->triangles.size, true);
+    areas.reserve(shared->triangles.size, false);
+    areas.size = areas.data ? shared->triangles.size : 0;
     const float* const positions = getMesh().getPositions();
     const znMatrix4x4& toWorld = node->getToWorldMatrix();
     double sum = 0.0;
-    for (u64 i = 0; i < shared->triangles.size && areas.data; ++i) {
+    for (u64 i = 0; i < areas.size; ++i) {
+        areas[i] = 0.0f;
+        if (i >= shared->triangleCount)
+            continue;
         const znRTTriangle& t = shared->triangles[i];
         const znRTVector3f a = vertexAt(positions, t.a);
         const znRTVector3f ab = (vertexAt(positions, t.b) - a).getTransformAsDirection(toWorld);
         const znRTVector3f ac = (vertexAt(positions, t.c) - a).getTransformAsDirection(toWorld);
-        areas[i] = 0.5f * cross(ab, ac).getLength();
+        const float area = 0.5f * cross(ab, ac).getLength();
+        // A triangle that is not finite is never hit: it has nothing to sample.
+        if (std::isfinite(area))
+            areas[i] = area;
         sum += areas[i];
     }
     return float(sum);

@@ -138,3 +138,20 @@ TEST(MeshIntersector, ChangesSidesWithoutANewTree)
     EXPECT_EQ(hits(3), 0xffu);
     EXPECT_EQ(scene.intersector(node).getTraverser(), traverser);
 }
+
+TEST(MeshIntersector, GivesNoAreaToWhatCannotBeHit)
+{
+    MeshScene scene;
+    const GeometryRef geometry =
+        makeMesh({{NAN, 0, 0}, {0, 0, 0}, {2, 0, 0}, {0, 1, 0}, {INFINITY, 0, 0}},
+                 {1, 2, 3, 0, 1, 2, 1, 2, 4});
+    const osg::NodePtr node = scene.add(geometry.get());
+    scene.build();
+    znDynArray<float> areas;
+    EXPECT_FLOAT_EQ(scene.intersector(node).calculatePrimitiveAreas(areas), 1.0f);
+    ASSERT_EQ(areas.size, 7u);
+    int counted = 0;
+    for (const float area : areas)
+        counted += area != 0.0f;
+    EXPECT_EQ(counted, 1);
+}

@@ -265,3 +265,47 @@ TEST(Mesh, IgnoresTrianglesThatAreNotFinite)
     EXPECT_EQ(scene.scene->getFullBoundingBox().getMaximum(), znRTVector3f(1, 1, 0));
     EXPECT_EQ(scene.trace(downward(0.0f, 0.0f)).hitMask, 15u);
 }
+
+TEST(Mesh, LetsRaysPassOnceItsPositionsAreGone)
+{
+    MeshScene scene;
+    const GeometryRef geometry = makeSquare();
+    const osg::NodePtr node = scene.add(geometry.get());
+    scene.build();
+    geometry->setPositions(nullptr);
+    EXPECT_TRUE(scene.mesh(node).updateGeometry(~0ull));
+    EXPECT_EQ(scene.intersector(node).getLeaf(), nullptr);
+    EXPECT_EQ(scene.trace(downward(0.5f, 0.2f)).hitMask, 0u);
+    scene.mesh(node).rebuild();
+    scene.build();
+    EXPECT_FALSE(scene.scene->isValid());
+    geometry->setPositions(
+        osg::GeoProperty::create({osg::Vec3f(-1, -1, 1), {1, -1, 1}, {1, 1, 1}, {-1, 1, 1}}));
+    EXPECT_TRUE(scene.mesh(node).updateGeometry(~0ull));
+    scene.build();
+    EXPECT_LANES_NEAR(scene.trace(downward(0.5f, 0.2f)).t, 4, 4, 4, 4, 1e-5f);
+}
+
+// No fingerprint of the arrays shows an edit in place: the change itself has to.
+TEST(MeshTangents, FollowEditsInPlace)
+{
+    MeshScene scene;
+    const GeometryRef geometry = makeSquare();
+    const osg::NodePtr a = scene.add(geometry.get()), b = scene.add(geometry.get());
+    scene.build();
+    expectNear(tangentOf(meshWithTangents(scene, a), 0), {1, 0, 0}, 1e-6f);
+    float* const uv = static_cast<float*>(geometry->getTexCoords()->editData());
+    for (int v = 0; v < 4; ++v)
+        uv[2 * v] = 1.0f - uv[2 * v];
+    EXPECT_FALSE(scene.mesh(a).updateGeometry(osg::Geometry::TexCoordsFieldMask));
+    expectNear(tangentOf(meshWithTangents(scene, a), 0), {-1, 0, 0}, 1e-6f);
+
+    for (int v = 0; v < 4; ++v)
+        uv[2 * v] = 1.0f - uv[2 * v];
+    EXPECT_TRUE(scene.mesh(a).updateGeometry(~0ull));
+    expectNear(tangentOf(meshWithTangents(scene, a), 0), {1, 0, 0}, 1e-6f);
+    // The second node of the core hears of the same edit: what the first one made stays.
+    const u64 version = scene.mesh(a).getSharedVolume()->tangentVersion;
+    EXPECT_TRUE(scene.mesh(b).updateGeometry(~0ull));
+    EXPECT_EQ(scene.mesh(a).getSharedVolume()->tangentVersion, version);
+}
