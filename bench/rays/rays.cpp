@@ -2,7 +2,7 @@
 // next to Embree 3 on the very same rays in the same run. Prints JSON.
 //
 //   rays [--embree] [--size N] [--repeat N] [--threads N] [--only PREFIX] [--tracer NAME]
-//        [--no-build] MESH...
+//        [--no-build] [--instances] MESH...
 //
 // A mesh may carry a suffix :N, which refines it N times by four. Times with one thread are that
 // thread's processor time, so that other work on the machine matters little; with several they are
@@ -29,7 +29,7 @@ using Json = nlohmann::ordered_json;
 
 struct Options
 {
-    bool withEmbree = false, withBuild = true;
+    bool withEmbree = false, withBuild = true, withInstances = false;
     int size = 1024, repeat = 5, threads = 1;
     std::string only, tracer; ///< beginnings of names of sets and of tracers
     std::vector<std::string> meshes;
@@ -43,6 +43,8 @@ Options parse(int argc, char** argv)
         const auto next = [&] { return i + 1 < argc ? argv[++i] : ""; };
         if (a == "--embree")
             o.withEmbree = true;
+        else if (a == "--instances")
+            o.withInstances = true;
         else if (a == "--no-build")
             o.withBuild = false;
         else if (a == "--size")
@@ -163,7 +165,7 @@ void addRatios(Json& set)
         set["ratios"] = ratios;
 }
 
-[[maybe_unused]] std::vector<Instance> makeInstances(const Bounds& b)
+std::vector<Instance> makeInstances(const Bounds& b)
 {
     std::vector<Instance> all;
     for (int k = 0; k < 10; ++k)
@@ -209,6 +211,31 @@ Json measureBuild(const Mesh& mesh, const Options& o)
             {"mtrisPerSecond", round(double(mesh.triangles.size()) / times[i].getMedian() * 1e-6)},
             {"spread", round(times[i].getSpread() / times[i].getMedian())}};
     return result;
+}
+
+/// A thousand instances, seen from afar.
+Json measureInstances(const Mesh& mesh, const Bounds& bounds, const Options& o)
+{
+    const std::vector<Instance> instances = makeInstances(bounds);
+    std::vector<std::unique_ptr<Structure>> structures;
+    structures.push_back(buildCoreInstances(mesh, instances));
+#ifdef ZN_WITH_EMBREE
+    if (o.withEmbree) {
+        const std::string threads = "threads=" + std::to_string(o.threads);
+        structures.push_back(buildEmbree(mesh, threads + ",isa=sse2", false, &instances));
+        structures.push_back(buildEmbree(mesh, threads, true, &instances));
+    }
+#endif
+    std::vector<const Tracer*> tracers;
+    for (const auto& s : structures)
+        for (const auto& t : s->getTracers())
+            tracers.push_back(t.get());
+    // The camera looks at the cube of all cells, whose diagonal is that of a cube of side 10.
+    Bounds all = bounds;
+    all.diagonal = 10.0 * std::sqrt(3.0) * bounds.diagonal;
+    Json entry = measure(tracers, makePrimary(all, 'A', o.size, o.size), o);
+    addRatios(entry);
+    return entry;
 }
 
 Json run(const std::string& argument, const Options& o)
@@ -266,6 +293,8 @@ Json run(const std::string& argument, const Options& o)
         if (wanted(std::string("diffuse") + camera))
             add(makeDiffuse(mesh, order, bounds, camera, primary, hits, o.size));
     }
+    if (o.withInstances && wanted("instances"))
+        result["instances"] = measureInstances(mesh, bounds, o);
     return result;
 }
 } // namespace
@@ -275,7 +304,8 @@ try {
     const Options o = parse(argc, argv);
     if (o.meshes.empty()) {
         std::fprintf(stderr, "usage: rays [--embree] [--size N] [--repeat N] [--threads N] "
-                             "[--only PREFIX] [--tracer NAME] [--no-build] MESH[:REFINE]...\n");
+                             "[--only PREFIX] [--tracer NAME] [--no-build] "
+                             "[--instances] MESH[:REFINE]...\n");
         return 2;
     }
     tbb::global_control control(tbb::global_control::max_allowed_parallelism,
