@@ -23,6 +23,7 @@
 #include "host/znRTSceneBase.h"
 #include "host/znRTSceneHandler.h"
 #include "host/znSceneDataManager.h"
+#include "settings/ancestry.h"
 
 #include <algorithm>
 
@@ -44,14 +45,6 @@ bool hasContent(const osg::NodePtr& node)
 {
     return isKindOf<osg::MaterialDrawable>(node->getCore()) ||
            isKindOf<osg::UberLight>(node->getCore()) || isKindOf<osg::ClipPlane>(node->getCore());
-}
-
-bool isAtOrBelowOne(osg::NodePtr node, const std::set<u32>& ids)
-{
-    for (; node; node = node->getParent())
-        if (ids.count(node->getId()))
-            return true;
-    return false;
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "host/znRTGeometryNodeBase.h"
 #include "host/znRTSceneBase.h"
 #include "host/znRTSceneHandler.h"
+#include "settings/ancestry.h"
 #include "settings/changeSorter.h"
 
 namespace {
@@ -21,15 +22,6 @@ void eachObject(znRTSceneBase& scene, Use&& use)
         if (object && object->isAlive())
             use(unsigned(i), *object);
     }
-}
-
-/// The node or one of its ancestors stands in a set.
-bool isAtOrBelowOne(const osg::NodePtr& node, const std::set<u32>& ids)
-{
-    for (osg::NodePtr each = node; each; each = each->getParent())
-        if (ids.count(each->getId()))
-            return true;
-    return false;
 }
 
 /// Changes of these fields make another list of primitives.

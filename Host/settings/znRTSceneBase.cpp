@@ -2,18 +2,7 @@
 
 #include "host/osg/nodeCores.h"
 #include "host/znRTGeometryNodeBase.h"
-
-namespace {
-
-bool isAtOrBelow(const osg::NodePtr& node, u32 ancestorId)
-{
-    for (osg::NodePtr each = node; each; each = each->getParent())
-        if (each->getId() == ancestorId)
-            return true;
-    return false;
-}
-
-} // namespace
+#include "settings/ancestry.h"
 
 osg::MaterialPtr znRTSceneBase::resolveMaterialAssignment(const osg::NodePtr& node,
                                                           const osg::NodeCorePtr& core)

@@ -4,6 +4,7 @@
 #include "host/osg/UberLight.h"
 #include "host/osg/nodeCores.h"
 #include "host/znRTSceneBase.h"
+#include "settings/ancestry.h"
 
 #include <atomic>
 #include <map>
@@ -34,14 +35,6 @@ osg::Ref<osg::Node>& materialBallRoot()
 {
     static auto* node = new osg::Ref<osg::Node>;
     return *node;
-}
-
-bool isAtOrBelow(osg::NodePtr node, const osg::NodePtr& ancestor)
-{
-    for (; node; node = node->getParent())
-        if (node == ancestor)
-            return true;
-    return false;
 }
 
 /// The list of one thread. It is out of force before it goes, with the thread at the latest.
