@@ -102,8 +102,14 @@ void walkTreeBundle(const znRTSharedTree* tree, const znRTIntersector* owner,
     const znRTLeafIntersector* const leaf = owner->getLeaf();
     if (!leaf || !tree || tree->nodes.size == 0)
         return;
+    // What packets share has to be worth making the pyramid of all of them.
+    constexpr unsigned minPackets = 16;
+    unsigned active = 0;
+    for (unsigned i = first; i < bundle.count; ++i)
+        active += masks[i] != 0;
     const bool isPlain = leaf->isPlainTriangles() && tree->leafPositions.size > 0;
-    if (isPlain && walkTriangleBundle(*tree, *leaf, transform, bundle, tMin, hits, masks, first))
+    if (isPlain && active >= minPackets &&
+        walkTriangleBundle(*tree, *leaf, transform, bundle, tMin, hits, masks, first))
         return;
     for (unsigned i = first; i < bundle.count; ++i)
         if (masks[i])
