@@ -41,18 +41,25 @@ void znRTMesh::initGeometry()
     const auto geometry = osg::FCPtr<osg::Geometry>::dcast(active);
     if (!geometry) {
         osg::logStream() << "Error, BAD GEOMETRY" << std::endl;
+        // What was read belongs to a core that may be gone.
+        setSharingKey(0);
+        undeformedPositions = undeformedNormals = positions = normals = nullptr;
+        vertexCount = 0;
+        usesTangents = false;
         return;
     }
     if (active != m_core)
         setNode(m_node, active);
     setSharingKey(znRTSharedGeometryTable::makeKey(m_coreId, 0));
     geometry->makeSingleIndexed();
-    if (!readPositions(*geometry))
-        return;
+    const bool hasPositions = readPositions(*geometry);
+    // Also without positions: verifyData asks what changed since.
     bakedColors = geometry->getBakedColors();
     setVertexColorArray(geometry->getColors().get());
     for (int set = 0; set < s_textureSets; ++set)
         setTextureCoordArray(unsigned(set), geometry->getTexCoordSet(set).get());
+    if (!hasPositions)
+        return;
     calculateDeformer();
     valid = true;
 }
@@ -102,12 +109,15 @@ u64 znRTMesh::getGeometryVersion() const
 
 bool znRTMesh::verifyData()
 {
-    // First of all: a core that was replaced may be gone.
-    if (getActiveGeometryCore() != m_core)
-        return true;
+    // First of all: a core that was replaced may be gone. One that is no geometry is told once.
+    const osg::NodeCorePtr active = getActiveGeometryCore();
+    if (active != m_core)
+        return valid || osg::isKindOf<osg::Geometry>(active);
     const osg::Geometry* const geometry = getGeometry();
     if (!geometry)
         return valid;
+    if (!sharedVolume) // let go, and back now
+        return true;
     if (znRTPropertyStamp(geometry->getPositions().get()) != positionStamp ||
         znRTPropertyStamp(geometry->getNormals().get()) != normalStamp ||
         znRTPropertyStamp(geometry->getIndices().get()) != indexStamp || hasVertexColorsChanged())

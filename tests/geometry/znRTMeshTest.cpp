@@ -7,6 +7,18 @@
 
 #include <sstream>
 
+namespace meshTest {
+using osg::MaterialDrawable;
+
+/// Something to draw that has no triangles.
+class PlainDrawable : public osg::MaterialDrawable
+{
+    ZN_CONTAINER(PlainDrawable, MaterialDrawable)
+};
+ZN_CONTAINER_BODY(PlainDrawable)
+
+} // namespace meshTest
+
 namespace {
 
 /// Material of which a mesh needs tangents is not there yet: they are made by hand.
@@ -308,4 +320,39 @@ TEST(MeshTangents, FollowEditsInPlace)
     const u64 version = scene.mesh(a).getSharedVolume()->tangentVersion;
     EXPECT_TRUE(scene.mesh(b).updateGeometry(~0ull));
     EXPECT_EQ(scene.mesh(a).getSharedVolume()->tangentVersion, version);
+}
+
+TEST(Mesh, LetsGoOfACoreThatIsReplacedByNoGeometry)
+{
+    MeshScene scene;
+    std::ostringstream stream;
+    std::ostream* const before = osg::setLogStream(&stream);
+    const GeometryRef geometry = makeSquare();
+    const osg::NodePtr node = scene.add(geometry.get());
+    scene.build();
+    node->setCore(meshTest::PlainDrawable::create());
+    EXPECT_TRUE(scene.scene->updateObjects());
+    EXPECT_FALSE(scene.scene->updateObjects());
+    osg::setLogStream(before);
+    EXPECT_EQ(stream.str(), "Error, BAD GEOMETRY\n");
+    EXPECT_FALSE(scene.scene->isValid());
+    EXPECT_EQ(scene.trace(downward(0.5f, 0.2f)).hitMask, 0u);
+    EXPECT_EQ(znRTSharedGeometryTable::getUseCount(geometry->getId()), 0u);
+
+    node->setCore(geometry.get());
+    EXPECT_TRUE(scene.scene->updateObjects());
+    EXPECT_EQ(scene.trace(downward(0.5f, 0.2f)).hitMask, 15u);
+}
+
+TEST(Mesh, LetsGoOfACoreThatIsReplacedByOneWithoutPositions)
+{
+    MeshScene scene;
+    const GeometryRef geometry = makeSquare();
+    const osg::NodePtr node = scene.add(geometry.get());
+    scene.build();
+    node->setCore(osg::Geometry::create());
+    EXPECT_TRUE(scene.scene->updateObjects());
+    EXPECT_FALSE(scene.scene->updateObjects());
+    EXPECT_FALSE(scene.scene->isValid());
+    EXPECT_EQ(znRTSharedGeometryTable::getUseCount(geometry->getId()), 0u);
 }
