@@ -39,6 +39,23 @@ bool isFinite(const znMatrix4x4& matrix)
     return true;
 }
 
+/// A matrix that flattens objects has no inverse to take rays to them. Chains of rotations and a
+/// scale of zero leave rounding errors instead of a determinant of 0: it is measured against the
+/// volume that axes of these lengths would span at right angles.
+bool isSingular(const znMatrix4x4& m)
+{
+    const auto square = [&](int c) {
+        return double(m[c][0]) * m[c][0] + double(m[c][1]) * m[c][1] + double(m[c][2]) * m[c][2];
+    };
+    const auto minor = [&](int a, int b) {
+        return double(m[1][a]) * m[2][b] - double(m[2][a]) * m[1][b];
+    };
+    const double determinant =
+        m[0][0] * minor(1, 2) - m[0][1] * minor(0, 2) + m[0][2] * minor(0, 1);
+    constexpr double flat = 1e-6;
+    return !(std::fabs(determinant) > flat * std::sqrt(square(0) * square(1) * square(2)));
+}
+
 const znRTBoundingBox nothing({0, 0, 0}, {0, 0, 0});
 
 } // namespace
@@ -106,7 +123,7 @@ void znRTDynamicAccelerator::collectRecords(std::vector<Entry>& entries,
         const znRTBoundingBox& box = node.getWorldVolume();
         const znMatrix4x4& toWorld = node.getToWorldMatrix();
         entry.isNotFinite = !isFinite(toWorld) || (box.isValid() && !isFinite(box));
-        if (!box.isValid() || toWorld.determinant3x3() == 0.0f)
+        if (!box.isValid() || isSingular(toWorld))
             return;
         if (entry.isNotFinite)
             return;

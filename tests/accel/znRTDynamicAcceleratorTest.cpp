@@ -108,6 +108,42 @@ TEST(DynamicAccelerator, LeavesOutWhatHasNoVolume)
     expectBox(scene.scene->getFullBoundingBox(), {-1, -1, 0}, {1, 1, 0});
 }
 
+// Rounded to float, a rotation, a scale of zero along one axis and another rotation do not give a
+// determinant of exactly 0. Small or uneven scales are no reason to leave an object out.
+TEST(DynamicAccelerator, LeavesOutWhatIsFlattenedAlongAnyAxis)
+{
+    const auto makeScaled = [](float x, float y, float z) {
+        const float scale[3] = {x, y, z};
+        const double c = std::cos(0.7), s = std::sin(0.7), k = std::cos(1.9), h = std::sin(1.9);
+        const double a[3][3] = {{c, -s, 0}, {s * k, c * k, -h}, {s * h, c * h, k}};
+        osg::Matrix m;
+        for (int column = 0; column < 3; ++column)
+            for (int row = 0; row < 3; ++row) {
+                double sum = 0.0;
+                for (int i = 0; i < 3; ++i)
+                    sum += a[i][row] * scale[i] * a[i][column];
+                m[column][row] = float(sum);
+            }
+        return m;
+    };
+    const auto isShown = [&](const osg::Matrix& matrix) {
+        MeshScene scene;
+        const GeometryRef geometry = makeRandomMesh(50, 1);
+        scene.add(geometry.get(), matrix);
+        scene.build();
+        return scene.scene->isValid();
+    };
+    EXPECT_FALSE(isShown(makeScaled(0, 1, 1)));
+    EXPECT_FALSE(isShown(makeScaled(3, 0, 2)));
+    EXPECT_FALSE(isShown(makeScaled(1, 1, 0)));
+    EXPECT_FALSE(isShown(makeScaled(0, 0, 1)));
+    EXPECT_TRUE(isShown(makeScaled(1, 1, 1)));
+    EXPECT_TRUE(isShown(makeScaled(-1, 1, 1)));
+    EXPECT_TRUE(isShown(makeScaled(1e-3f, 1, 1)));
+    EXPECT_TRUE(isShown(makeScaled(1e-9f, 1e-9f, 1e-9f)));
+    EXPECT_TRUE(isShown(makeScaled(1e6f, 1e6f, 1e6f)));
+}
+
 TEST(DynamicAccelerator, SumsMemoryInUnitsOfTwoToTheTwenty)
 {
     MeshScene scene;
