@@ -51,7 +51,7 @@ TEST(GltfCameras, ReadHalfHeightsOfOrthographicViews)
 GltfBuilder withLight(const nlohmann::json& light)
 {
     GltfBuilder file;
-    file.root["extensions"]["KHR_lights_punctual"]["lights"] = {light};
+    file.root["extensions"]["KHR_lights_punctual"]["lights"] = nlohmann::json::array({light});
     file.node({{"extensions", {{"KHR_lights_punctual", {{"light", 0}}}}}});
     return file;
 }
