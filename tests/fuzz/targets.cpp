@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <set>
 #include <string>
 #include <vector>
@@ -133,12 +134,13 @@ void use(const osg::NodePtr& root)
 template <class... Numbers>
 std::vector<u8> bytesOf(std::string_view magic, Numbers... numbers)
 {
-    std::vector<u8> bytes(magic.begin(), magic.end());
-    const auto append = [&](auto number) {
-        const u8* const from = reinterpret_cast<const u8*>(&number);
-        bytes.insert(bytes.end(), from, from + sizeof(number));
+    std::vector<u8> bytes(magic.size() + (sizeof(numbers) + ...));
+    u8* to = std::copy(magic.begin(), magic.end(), bytes.data());
+    const auto put = [&](auto number) {
+        std::memcpy(to, &number, sizeof(number));
+        to += sizeof(number);
     };
-    (append(numbers), ...);
+    (put(numbers), ...);
     return bytes;
 }
 
