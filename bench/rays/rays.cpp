@@ -131,6 +131,14 @@ Json measure(const std::vector<const Tracer*>& tracers, const RaySet& set, const
                 times[i].values.push_back(time);
         }
     const double rays = double(set.getRayCount());
+    // A faster wrong answer is no result. Rays within float distance of an edge may differ.
+    for (std::size_t i = 1; i < used.size(); ++i) {
+        const double difference =
+            std::abs(checks[i]["hits"].get<double>() - checks[0]["hits"].get<double>());
+        if (difference > 2.0 + 1e-4 * rays)
+            throw std::runtime_error(used[i]->getName() + " and " + used[0]->getName() +
+                                     " hit different numbers of rays");
+    }
     Json result;
     for (std::size_t i = 0; i < used.size(); ++i) {
         Json entry;
