@@ -10,6 +10,7 @@
 #include "host/pixelFormats.h"
 #include "host/znBuffer.h"
 #include "host/znRTRenderTile.h"
+#include "host/znRenderPasses.h"
 #include "host/znTexture.h"
 
 #include <array>
@@ -20,9 +21,6 @@ class znRTCryptomatte;
 class znRTRenderTask;
 class znRTRootTask;
 class znRTTaskContext;
-
-/// Beauty and the named layers of a frame.
-constexpr int znRenderPassCount = 43;
 
 /// What the scene holds, written by updateScene.
 struct znRTSceneStatistics

@@ -1,18 +1,10 @@
 #include "render/znRTIntegratorTable.h"
 
+#include "host/znRenderPasses.h"
 #include "render/integratorTasks.h"
 #include "render/notAvailable.h"
 
 namespace {
-
-constexpr u32 backgroundColorPass = 15, backplatesPass = 28, frontplatesPass = 29;
-constexpr u32 occlusionPass = 30;
-
-/// Layers that are read back from their own store have no integrator of their own.
-bool isCryptomattePass(u32 pass)
-{
-    return pass >= 33 && pass <= 38;
-}
 
 const char* bySelector(u32 selector)
 {
@@ -32,19 +24,20 @@ const char* bySelector(u32 selector)
 void setSinglePass(znRTIntegratorChoice& choice, u32 pass)
 {
     choice.name = "znRTDistributedPassesIntegrator";
+    // Id mattes are read back from their own store: behind them stands the beauty.
     choice.passIndex = isCryptomattePass(pass) ? 0 : int(pass);
     choice.renderFrontplates = choice.renderBackplates = false;
     choice.occlusionPass = 0;
-    if (pass == backgroundColorPass)
+    if (pass == ZN_PASS_BACKGROUND_COLOR)
         choice.renderBackplates = true;
-    if (pass == backplatesPass || pass == frontplatesPass) {
+    if (pass == ZN_PASS_BACKPLATES || pass == ZN_PASS_FRONTPLATES) {
         choice.applyTonemapping = false;
-        choice.renderBackplates = pass == backplatesPass;
-        choice.renderFrontplates = pass == frontplatesPass;
+        choice.renderBackplates = pass == ZN_PASS_BACKPLATES;
+        choice.renderFrontplates = pass == ZN_PASS_FRONTPLATES;
     }
-    if (pass == occlusionPass)
+    if (pass == ZN_PASS_OCCLUSION)
         choice.occlusionPass = 1;
-    const bool isData = pass >= occlusionPass && !isCryptomattePass(pass);
+    const bool isData = pass >= ZN_PASS_OCCLUSION && !isCryptomattePass(pass);
     if (isData)
         choice.applyTonemapping = choice.applyColorCorrection = false;
 }
