@@ -5,6 +5,7 @@
 #include "core/znRTFloatControl.h"
 #include "core/znRTRayPacketBundle.h"
 #include "geometry/znRTGeometryNode.h"
+#include "render/rayObservation.h"
 #include "render/znRTRenderUtils.h"
 
 #include <limits>
@@ -30,39 +31,50 @@ void znRTRenderUtils::getIntersection(const znRTRayPacketBundle& rays, const znF
     if (!canTrace())
         return;
     const bool clipping = s_currentAccelerator->hasClippingShapes();
-    if (rays.coherent && rays.count >= smallestBundle) {
+    if (rays.coherent && rays.count >= smallestBundle)
         s_currentAccelerator->intersectCO(rays, tMin, tMax, hits, laneMasks, clipping);
-        return;
-    }
-    for (unsigned i = 0; i < rays.count; ++i)
-        s_currentAccelerator->intersect(rays.rays[i], tMin[i], tMax[i], hits.hits[i], laneMasks[i],
-                                        clipping);
+    else
+        for (unsigned i = 0; i < rays.count; ++i)
+            s_currentAccelerator->intersect(rays.rays[i], tMin[i], tMax[i], hits.hits[i],
+                                            laneMasks[i], clipping);
+    if (znRTRayObserver::s_current)
+        observeBundle(rays, tMin, tMax, hits, laneMasks);
 }
 
 void znRTRenderUtils::getIntersection(const znRTRayPacket& ray, const znFloatType<2>& tMin,
                                       const znFloatType<2>& tMax, znRTHitInfoPacket& hit, int mask)
 {
-    if (canTrace())
-        s_currentAccelerator->intersect(ray, tMin, tMax, hit, mask,
-                                        s_currentAccelerator->hasClippingShapes());
+    if (!canTrace())
+        return;
+    s_currentAccelerator->intersect(ray, tMin, tMax, hit, mask,
+                                    s_currentAccelerator->hasClippingShapes());
+    if (znRTRayObserver::s_current)
+        observeRays(znRTObservedRay::nearest, ray, tMin, tMax, hit, mask);
 }
 
 void znRTRenderUtils::getIntersection(const znRTRayPacket& ray, const znFloatType<2>& tMin,
                                       const znFloatType<2>& tMax, znRTHitInfoPacket& hit, int mask,
                                       unsigned tree)
 {
-    if (canTrace())
-        s_currentAccelerator->intersectHierarchy(ray, tMin, tMax, hit, mask,
-                                                 s_currentAccelerator->hasClippingShapes(), tree);
+    if (!canTrace())
+        return;
+    s_currentAccelerator->intersectHierarchy(ray, tMin, tMax, hit, mask,
+                                             s_currentAccelerator->hasClippingShapes(), tree);
+    if (znRTRayObserver::s_current)
+        observeRays(tree == 0 ? znRTObservedRay::nearest : znRTObservedRay::selection, ray, tMin,
+                    tMax, hit, mask);
 }
 
 void znRTRenderUtils::getShadowIntersection(const znRTRayPacket& ray, const znFloatType<2>& tMin,
                                             const znFloatType<2>& tMax, znRTHitInfoPacket& hit,
                                             int mask)
 {
-    if (canTrace())
-        s_currentAccelerator->intersectShadow(ray, tMin, tMax, hit, mask,
-                                              s_currentAccelerator->hasClippingShapes());
+    if (!canTrace())
+        return;
+    s_currentAccelerator->intersectShadow(ray, tMin, tMax, hit, mask,
+                                          s_currentAccelerator->hasClippingShapes());
+    if (znRTRayObserver::s_current)
+        observeRays(znRTObservedRay::shadow, ray, tMin, tMax, hit, mask);
 }
 
 void znRTRenderUtils::getSelectionIntersection(const znRTRayPacket& ray, const znFloatType<2>& tMin,
