@@ -2,6 +2,7 @@
 
 #include "host/osg/Material.h"
 #include "host/znRTRaytracingSettings.h"
+#include "render/znRTMultilayerFragment.h"
 
 #include <algorithm>
 
@@ -41,17 +42,18 @@ void znRTMaterial::evaluateMaterial(znRTRayDifferentialPacket&, znRTDataBlockPac
 {
 }
 
-void znRTMaterial::shadeAnalytic(const znRTRayDifferentialPacket&, znRTDataBlockPacket&,
-                                 znRTMultilayerFragment&, const znFloatType<2>&,
-                                 znRTShadingState&) const
+void znRTMaterial::shadeAnalytic(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                 znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
+                                 znRTShadingState& state) const
 {
-    // Fragments with layers do not exist yet, so nothing can arrive here.
+    shadeAnalytic(ray, data, static_cast<znRTFragment&>(fragment), mask, state);
 }
 
-void znRTMaterial::shade(const znRTRayDifferentialPacket&, znRTDataBlockPacket&,
-                         znRTMultilayerFragment&, const znFloatType<2>&, znRTShadingState&) const
+void znRTMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                         znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
+                         znRTShadingState& state) const
 {
-    // As above.
+    shade(ray, data, static_cast<znRTFragment&>(fragment), mask, state);
 }
 
 void znRTMaterial::shadeAnalytic(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,

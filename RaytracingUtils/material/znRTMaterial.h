@@ -69,7 +69,8 @@ public:
     virtual void evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                                   znRTSurfaceProperties& surface, const znFloatType<2>& mask,
                                   znRTShadingState& state, int group, EvaluationType type) const;
-    /// Shading of previews, from the plain colours of the host material.
+    /// Shading of previews, from the plain colours of the host material. The form with layers
+    /// forwards to the other one here, as shade does.
     virtual void shadeAnalytic(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                                znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
                                znRTShadingState& state) const;

@@ -1,7 +1,7 @@
 // The update operations of the plain fragment, and what shows through a surface.
 
-#include "core/rayTypes.h"
 #include "core/znRTShadingState.h"
+#include "render/surfaceTransparency.h"
 #include "render/znRTFragment.h"
 
 template <int... Lobes>
@@ -46,57 +46,42 @@ ZN_FRAGMENT_UPDATE(updateDGST, surfaceDiffuse, surfaceGlossy, surfaceSpecular, s
 ZN_FRAGMENT_UPDATE(updateDST, surfaceDiffuse, surfaceSpecular, surfaceTranslucent)
 #undef ZN_FRAGMENT_UPDATE
 
-namespace {
-
-bool continuesBehindASurface(const znRTRayPacket& ray, const znFloatType<2>& lanes)
+void znRTFragment::updateGlass(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
+                               const znRTGlassTerms& terms,
+                               const znRTColorPacket& transparencyColor, znRTShadingState& state,
+                               const znRTThroughput& throughput, const znFloatType<2>& mask)
 {
-    const znIntType<2> flags = ray.type & znIntType<2>(int(rayType::passThrough));
-    return anyLane(andNot(asFloat(flags == znIntType<2>(0)), lanes));
+    znRTColorPacket color = combine(terms);
+    const znFloatType<2> opacity = computeTransparency(ray, block, transparencyColor, throughput,
+                                                       state, color, terms.tracedColor.a);
+    updateFragmentColor(color, opacity, mask);
 }
 
-/// What lies behind, in the colour that the surface gives to it.
-znRTColorPacket tintBehind(const znRTColorPacket& behind, const znRTColorPacket& transparencyColor,
-                           const znRTThroughput& throughput)
+void znRTFragment::updateFrostedGlass(const znRTRayDifferentialPacket& ray,
+                                      znRTDataBlockPacket& block, const znRTGlassTerms& terms,
+                                      const znRTColorPacket& transparencyColor,
+                                      znRTShadingState& state, const znRTThroughput& throughput,
+                                      const znFloatType<2>& mask)
 {
-    const znFloatType<2> one(1.0f);
-    const znFloatType<2> rest = one - transparencyColor.a;
-    const znFloatType<2> isDivided = (rest > znFloatType<2>(0.0f)) & throughput.hitLanes;
-    const znFloatType<2> inverse = reciprocalOrZero(select(isDivided, rest, one));
-    znRTColorPacket tinted = behind;
-    for (int channel = 0; channel < 3; ++channel) {
-        const znFloatType<2> tint = transparencyColor[channel] * inverse;
-        tinted[channel] = mix(behind[channel], tint * behind[channel], throughput.cutoutAlpha);
-    }
-    return tinted;
+    znRTFragment::updateGlass(ray, block, terms, transparencyColor, state, throughput, mask);
 }
-
-} // namespace
 
 znFloatType<2> znRTFragment::computeTransparency(const znRTRayDifferentialPacket& ray,
                                                  znRTDataBlockPacket& block,
                                                  const znRTColorPacket& transparencyColor,
                                                  const znRTThroughput& throughput,
-                                                 znRTShadingState& state, znRTColorPacket& color)
+                                                 znRTShadingState& state, znRTColorPacket& color,
+                                                 const znFloatType<2>& opacity)
 {
-    const znFloatType<2> one(1.0f);
-    const znFloatType<2>& lanes = throughput.hitLanes;
-    if (!anyLane(lanes))
-        return one;
-    if (continuesBehindASurface(ray, lanes))
+    if (!anyLane(throughput.hitLanes))
+        return opacity;
+    if (!showsBehind(ray, throughput))
         return throughput.surfaceAlpha;
 
+    const znFloatType<2> weight = znFloatType<2>(1.0f) - throughput.surfaceAlpha;
     const znRTColorPacket behind =
-        getPassThroughColor(ray, block, one - throughput.surfaceAlpha, lanes, state);
-    const znRTColorPacket shown = tintBehind(behind, transparencyColor, throughput);
-    if (anyLane(lanes & throughput.blend)) {
-        znRTColorPacket mixed;
-        mixed.mixColor(shown, color, throughput.surfaceAlpha);
-        color.maskedUpdate(mixed, lanes);
-        return select(lanes, mix(behind.a, one, throughput.surfaceAlpha), one);
-    }
-    // Each lane shows either its own result or what is behind: a surface that decided by chance.
-    const znFloatType<2> alpha = color.a & throughput.blend;
-    color = (color & throughput.blend) + (shown & lanes);
-    color.a = alpha;
-    return select(lanes, behind.a, one);
+        getPassThroughColor(ray, block, weight, throughput.hitLanes, state);
+    const BehindMix mix(throughput);
+    mix.addBehind(color, behind * tintOfBehind(transparencyColor, throughput));
+    return mix.opacity(opacity, behind.a);
 }

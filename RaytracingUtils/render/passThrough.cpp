@@ -4,7 +4,7 @@
 #include "core/rayTypes.h"
 #include "core/znRTShadingState.h"
 #include "material/znRTMaterial.h"
-#include "render/znRTFragment.h"
+#include "render/znRTMultilayerFragment.h"
 #include "render/znRTRenderUtils.h"
 
 namespace {
@@ -42,10 +42,35 @@ znIntType<2> behindSurface(const znIntType<2>& type)
     return {behind(0), behind(1), behind(2), behind(3)};
 }
 
+/// Light of the background in lanes without a surface; it has no opacity of its own.
+void addLight(znRTColorPacket& color, const znRTColorPacket& light)
+{
+    color = {color.r + light.r, color.g + light.g, color.b + light.b, color.a};
+}
+
+znRTColorPacket remainingBackground(const znRTFragment& composed, const znFloatType<2>& missed)
+{
+    return (znRTRenderUtils::s_backgroundColor * composed.colour.a) & missed;
+}
+
+void addBackground(znRTFragment& composed, const znFloatType<2>& missed)
+{
+    addLight(composed.colour, remainingBackground(composed, missed));
+}
+
+void addBackground(znRTMultilayerFragment& composed, const znFloatType<2>& missed)
+{
+    const znRTColorPacket light = remainingBackground(composed, missed);
+    addLight(composed.colour, light);
+    addLight(composed.layers[ZN_PASS_BEAUTY], light);
+    addLight(composed.layers[ZN_PASS_BACKGROUND_COLOR], light);
+}
+
 /// Shades the hits of a block, material by material.
 /// @return lanes that a surface was shaded in
+template <class Fragment>
 znFloatType<2> shadeHits(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
-                         znRTFragment& layer, znRTShadingState& state)
+                         Fragment& layer, znRTShadingState& state)
 {
     znRTRenderUtils::getShadingData(ray, block, false);
     const znFloatType<2> live =
@@ -55,9 +80,47 @@ znFloatType<2> shadeHits(const znRTRayDifferentialPacket& ray, znRTDataBlockPack
     if (!anyLane(live))
         return live;
     block.computeShadingData(ray);
+    layer.updateVectorPasses(ray, block, block.coverage, live);
     for (u32 i = 0; i < block.materialCount; ++i)
         block.materials[i]->shade(ray, block, layer, block.materialLanes[i] & live, state);
     return live;
+}
+
+/// Follows the rays until nothing of the light is left, or nothing more is hit.
+/// @param composed  out
+template <class Fragment>
+void composeBehind(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& block,
+                   const znFloatType<2>& weight, const znFloatType<2>& lanes,
+                   znRTShadingState& state, Fragment& composed)
+{
+    znRTRayDifferentialPacket child = ray;
+    child.type = behindSurface(ray.type);
+    child.weight *= weight;
+    moveBehind(child, block.position(), block.geometricNormal(), block.hit.t, lanes);
+
+    const znRTCamera* camera = znRTRenderUtils::getCamera();
+    const znFloatType<2> far(camera ? camera->farClip : farWithoutCamera);
+    composed.clear();
+    composed.invertAlpha();
+
+    znFloatType<2> active = lanes;
+    for (int i = 0; i < surfaceLimit && anyLane(active); ++i) {
+        znRTDataBlockPacket behind(far);
+        znRTRenderUtils::getIntersection(child, znFloatType<2>(0.0f), far, behind.hit,
+                                         moveMask(active));
+        const znFloatType<2> hasHit = expandLanes(int(behind.hit.hitMask));
+        addBackground(composed, andNot(hasHit, active));
+        active &= hasHit;
+        if (!anyLane(active))
+            break;
+
+        Fragment layer;
+        znRTShadingState layerState(state, state.counterA, state.counterB);
+        composed.blendFragment(layer, shadeHits(child, behind, layer, layerState) & active);
+        active &= composed.colour.a > znFloatType<2>(leastTransmittance);
+        moveBehind(child, behind.position(), behind.geometricNormal(), behind.hit.t, active);
+    }
+    composed.invertAlpha();
 }
 
 } // namespace
@@ -68,37 +131,20 @@ znRTColorPacket znRTFragment::getPassThroughColor(const znRTRayDifferentialPacke
                                                   const znFloatType<2>& lanes,
                                                   znRTShadingState& state)
 {
-    znRTRayDifferentialPacket child = ray;
-    child.type = behindSurface(ray.type);
-    child.weight *= weight;
-    moveBehind(child, block.position(), block.geometricNormal(), block.hit.t, lanes);
-
-    const znRTCamera* camera = znRTRenderUtils::getCamera();
-    const znFloatType<2> far(camera ? camera->farClip : farWithoutCamera);
     znRTFragment composed;
-    composed.clear();
-    composed.invertAlpha();
-
-    znFloatType<2> active = lanes;
-    for (int i = 0; i < surfaceLimit && anyLane(active); ++i) {
-        znRTDataBlockPacket behind(far);
-        znRTRenderUtils::getIntersection(child, znFloatType<2>(0.0f), far, behind.hit,
-                                         moveMask(active));
-        const znFloatType<2> hasHit = expandLanes(int(behind.hit.hitMask));
-        const znFloatType<2> missed = andNot(hasHit, active);
-        const znRTColorPacket& background = znRTRenderUtils::s_backgroundColor;
-        for (int channel = 0; channel < 3; ++channel)
-            composed.colour[channel] += (background[channel] * composed.colour.a) & missed;
-        active &= hasHit;
-        if (!anyLane(active))
-            break;
-
-        znRTFragment layer;
-        znRTShadingState layerState(state, state.counterA, state.counterB);
-        composed.blendFragment(layer, shadeHits(child, behind, layer, layerState) & active);
-        active &= composed.colour.a > znFloatType<2>(leastTransmittance);
-        moveBehind(child, behind.position(), behind.geometricNormal(), behind.hit.t, active);
-    }
-    composed.invertAlpha();
+    composeBehind(ray, block, weight, lanes, state, composed);
     return composed.colour & lanes;
+}
+
+void znRTMultilayerFragment::computePassThroughColor(const znRTRayDifferentialPacket& ray,
+                                                     const znRTDataBlockPacket& block,
+                                                     const znFloatType<2>& weight,
+                                                     const znFloatType<2>& lanes,
+                                                     znRTShadingState& state,
+                                                     znRTMultilayerFragment& composed)
+{
+    composeBehind(ray, block, weight, lanes, state, composed);
+    composed.colour &= lanes;
+    for (znRTColorPacket& layer : composed.layers)
+        layer &= lanes;
 }

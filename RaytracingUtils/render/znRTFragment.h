@@ -38,13 +38,36 @@ struct znRTLightTerms
     const znRTColorPacket* indirect; ///< from other surfaces
 };
 
-/// How a surface lets through what lies behind. Default: an opaque one.
+/// What glass shows: traced * tracedColor + (direct + environment) * glossyColor + emission.
+struct znRTGlassTerms
+{
+    znRTColorPacket traced;      ///< light that reflected and refracted rays brought
+    znRTColorPacket tracedColor; ///< alpha: opacity of the result
+    znRTColorPacket glossyColor;
+    znRTColorPacket direct;      ///< light sources on the glossy lobe
+    znRTColorPacket environment; ///< environment on the glossy lobe
+    znRTColorPacket emission;
+};
+
+/// The light of the terms together; alpha is that of the traced light.
+inline znRTColorPacket combine(const znRTGlassTerms& terms)
+{
+    znRTColorPacket color = terms.traced * terms.tracedColor +
+                            (terms.direct + terms.environment) * terms.glossyColor + terms.emission;
+    color.a = terms.traced.a;
+    return color;
+}
+
+/// How a surface lets through what lies behind, and how it appears in layers. Default: an opaque
+/// one, with the normal and material of the block.
 struct znRTThroughput
 {
     znFloatType<2> blend = znFloatType<2>::allLanes(); ///< mask: lanes with a shaded result
     znFloatType<2> surfaceAlpha{1.0f};                 ///< 1 = opaque
     znFloatType<2> cutoutAlpha{1.0f}; ///< of the transparency map: 1 tints all that is seen behind
     znFloatType<2> hitLanes = znFloatType<2>::noLanes(); ///< mask: lanes that show what is behind
+    const znRTVector3fPacket* shadingNormal = nullptr;   ///< perturbed; null: the block's
+    const znRTMaterial* material = nullptr; ///< whose id colour shows; null: the block's
 };
 
 class znRTFragment : public znAlignedBase32
@@ -73,7 +96,7 @@ public:
                                const znFloatType<2>& alpha);
     virtual void blendFragment(const znRTFragment& other, const znFloatType<2>& mask);
 
-    /// A ready colour, for materials without lobes; keeps the terms of layers empty.
+    /// A ready colour, for materials without lobes.
     virtual void updateDiffuseColor(const znRTMaterial* material,
                                     const znRTRayDifferentialPacket& ray,
                                     const znRTDataBlockPacket& block, const znRTColorPacket& color,
@@ -117,6 +140,16 @@ public:
     ZN_FRAGMENT_UPDATE(updateDGST)
     ZN_FRAGMENT_UPDATE(updateDST)
 #undef ZN_FRAGMENT_UPDATE
+    /// Glass, whose light is traced; the clear form and the rough one.
+    virtual void updateGlass(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
+                             const znRTGlassTerms& terms, const znRTColorPacket& transparencyColor,
+                             znRTShadingState& state, const znRTThroughput& throughput,
+                             const znFloatType<2>& mask);
+    virtual void updateFrostedGlass(const znRTRayDifferentialPacket& ray,
+                                    znRTDataBlockPacket& block, const znRTGlassTerms& terms,
+                                    const znRTColorPacket& transparencyColor,
+                                    znRTShadingState& state, const znRTThroughput& throughput,
+                                    const znFloatType<2>& mask);
 
     /// NaN becomes 0 and nothing stays below 0, on all four channels.
     virtual void maskInvalidRGBA();
@@ -133,13 +166,15 @@ public:
 
     /// Mixes what lies behind into a shaded colour. Rays that continue behind a surface themselves
     /// start no further ray here: who follows them composes the surfaces.
-    /// @param color  in and out
+    /// @param color    in and out
+    /// @param opacity  of the lanes that show nothing of what is behind
     /// @return opacity of the result
     static znFloatType<2> computeTransparency(const znRTRayDifferentialPacket& ray,
                                               znRTDataBlockPacket& block,
                                               const znRTColorPacket& transparencyColor,
                                               const znRTThroughput& throughput,
-                                              znRTShadingState& state, znRTColorPacket& color);
+                                              znRTShadingState& state, znRTColorPacket& color,
+                                              const znFloatType<2>& opacity = 1.0f);
     /// Follows the rays straight on behind their hits, through as many transparent surfaces as
     /// there are, and composes what they show.
     /// @param weight  share of the ray's weight that goes on
