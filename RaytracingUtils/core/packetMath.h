@@ -170,3 +170,32 @@ inline void sincos(znFloatType<2> x, znFloatType<2>& sine, znFloatType<2>& cosin
     sine = select(isEven, rising, falling) ^ asFloat(bit1) ^ signOfX;
     cosine = select(isEven, falling, rising) ^ asFloat(bit0 ^ bit1);
 }
+
+/// Arc cosine, [0, pi]: absolute error below 7e-5; outside [-1, 1] as at the nearer end.
+/// M. Abramowitz, I. Stegun, "Handbook of Mathematical Functions", 1964, 4.4.45.
+inline znFloatType<2> acos(znFloatType<2> x)
+{
+    const znFloatType<2> one(1.0f), a = minimum(absolute(x), one);
+    const znFloatType<2> polynomial =
+        ((znFloatType<2>(-0.0187293f) * a + 0.074261f) * a - 0.2121144f) * a + 1.5707288f;
+    const znFloatType<2> angle = polynomial * squareRoot(one - a);
+    return select(x < znFloatType<2>(0.0f), znFloatType<2>(3.1415927f) - angle, angle);
+}
+
+/// Angle of the point (x, y), [-pi, pi]: a continued fraction on the octant, absolute error below
+/// 1e-5. 0 for the origin.
+inline znFloatType<2> atan2(znFloatType<2> y, znFloatType<2> x)
+{
+    const znFloatType<2> absX = absolute(x), absY = absolute(y);
+    const znFloatType<2> isSteep = absY > absX;
+    const znFloatType<2> t = minimum(absX, absY) * reciprocalOrZero(maximum(absX, absY));
+    const znFloatType<2> s = t * t;
+    znFloatType<2> fraction = s + 1.2797564f;
+    fraction = s + 2.197217f - znFloatType<2>(0.09164612f) * reciprocalOrZero(fraction);
+    fraction = s + 6.8193064f - znFloatType<2>(1.3956946f) * reciprocalOrZero(fraction);
+    fraction = s + 28.205206f - znFloatType<2>(94.39393f) * reciprocalOrZero(fraction);
+    znFloatType<2> angle = t * 12.888383f * reciprocalOrZero(fraction);
+    angle = select(isSteep, znFloatType<2>(1.5707964f) - angle, angle);
+    angle = select(x < znFloatType<2>(0.0f), znFloatType<2>(3.1415927f) - angle, angle);
+    return angle ^ (y & znFloatType<2>(-0.0f));
+}

@@ -178,3 +178,27 @@ TEST(FloatControl, ComesBackAsItWas)
     }
     EXPECT_EQ(_mm_getcsr() & 0xffc0, before & 0xffc0);
 }
+
+// Against the library's functions in double precision.
+TEST(ArcCosine, IsWithinItsErrorOverTheWholeRange)
+{
+    for (int i = -1000; i <= 1000; ++i) {
+        const float x = float(i) / 1000.0f;
+        EXPECT_NEAR(acos(znFloatType<2>(x))[0], std::acos(double(x)), 7e-5) << x;
+    }
+    EXPECT_LANES_NEAR(acos({1.5f, -1.5f, 1.0f, -1.0f}), 0.0f, 3.1415927f, 0.0f, 3.1415927f, 1e-6f);
+}
+
+TEST(ArcTangent, IsWithinItsErrorAllAround)
+{
+    for (int i = -1000; i <= 1000; ++i) {
+        const double angle = 3.14159265 * i / 1000.0;
+        for (double radius : {1e-10, 1.0, 1e10}) {
+            const float x = float(radius * std::cos(angle)), y = float(radius * std::sin(angle));
+            EXPECT_NEAR(atan2(znFloatType<2>(y), znFloatType<2>(x))[0],
+                        std::atan2(double(y), double(x)), 1e-5)
+                << x << " " << y;
+        }
+    }
+    EXPECT_EQ(atan2(znFloatType<2>(0.0f), znFloatType<2>(0.0f))[0], 0.0f);
+}
