@@ -155,11 +155,12 @@ Source prepareSource(const znRaytracerP& view, const znRTCopyRequest& request)
     source.filterWeights = isWeighted ? view.m_filterWeights : nullptr;
     if (!request.source)
         return source;
-    if (request.pass == 0) {
-        if (request.denoised && znRTRaytracingSettings::s_denoiseFilter >= denoiseStillFrames)
-            denoise(source);
+    const bool isLight = request.pass < znFirstDataPass;
+    if (isLight && request.denoised &&
+        znRTRaytracingSettings::s_denoiseFilter >= denoiseStillFrames)
+        denoise(source);
+    if (request.pass == 0)
         postProcess(source, view);
-    }
     if (request.pass <= znFirstDataPass)
         scale(source, request.imageWidth, request.imageHeight);
     return source;
@@ -290,7 +291,8 @@ void detectEdges(znRaytracerP& view, u32 pass, const znImagePostprocessor& postP
         return;
     znRTEdgeDetectionTask<ZN_RGBA32F> task;
     task.frame = view.m_passBuffers[pass];
-    task.filterWeights = view.m_filterWeights;
+    // Data layers hold plain samples.
+    task.filterWeights = pass <= znFirstDataPass ? view.m_filterWeights : nullptr;
     task.activePixels = view.m_activePixels;
     task.statistics = view.m_sampleStatistics;
     task.postProcessor = &postProcessor;

@@ -113,7 +113,7 @@ template <class S>
 struct znRTEdgeDetectionTask
 {
     const S* frame = nullptr;
-    const float* filterWeights = nullptr;
+    const float* filterWeights = nullptr; ///< null: the frame holds plain samples
     u8* activePixels = nullptr;
     float* statistics = nullptr; ///< contrast of each pixel at the test before
     const znImagePostprocessor* postProcessor = nullptr;

@@ -39,8 +39,9 @@ float neighbourhoodContrast(const znRTEdgeDetectionTask<S>& task, int x, int y)
     for (int yj = y0; yj <= y1; ++yj)
         for (int xj = x0; xj <= x1; ++xj) {
             const u64 p = u64(yj) * task.width + u64(xj);
-            const znFloatType<2> mean = znFloatType<2>(_mm_load_ps(&task.frame[p].r)) *
-                                        reciprocalOrZero(znFloatType<2>(task.filterWeights[p]));
+            znFloatType<2> mean(_mm_load_ps(&task.frame[p].r));
+            if (task.filterWeights)
+                mean *= reciprocalOrZero(znFloatType<2>(task.filterWeights[p]));
             const __m128 v = _mm_max_ps(mean.v, _mm_setzero_ps());
             lowest = _mm_min_ps(lowest, v);
             highest = _mm_max_ps(highest, v);

@@ -29,6 +29,7 @@ void znRTRenderTask::bind(znRaytracerP& view)
 {
     target = view.m_passBuffers[0];
     pixelTarget = target;
+    wroteDisplay = false;
     camera = znRTRenderUtils::getCamera();
     workingClamp = sampleClamp;
     tileQueue = &view.m_tileQueue;

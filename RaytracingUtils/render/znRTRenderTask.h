@@ -51,6 +51,8 @@ public:
     u32 getGridTileCount() const;
 
     void* pixelTarget = nullptr; ///< main frame buffer, or the mapped pixel buffer
+    /// The last frame went straight into the pixel buffer; the main frame buffer has not seen it.
+    bool wroteDisplay = false;
     /// Rectangle of the grid loop and of the trace-and-copy output: x0 <= x < x1.
     u32 gridX0 = 0, gridX1 = 0, gridY0 = 0, gridY1 = 0;
     u32 gridWidth = 1, gridHeight = 1;

@@ -44,7 +44,9 @@ public:
 private:
     znRTIntegrateBlock integrateBlock;
     StorePixel storePixel;
-    znImagePostprocessor postProcessor; ///< what was in force when the frame began
+    // What was in force when the frame began.
+    znImagePostprocessor postProcessor;
+    u32 finishFlags = 0; ///< copyFlags without the steps that the switches leave out
 };
 
 /// Still frames: each iteration adds filtered samples to the frame and to the filter weights.

@@ -8,6 +8,7 @@ void znRTTraceAndCopyTileLoop::bind(znRaytracerP& view)
 {
     znRTRenderTask::bind(view);
     postProcessor = currentPostprocessor();
+    finishFlags = maskCopyFlags(copyFlags);
     pixelTarget = view.m_frameOutput;
 }
 
@@ -15,7 +16,7 @@ void znRTTraceAndCopyTileLoop::traceTile(const znRTRenderTile& tile)
 {
     znRTPacketBlock block;
     znRTMultiSampleBlock slots;
-    const znRTPixelPipeline pipeline{&postProcessor, camera, copyFlags};
+    const znRTPixelPipeline pipeline{&postProcessor, camera, finishFlags};
     const int samples = interactiveSamples();
     forEachBlock(tile, znBlockSize, [&](const znRTPixelRectangle& r) {
         slots.trace(block, r, *camera, workingClamp, samples, integrateBlock);

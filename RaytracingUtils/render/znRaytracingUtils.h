@@ -4,8 +4,8 @@
 // stands in its znRaytracerP, what belongs to the process in znRTRenderUtils. It forwards, and it
 // drives frames.
 //
-// One thread per view calls it. Every operation that computes flushes denormals for its duration
-// and gives the caller's floating-point control word back.
+// One thread per view calls it. Every operation that traces, shades or copies flushes denormals for
+// its duration and gives the caller's floating-point control word back.
 
 #include "host/znRaytracingUtilsBase.h"
 

@@ -25,6 +25,12 @@ bool isStillFrame()
     return Settings::s_qualityMode == Settings::stillFrame;
 }
 
+/// The AI denoiser works on still frames, or on all.
+bool showsDenoisedImage()
+{
+    return Settings::s_showDenoisedImage && Settings::s_denoiseFilter >= (isStillFrame() ? 2 : 3);
+}
+
 u32 workerCount()
 {
     return u32(znTBBInit::the().getNumAvailableLimitedLogicalCores());
@@ -89,7 +95,7 @@ znRTCopyRequest makeCopyRequest(const znRaytracerP& view, u32 pass, u32 pixelFor
     request.rectangle = {0, 0, request.imageWidth, request.imageHeight};
     request.pass = pass;
     request.copyFlags = flags;
-    request.denoised = Settings::s_showDenoisedImage;
+    request.denoised = pass == 0 && showsDenoisedImage();
     return request;
 }
 
@@ -384,9 +390,7 @@ namespace {
 /// What the AI denoiser makes of the frame goes to the texture as it is.
 bool wantsDenoisedDisplay(const znRaytracerP& view, bool force)
 {
-    const int threshold = isStillFrame() ? 2 : 3;
-    return Settings::s_denoiseFilter >= threshold && Settings::s_showDenoisedImage &&
-           !view.m_forceSoftwareCopy && !force && znOptix::isAvailable();
+    return showsDenoisedImage() && !view.m_forceSoftwareCopy && !force && znOptix::isAvailable();
 }
 
 /// Copies the frame into the pixel buffer.
@@ -441,8 +445,8 @@ void znRaytracingUtils::uploadImage(znRaytracerP* view, u32 taskCount, bool forc
             return;
     }
     const u32 flags = software ? softwareFlags : Settings::s_useSoftwareBackground ? plateFlags : 0;
-    if (!canTraceDirectly(*view, software) &&
-        !copyToPixelBuffer(*view, flags, wantsDenoisedDisplay(*view, force), rows))
+    const bool isThere = view->m_renderTask && view->m_renderTask->wroteDisplay;
+    if (!isThere && !copyToPixelBuffer(*view, flags, wantsDenoisedDisplay(*view, force), rows))
         return;
     showPixelBuffer(*view);
 }

@@ -2,6 +2,7 @@
 
 #include "host/znRaytracerP.h"
 #include "host/znRaytracingManager.h"
+#include "render/copyStage.h"
 #include "render/znRTRenderTask.h"
 #include "render/znRTRenderUtils.h"
 #include "render/znRTRootTask.h"
@@ -70,6 +71,7 @@ void znRaytracingUtils::clear(znRaytracerP* view)
     view->m_tileQueue.clear();
     view->m_allTiles.clear();
     view->m_activeTiles.clear();
+    forgetIterations();
 }
 
 void znRaytracingUtils::handleExceptions(znRaytracerP* view)

@@ -32,8 +32,10 @@ class DirectPath
 public:
     explicit DirectPath(znRaytracerP& view) : buffer(view.m_pixelBuffer)
     {
-        memory = buffer.map(znBuffer::pixelUnpackBuffer, 1, view.m_pixelBufferSize,
-                            znBuffer::streamDraw, 1);
+        const u64 needed = u64(view.m_renderWidth) * view.m_renderHeight * sizeof(ZN_RGBA32F);
+        if (view.m_pixelBufferSize >= needed)
+            memory = buffer.map(znBuffer::pixelUnpackBuffer, 1, view.m_pixelBufferSize,
+                                znBuffer::streamDraw, 1);
         znRTRaytracingSettings::s_directToGpu = true;
     }
     ~DirectPath()
@@ -79,6 +81,7 @@ bool znRaytracingUtils::traceImage(znRaytracerP* view, u32 taskCount, bool softw
         if (!directPath->memory)
             return true;
         view->m_renderTask->pixelTarget = directPath->memory;
+        view->m_renderTask->wroteDisplay = true;
     }
     if (runTiles(*view, tiles.data(), u32(tiles.size()), taskCount))
         return true;

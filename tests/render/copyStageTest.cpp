@@ -4,6 +4,7 @@
 #include "camera/znRTScenePlate.h"
 #include "host/osg/Image.h"
 #include "host/osg/TonemappingSettings.h"
+#include "host/znOptix.h"
 #include "host/znPostProcessHandler.h"
 #include "host/znRTColorTransforms.h"
 #include "host/znRTCryptomatte.h"
@@ -301,6 +302,40 @@ TEST_F(CopyStage, RunsPostProcessesOneAfterTheOther)
     EXPECT_EQ(copiedPixel(0)[0], 23.0f);
     znPostProcessHandler::setPostProcesses(nullptr, {});
     EXPECT_EQ(copiedPixel(0)[0], 1.0f);
+}
+
+// A denoiser that makes everything red stands for the real one.
+TEST_F(CopyStage, TakesTheDenoisedFrameOnlyWhereItIsWanted)
+{
+    znOptix::setDenoiser([](const ZN_RGBA32F*, ZN_RGBA32F* out, u32 width, u32 height,
+                            const ZN_RGBA32F*, const ZN_RGBA32F*) {
+        std::fill(out, out + width * height, ZN_RGBA32F{1, 0, 0, 1});
+        return true;
+    });
+    fill(0.0f, 1.0f, 0.0f, 1.0f);
+    const auto isDenoised = [this](u32 pass, bool wanted, int setting) {
+        Settings::s_denoiseFilter = setting;
+        std::vector<ZN_RGBA32F> out(48);
+        instance->applyImageProcessing(&view.record, view.frame.data(), out.data(),
+                                       ZN_FORMAT_RGBA32F, false, 0, 8, 0, 6, pass, 0, wanted);
+        return out[20].r == 1.0f && out[20].g == 0.0f;
+    };
+    for (u32 pass : {0u, 2u, 29u}) {
+        EXPECT_TRUE(isDenoised(pass, true, 2)) << pass;
+        EXPECT_FALSE(isDenoised(pass, false, 2)) << pass;
+        EXPECT_FALSE(isDenoised(pass, true, 1)) << pass;
+    }
+    EXPECT_FALSE(isDenoised(32, true, 2)); // depths stay as they are
+    const auto wholeFrameIsDenoised = [this](int setting) {
+        Settings::s_denoiseFilter = setting;
+        view.record.m_frameOutput = zn_aligned_realloc(view.record.m_frameOutput, 1024, 16);
+        view.record.m_frameOutputSize = 1024;
+        return static_cast<const ZN_RGBE*>(instance->getFrame(&view.record))->g == 0;
+    };
+    EXPECT_FALSE(wholeFrameIsDenoised(2)); // of still frames only
+    EXPECT_TRUE(wholeFrameIsDenoised(3));
+    Settings::s_denoiseFilter = 0;
+    znOptix::setDenoiser(nullptr);
 }
 
 TEST_F(CopyStage, ReadsMattesFromTheirOwnStore)

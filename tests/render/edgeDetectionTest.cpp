@@ -116,3 +116,18 @@ TEST(EdgeDetection, KeepsPixelsGoingForOtherLayers)
     test.run();
     EXPECT_EQ(test.isActive(4, 3), 1); // never taken back
 }
+
+// Layers of data are not sums: 0.2 beside 0 is a contrast of 0.2 whatever the weights say.
+TEST(EdgeDetection, TakesLayersOfDataAsTheyAre)
+{
+    EdgeTest test;
+    test.task.filterWeights = nullptr;
+    test.task.pass = 32;
+    std::fill(test.active.begin(), test.active.end(), u8(0));
+    std::fill(test.frame.begin(), test.frame.end(), ZN_RGBA32F{0, 0, 0, 0});
+    test.frame[3 * width + 4].r = 0.2f;
+    test.run();
+    for (u32 y = 0; y < height; ++y)
+        for (u32 x = 0; x < width; ++x)
+            EXPECT_EQ(test.isActive(x, y), std::abs(int(x) - 4) <= 1 && std::abs(int(y) - 3) <= 1);
+}
