@@ -22,6 +22,7 @@ TEST(TriangleFilter, InvertsTheTentOfTwiceItsRadius)
     EXPECT_FLOAT_EQ(sampleX(filter, 0.9375f), 0.75f);
     EXPECT_FLOAT_EQ(sampleX(filter, -0.9375f), -0.75f);
     EXPECT_FLOAT_EQ(sampleX(filter, -0.75f), -0.5f);
+    EXPECT_FLOAT_EQ(sampleX(filter, -0.5f), std::sqrt(0.5f) - 1.0f);
     EXPECT_EQ(sampleX(filter, 0.0f), 0.0f);
     EXPECT_FLOAT_EQ(sampleX(filter, 1.0f), 1.0f);
     float dx, dy;
