@@ -1,109 +1,8 @@
-#include "core/rayTypes.h"
-#include "core/znRTShadingState.h"
-#include "material/znRTMaterial.h"
-#include "render/znRTFragment.h"
-#include "render/znRTRenderUtils.h"
-#include "support/lanes.h"
-#include "support/meshScene.h"
-
-#include <cmath>
+#include "render/fragmentFixture.h"
 
 namespace {
 
-const znRTTypeId paneTypeId("PaneMaterial");
-
-/// A pane of one colour and opacity; counts how often it is shaded, and by which rays.
-class PaneMaterial : public znRTMaterial
-{
-public:
-    PaneMaterial(const znRTColor& paneColor, float paneAlpha)
-        : znRTMaterial(paneTypeId, nullptr), color(paneColor), alpha(paneAlpha)
-    {
-    }
-    znRTMaterial* getDuplicate() const override { return new PaneMaterial(color, alpha); }
-    using znRTMaterial::shade;
-    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-               znRTFragment& fragment, const znFloatType<2>& mask,
-               znRTShadingState& state) const override
-    {
-        ++shadeCount;
-        rayTypes = ray.type;
-        znRTThroughput throughput;
-        throughput.surfaceAlpha = znFloatType<2>(alpha);
-        if (alpha < 1.0f)
-            throughput.hitLanes = mask;
-        fragment.updateToColor(ray, data, znRTColorPacket(color), white, state, throughput, mask);
-    }
-
-    const znRTColorPacket white{znRTColor(1.0f, 1.0f, 1.0f, 0.0f)};
-    znRTColor color;
-    float alpha;
-    mutable int shadeCount = 0;
-    mutable znIntType<2> rayTypes{0};
-};
-
-class FragmentUpdates : public testing::Test
-{
-protected:
-    FragmentUpdates()
-        : previous(znRTRenderUtils::s_currentAccelerator),
-          background(znRTRenderUtils::s_backgroundColor)
-    {
-        znRTRenderUtils::s_currentAccelerator = scene.scene.get();
-        znRTRenderUtils::s_backgroundColor = znRTColorPacket(znRTColor(0.2f, 0.4f, 0.6f, 0.0f));
-        fragment.clear();
-        for (int i = 0; i < surfaceTermCount; ++i)
-            surface[i] = znRTColorPacket(0.0f);
-        for (int i = 0; i < 4; ++i)
-            ibl[i] = light[i] = indirect[i] = znRTColorPacket(0.0f);
-    }
-    ~FragmentUpdates() override
-    {
-        znRTRenderUtils::s_currentAccelerator = previous;
-        znRTRenderUtils::s_backgroundColor = background;
-    }
-
-    /// Panes below each other at z = -1, -2, ...
-    void addPanes(int count, const PaneMaterial& pane)
-    {
-        for (int i = 1; i <= count; ++i) {
-            const osg::NodePtr node =
-                scene.add(makeSquare().get(), makeTranslation(0.0f, 0.0f, float(-i)));
-            scene.mesh(node).setMaterial(const_cast<PaneMaterial*>(&pane));
-        }
-        scene.build();
-    }
-    /// The block of a hit at z = 0 that rays from above reach.
-    void makeBlock()
-    {
-        ray = downward(znFloatType<2>(0.1f, 0.3f, -0.2f, -0.5f), 0.4f);
-        ray.hasDifferentials = 0;
-        block.reset(znFloatType<2>(5.0f));
-        block.dg.position = ray.pointAt(block.hit.t);
-        block.dg.geometricNormal = block.dg.shadingNormal = znRTVector3fPacket(0.0f, 0.0f, 1.0f);
-    }
-    void expectColor(float r, float g, float b, float a, float tolerance = 1e-6f)
-    {
-        EXPECT_LANES_NEAR(fragment.colour.r, r, r, r, r, tolerance);
-        EXPECT_LANES_NEAR(fragment.colour.g, g, g, g, g, tolerance);
-        EXPECT_LANES_NEAR(fragment.colour.b, b, b, b, b, tolerance);
-        EXPECT_LANES_NEAR(fragment.colour.a, a, a, a, a, tolerance);
-    }
-
-    const znFloatType<2> all = expandLanes(15);
-    MeshScene scene;
-    znRTRayDifferentialPacket ray;
-    znRTDataBlockPacket block;
-    znRTFragment fragment;
-    znRTShadingState state;
-    znRTThroughput throughput;
-    znRTColorPacket surface[surfaceTermCount], ibl[4], light[4], indirect[4];
-    znRTLightTerms terms{ibl, light, indirect};
-
-private:
-    znRTAccelerator* previous;
-    znRTColorPacket background;
-};
+using FragmentUpdates = FragmentFixture;
 
 } // namespace
 
@@ -263,4 +162,38 @@ TEST_F(FragmentUpdates, StopBehindAnOpaqueSurface)
     fragment.updateToColor(ray, block, znRTColorPacket(0.0f), wall.white, state, throughput, all);
     expectColor(0.15f, 0.3f, 0.45f, 1.0f);
     EXPECT_EQ(wall.shadeCount, 1);
+}
+
+// Clear panes weaken nothing: the walk behind them ends by their number.
+TEST_F(FragmentUpdates, FollowARayThroughALimitedNumberOfSurfaces)
+{
+    const PaneMaterial pane(znRTColor(1.0f, 1.0f, 1.0f), 0.0f);
+    addPanes(1030, pane);
+    makeBlock();
+    znRTFragment::getPassThroughColor(ray, block, znFloatType<2>(1.0f), all, state);
+    EXPECT_EQ(pane.shadeCount, 1023);
+}
+
+// traced * its colour + (direct + environment) * glossy colour + emission; the opacity is the alpha
+// of the colour, until what lies behind shows through.
+TEST_F(FragmentUpdates, SumTheTermsOfGlass)
+{
+    makeBlock();
+    const auto color = [](float r, float g, float b, float a) {
+        return znRTColorPacket(znRTColor(r, g, b, a));
+    };
+    const znRTGlassTerms glass{color(1, 2, 3, 0.25f),    color(0.5f, 0.25f, 2, 0.75f),
+                               color(2, 2, 0, 1),        color(0.5f, 0, 1, 1),
+                               color(0.25f, 0.5f, 1, 1), color(0, 0.5f, 0.125f, 1)};
+    const znRTColorPacket clear = color(1, 1, 1, 0);
+    for (auto update : {&znRTFragment::updateGlass, &znRTFragment::updateFrostedGlass}) {
+        (fragment.*update)(ray, block, glass, clear, state, throughput, all);
+        expectColor(2.0f, 2.0f, 6.125f, 0.75f);
+        znRTThroughput half;
+        half.surfaceAlpha = znFloatType<2>(0.5f);
+        half.hitLanes = expandLanes(3);
+        (fragment.*update)(ray, block, glass, clear, state, half, all);
+        EXPECT_LANES_NEAR(fragment.colour.r, 1.1f, 1.1f, 2.0f, 2.0f, 1e-6f);
+        EXPECT_LANES_NEAR(fragment.colour.a, 0.5f, 0.5f, 0.75f, 0.75f, 1e-6f);
+    }
 }
