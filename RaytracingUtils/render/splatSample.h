@@ -15,12 +15,34 @@ struct znRTSplatTarget
     u32 left, right, bottom, top; ///< pixels that may be written; right and top one past the end
 };
 
-/// Adds a sample of pixel (x, y) to all pixels under the filter. Positive weights also reach
-/// finished pixels; those of negative lobes only pixels that still take samples, for a finished
-/// pixel would not be lifted again.
+/// Calls f(x, y, weight) for each pixel that a sample of pixel (x, y) counts for. Positive weights
+/// also reach finished pixels; those of negative lobes only pixels that still take samples, for a
+/// finished pixel would not be lifted again.
+template <class Function>
+void forEachSplatPixel(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter, u32 x,
+                       u32 y, Function&& f)
+{
+    const int x0 = std::max(int(x) + filter.minX, int(target.left));
+    const int x1 = std::min(int(x) + filter.maxX, int(target.right) - 1);
+    const int y0 = std::max(int(y) + filter.minY, int(target.bottom));
+    const int y1 = std::min(int(y) + filter.maxY, int(target.top) - 1);
+    for (int yj = y0; yj <= y1; ++yj)
+        for (int xj = x0; xj <= x1; ++xj) {
+            const float weight = filter.getWeight(xj - int(x), yj - int(y));
+            if (weight <= 0.0f && target.activePixels[u64(yj) * target.stride + u64(xj)] == 0)
+                continue;
+            f(u32(xj), u32(yj), weight);
+        }
+}
+
+/// Adds a sample of pixel (x, y) to all pixels that it counts for.
 ///
 /// Workers on neighbouring tiles meet in the margin of a filter, and no lock guards their adds: of
-/// two that coincide one may be lost, for one pixel and one sample. This function is the only place
-/// where that happens.
+/// two that coincide one may be lost, for one pixel and one sample. This function and the next one
+/// are the only places where that happens.
 void splatSample(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter, u32 x, u32 y,
                  __m128 colour);
+
+/// The same for another layer of the frame: the weights have been added already.
+void splatSampleLayer(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter, u32 x,
+                      u32 y, __m128 colour);

@@ -1,5 +1,6 @@
 // Tiles and render targets of a view.
 
+#include "host/znRTCryptomatte.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRaytracerP.h"
 #include "host/znTBBInit.h"
@@ -124,6 +125,8 @@ void znRaytracingUtils::updateRendertargets(znRaytracerP* view, bool clearFrameO
         clearBuffer(view->m_sampleStatistics, pixelCount(*view) * sizeof(float));
         clearBuffer(view->m_filterWeights, pixelCount(*view) * sizeof(float));
         fillActivePixels(*view, rectangle);
+        if (view->m_cryptomatte)
+            view->m_cryptomatte->clear();
     }
     setImageBounds(rectangle);
 }

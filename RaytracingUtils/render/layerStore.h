@@ -1,0 +1,90 @@
+#pragma once
+
+// From integrated packets with layers to the pass buffers of a view: one value per layer and pixel
+// in interactive frames, filtered sums in still frames.
+//
+// A lane's value of a layer is the layer times the lane's coverage, NaN components 0. Layers of
+// light are held in [0, clamp]. Depth is stored as 1 at the near clip distance and 0 at the far
+// one, linear in the reciprocal of the distance, and only ever grows: cleared buffers hold what
+// lies beyond everything. A lane that hit nothing shows the background in the beauty and nothing in
+// the other layers.
+
+#include "host/znRenderPasses.h"
+#include "render/cryptomatteIds.h"
+#include "render/znRTMultilayerFragment.h"
+
+#include "host/pixelFormats.h"
+
+#include <array>
+#include <vector>
+
+class znPixelfilterSampleSet;
+class znRTCamera;
+class znRTCryptomatte;
+class znRaytracerP;
+struct znRTSplatTarget;
+
+/// Depth as it is stored: scale / distance + bias, for distances up to the far clip distance.
+struct znRTDepthRange
+{
+    float farClip = 0.0f, scale = 0.0f, bias = 0.0f;
+
+    znRTDepthRange() = default;
+    znRTDepthRange(float nearClip, float farClip);
+    /// NaN gives 0; a distance of 0, which no surface has, comes out negative.
+    znFloatType<2> store(const znFloatType<2>& distance) const;
+};
+
+/// A packet on its way into the buffers.
+struct znRTLayerPacket
+{
+    const znRTMultilayerFragment& fragment; ///< all layers 0 where nothing was hit
+    const znRTRayPacket& ray;
+    const znRTHitInfoPacket& hit;
+    int lanes; ///< bits of lanes that stand for a pixel
+};
+
+class znRTLayerStore
+{
+public:
+    /// Points at the view's buffers; runs before each frame.
+    /// @param sampleClamp  upper limit of layers of light
+    void bind(const znRaytracerP& view, const znRTCamera& camera, float sampleClamp);
+
+    /// Interactive frames: overwrites all layers of the packet's pixels.
+    void store(const znRTLayerPacket& packet) const;
+    /// Still frames: adds a sample to the layers of light, to the filter weights and to the id
+    /// mattes. Layers of data are not filtered: each pixel keeps the values of its sample next to
+    /// the centre, and the nearest depth of all samples.
+    void accumulate(const znRTLayerPacket& packet);
+
+private:
+    struct LightValues;
+
+    void gatherLight(const znRTLayerPacket& packet, LightValues& values) const;
+    void addLight(const LightValues& values, u64 pixel, int lane) const;
+    void splatLight(const LightValues& values, u32 x, u32 y, int lane) const;
+    void addToMattes(const znRTLayerPacket& packet, int lane) const;
+    void keepData(const znRTLayerPacket& packet, int lanes);
+    void storeDepth(const znRTLayerPacket& packet, int lanes) const;
+    znRTSplatTarget splatTarget() const;
+    u64 indexOf(const znRTLayerPacket& packet, int lane) const
+    {
+        return u64(u32(packet.ray.pixelY[lane])) * rowStride + u32(packet.ray.pixelX[lane]);
+    }
+
+    std::array<ZN_RGBA32F*, znRenderPassCount> buffers{};
+    u64 rowStride = 0;
+    float clampValue = 0.0f;
+    znRTDepthRange depthRange;
+
+    const u8* activePixels = nullptr;
+    float* filterWeights = nullptr;
+    const znPixelfilterSampleSet* filter = nullptr;
+    znRTCryptomatte* matte = nullptr;
+    znRTCryptomatteIds matteIds;
+
+    float sampleDistance = 0.0f; ///< of this frame's samples from the pixel centre, squared
+    /// The same of the sample whose data each pixel holds.
+    std::vector<float> keptDistances;
+};

@@ -1,0 +1,80 @@
+#pragma once
+
+// The tile tasks that render all layers of a frame at once. As with the plain tasks, the loops
+// exist once and the templates only name the integrator.
+
+#include "render/layerStore.h"
+#include "render/znRTPacketBlock.h"
+#include "render/znRTRenderTask.h"
+
+/// Integrates one packet that hit something into a fragment that holds the background.
+using znRTIntegrateLayers = void (*)(znRTMultilayerFragment& fragment, const znRTCamera& camera,
+                                     znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data);
+
+/// What both loops share: one sample per pixel, whatever the settings say.
+class znRTLayerTileLoop : public znRTRenderTask
+{
+public:
+    znRTLayerTileLoop(const znRTRenderTaskKey& key, znRTIntegrateLayers integrateLayers_)
+        : znRTRenderTask(key), integrateLayers(integrateLayers_)
+    {
+    }
+    void bind(znRaytracerP& view) override;
+
+protected:
+    /// Traces and integrates a tile block by block.
+    /// @param pixelMask  pixels to trace, or null for all
+    /// @param take       called with each packet
+    template <class Take>
+    void traceLayers(const znRTRenderTile& tile, const u8* pixelMask, Take&& take);
+
+    znRTLayerStore layerStore;
+
+private:
+    znRTIntegrateLayers integrateLayers;
+};
+
+/// Interactive frames: the frame before is overwritten.
+class znRTRenderpassesTileLoop : public znRTLayerTileLoop
+{
+public:
+    using znRTLayerTileLoop::znRTLayerTileLoop;
+    void traceTile(const znRTRenderTile& tile) override;
+};
+
+/// Still frames: each iteration adds filtered samples.
+class znRTHQRenderpassesTileLoop : public znRTLayerTileLoop
+{
+public:
+    using znRTLayerTileLoop::znRTLayerTileLoop;
+    void traceTile(const znRTRenderTile& tile) override;
+    void bind(znRaytracerP& view) override;
+
+private:
+    const u8* activePixels = nullptr;
+};
+
+/// Integrates with I; one definition per integrator, see render/createTask.h.
+template <class I>
+void integrateLayers(znRTMultilayerFragment& fragment, const znRTCamera& camera,
+                     znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data);
+
+template <class F, class I>
+class znRTRenderpassesTileTraceTask final : public znRTRenderpassesTileLoop
+{
+public:
+    explicit znRTRenderpassesTileTraceTask(const znRTRenderTaskKey& key)
+        : znRTRenderpassesTileLoop(key, &::integrateLayers<I>)
+    {
+    }
+};
+
+template <class F, class I>
+class znRTHQRenderpassesTileTraceTask final : public znRTHQRenderpassesTileLoop
+{
+public:
+    explicit znRTHQRenderpassesTileTraceTask(const znRTRenderTaskKey& key)
+        : znRTHQRenderpassesTileLoop(key, &::integrateLayers<I>)
+    {
+    }
+};
