@@ -7,6 +7,7 @@
 #include <atomic>
 #include <bit>
 #include <cstdio>
+#include <span>
 #include <thread>
 #include <vector>
 
@@ -18,38 +19,17 @@ struct Entry
     float weight;
 };
 
-/// The ids of one pixel. Few pixels show more than four, so a vector that grows on demand costs
-/// one allocation per pixel and kind.
-struct EntryList
+/// Entries of a pixel and kind that need no memory of their own: few pixels show more objects.
+constexpr std::size_t entriesInPlace = 3;
+
+/// Ids that negative lobes have cancelled take no part.
+float totalOf(std::span<const Entry> entries)
 {
-    std::vector<Entry> entries;
-
-    void add(u32 id, float weight)
-    {
-        for (Entry& entry : entries)
-            if (entry.id == id) {
-                entry.weight += weight;
-                return;
-            }
-        entries.push_back({id, weight});
-    }
-
-    void sort()
-    {
-        std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
-            return a.weight != b.weight ? a.weight > b.weight : a.id < b.id;
-        });
-    }
-
-    /// Ids that negative lobes have cancelled take no part.
-    float getTotal() const
-    {
-        float total = 0.0f;
-        for (const Entry& entry : entries)
-            total += std::max(entry.weight, 0.0f);
-        return total;
-    }
-};
+    float total = 0.0f;
+    for (const Entry& entry : entries)
+        total += std::max(entry.weight, 0.0f);
+    return total;
+}
 
 u32 mixBlock(u32 k)
 {
@@ -58,10 +38,61 @@ u32 mixBlock(u32 k)
 
 } // namespace
 
-struct znRTCryptomatte::Pixel
+/// The ids of one pixel, in a cache line of their own as long as they fit in place: a sample adds
+/// to all pixels under the filter, so this is where the time goes.
+struct alignas(64) znRTCryptomatte::Pixel
 {
-    EntryList lists[2];
+    /// Lists that outgrew their place.
+    struct Overflow
+    {
+        std::vector<Entry> entries[2];
+    };
+
+    Entry inPlace[2][entriesInPlace];
+    std::unique_ptr<Overflow> overflow;
     std::atomic_flag lock;
+    u8 counts[2] = {0, 0}; ///< in place
+
+    std::span<Entry> entries(int kind)
+    {
+        if (overflow && !overflow->entries[kind].empty())
+            return overflow->entries[kind];
+        return {inPlace[kind], counts[kind]};
+    }
+    void add(int kind, u32 id, float weight)
+    {
+        for (Entry& entry : entries(kind))
+            if (entry.id == id) {
+                entry.weight += weight;
+                return;
+            }
+        append(kind, {id, weight});
+    }
+    void append(int kind, Entry entry)
+    {
+        if (counts[kind] < entriesInPlace) {
+            inPlace[kind][counts[kind]++] = entry;
+            return;
+        }
+        if (!overflow)
+            overflow = std::make_unique<Overflow>();
+        std::vector<Entry>& list = overflow->entries[kind];
+        if (list.empty())
+            list.assign(std::begin(inPlace[kind]), std::end(inPlace[kind]));
+        list.push_back(entry);
+    }
+    void sort()
+    {
+        for (int kind = 0; kind < 2; ++kind)
+            std::ranges::sort(entries(kind), [](const Entry& a, const Entry& b) {
+                return a.weight != b.weight ? a.weight > b.weight : a.id < b.id;
+            });
+    }
+    void clear()
+    {
+        overflow.reset();
+        counts[0] = counts[1] = 0;
+    }
 };
 
 znRTCryptomatte::znRTCryptomatte() = default;
@@ -83,16 +114,15 @@ void znRTCryptomatte::resize(int newWidth, int newHeight)
 void znRTCryptomatte::clear()
 {
     for (std::size_t i = 0; i < std::size_t(width) * height; ++i)
-        for (EntryList& list : pixels[i].lists)
-            list.entries.clear();
+        pixels[i].clear();
 }
 
 void znRTCryptomatte::addUnlocked(Pixel& pixel, u32 objectHash, u32 materialHash, float weight)
 {
     if (weight != weight)
         return;
-    pixel.lists[objects].add(objectHash, weight);
-    pixel.lists[materials].add(materialHash, weight);
+    pixel.add(objects, objectHash, weight);
+    pixel.add(materials, materialHash, weight);
 }
 
 znRTCryptomatte::Pixel* znRTCryptomatte::findPixel(int x, int y) const
@@ -125,24 +155,23 @@ void znRTCryptomatte::sort()
 {
     tbb::parallel_for(0, height, [this](int y) {
         for (int x = 0; x < width; ++x)
-            for (EntryList& list : pixels[std::size_t(y) * width + x].lists)
-                list.sort();
+            pixels[std::size_t(y) * width + x].sort();
     });
 }
 
 ZN_RGBA32F znRTCryptomatte::getLayer(int x, int y, int layer) const
 {
     ZN_RGBA32F result{0.0f, 0.0f, 0.0f, 0.0f};
-    const Pixel* pixel = findPixel(x, y);
+    Pixel* pixel = findPixel(x, y);
     if (!pixel || layer < 0 || layer >= 2 * layersPerKind)
         return result;
-    const EntryList& list = pixel->lists[layer / layersPerKind];
-    const float total = list.getTotal();
+    const std::span<const Entry> entries = pixel->entries(layer / layersPerKind);
+    const float total = totalOf(entries);
     const auto rank = [&](std::size_t index, float& id, float& coverage) {
-        if (index >= list.entries.size() || !(list.entries[index].weight > 0.0f))
+        if (index >= entries.size() || !(entries[index].weight > 0.0f))
             return;
-        id = toFloat(list.entries[index].id);
-        coverage = list.entries[index].weight / total;
+        id = toFloat(entries[index].id);
+        coverage = entries[index].weight / total;
     };
     const std::size_t first = 2 * std::size_t(layer % layersPerKind);
     rank(first, result.r, result.g);
@@ -152,12 +181,11 @@ ZN_RGBA32F znRTCryptomatte::getLayer(int x, int y, int layer) const
 
 int znRTCryptomatte::getRankCount(int x, int y, Kind kind) const
 {
-    const Pixel* pixel = findPixel(x, y);
+    Pixel* pixel = findPixel(x, y);
     if (!pixel)
         return 0;
-    const std::vector<Entry>& entries = pixel->lists[kind].entries;
-    return int(std::count_if(entries.begin(), entries.end(),
-                             [](const Entry& entry) { return entry.weight > 0.0f; }));
+    return int(std::ranges::count_if(pixel->entries(kind),
+                                     [](const Entry& entry) { return entry.weight > 0.0f; }));
 }
 
 u32 znRTCryptomatte::murmur3(std::string_view bytes, u32 seed)
