@@ -10,6 +10,8 @@
 #include "material/materialTable.h"
 #include "material/znRTDummyMaterial.h"
 
+#include <algorithm>
+
 namespace {
 
 struct Counted
@@ -73,6 +75,13 @@ znRTMaterial* znRTAccelerator::getMaterial(u32 id) const
 znRTMaterial* znRTAccelerator::getMaterial(const osg::MaterialPtr& material) const
 {
     return getMaterial(material ? material->getId() : 0);
+}
+
+bool znRTAccelerator::hasShadingMaterials() const
+{
+    return std::any_of(materials.begin(), materials.end(), [](const auto& entry) {
+        return entry.second && !entry.second->isOfType(znRTDummyMaterial::id);
+    });
 }
 
 unsigned znRTAccelerator::getMaterialUseCount(u32 id)

@@ -168,6 +168,8 @@ public:
     znRTMaterial* getMaterial(const osg::MaterialPtr& material) const;
     znRTMaterial* getMaterial(u32 id) const;
     u64 getMaterialCount() const { return materials.size(); }
+    /// Whether a material of the scene has a shading class of its own. Not while objects are built.
+    bool hasShadingMaterials() const;
     /// How many scenes use a material.
     static unsigned getMaterialUseCount(u32 id);
 

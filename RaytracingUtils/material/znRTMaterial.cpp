@@ -30,6 +30,14 @@ int znRTMaterial::getSideness() const
                : materialState.sideness;
 }
 
+znFloatType<2> znRTMaterial::calculateRoundedEdges(const znRTRayDifferentialPacket&,
+                                                   znRTDataBlockPacket&, const znFloatType<2>&,
+                                                   const znRTShadingState&) const
+{
+    // Edges stay sharp as long as no rays are sent to their neighbourhood.
+    return znFloatType<2>::noLanes();
+}
+
 znFloatType<2> znRTMaterial::evaluateCutout(const znRTRayPacket&, const znRTDifferentialGeometry&,
                                             const znFloatType<2>& mask) const
 {

@@ -107,6 +107,13 @@ public:
                                              const znFloatType<2>& mask) const;
     virtual bool isLightSource() const { return false; }
 
+    /// Replaces the normals of hits near edges that are to look rounded: facedNormal of the block
+    /// becomes the new unit normal, in the stored orientation.
+    /// @return the lanes of mask with a new normal
+    znFloatType<2> calculateRoundedEdges(const znRTRayDifferentialPacket& ray,
+                                         znRTDataBlockPacket& data, const znFloatType<2>& mask,
+                                         const znRTShadingState& state) const;
+
     // Kinds that geometry nodes treat apart.
 
     /// Surfaces of an environment: kept in a tree of their own, and hidden from camera and

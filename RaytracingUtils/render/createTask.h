@@ -11,7 +11,7 @@
 /// @tparam I  integrator template over the fragment
 /// @tparam G  fragment
 template <template <class> class I, class G>
-znRTRenderTask* createTask(const znRTRenderTaskKey& key)
+znRTRenderTask* createPlainTask(const znRTRenderTaskKey& key)
 {
     if (key.qualityMode == u32(znRTRaytracingSettings::stillFrame))
         return new znRTHQTileTraceTask<ZN_RGBA32F, I<G>, G>(key);
@@ -21,4 +21,10 @@ znRTRenderTask* createTask(const znRTRenderTaskKey& key)
         using F = typename decltype(format)::type;
         return new znRTTileTraceAndCopyTask<F, I<G>, G>(key);
     });
+}
+
+template <template <class> class I, class G>
+znRTRenderTask* createTask(const znRTRenderTaskKey& key)
+{
+    return createPlainTask<I, G>(key);
 }

@@ -44,6 +44,7 @@ znRTRenderTaskKey makeKey(const znRaytracerP& view, u32 copyFlags, u32 pixelForm
     key.copyFlags = reduceCopyFlags(copyFlags, view.m_currentPass);
     // Only tasks that store finished pixels depend on the format.
     key.pixelFormat = view.m_traceAndCopy ? pixelFormat : u32(ZN_FORMAT_RGBA32F);
+    key.sceneOffers = getSceneOffers();
     return key;
 }
 
@@ -95,7 +96,7 @@ void ensureRenderTask(znRTRenderTask*& task, znRaytracerP& view, u32 copyFlags, 
         const bool hasOcclusionPass = view.m_passBuffers[occlusionPass] != nullptr;
         const znRTIntegratorChoice choice =
             chooseIntegrator(key.renderMode, key.integratorSelector, key.singlePass,
-                             key.passesEnabled, hasOcclusionPass);
+                             key.passesEnabled, hasOcclusionPass, key.sceneOffers);
         applySwitches(choice);
         if (key.passesEnabled)
             s_noLayers();

@@ -5,6 +5,7 @@
 // pointer once per block, so nothing per ray is indirect.
 
 #include "core/znRTDataBlockPacket.h"
+#include "render/lensFlares.h"
 #include "render/znRTPacketBlock.h"
 #include "render/znRTRenderUtils.h"
 #include "render/znRTTileTraceTask.h"
@@ -30,16 +31,31 @@ inline void storeLanes(const znRTColorPacket& colour, const znFloatType<2>& cove
     }
 }
 
+/// Whether an integrator shows the picture, and not a layer of it: only the picture has a
+/// background and lens flares over it.
+template <class I>
+constexpr bool showsPicture()
+{
+    if constexpr (requires { I::showsPicture; })
+        return I::showsPicture;
+    else
+        return true;
+}
+
 template <class I, class G>
 void integrateBlock(znRTPacketBlock& block, int count, const znRTCamera& camera, float sampleClamp,
                     u32 sampleOffset)
 {
+    const bool hasFlares = showsPicture<I>() && showsLensFlares();
     for (int i = 0; i < count; ++i) {
         const znRTHitInfoPacket& hit = block.hits.hits[i];
         ZN_RGBA32F* const out = block.colours + 4 * i;
         if (hit.hitMask == 0) {
-            storeLanes(znRTRenderUtils::s_backgroundColor, znFloatType<2>(1.0f), 0, sampleClamp,
-                       out);
+            znRTColorPacket colour =
+                showsPicture<I>() ? znRTRenderUtils::s_backgroundColor : znRTColorPacket(0.0f);
+            if (hasFlares)
+                addLensFlares(block.rays.rays[i], colour);
+            storeLanes(colour, znFloatType<2>(1.0f), 0, sampleClamp, out);
             continue;
         }
         G fragment;

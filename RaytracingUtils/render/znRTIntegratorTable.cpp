@@ -1,8 +1,11 @@
 #include "render/znRTIntegratorTable.h"
 
+#include "accel/znRTAccelerator.h"
+#include "host/znRTSceneHandler.h"
 #include "host/znRenderPasses.h"
 #include "render/integratorTasks.h"
 #include "render/notAvailable.h"
+#include "render/znRTRenderUtils.h"
 
 namespace {
 
@@ -49,10 +52,40 @@ void setDisplayAid(znRTIntegratorChoice& choice, const char* name)
     choice.occlusionPass = 0;
 }
 
+const znRTIntegratorRow integratorRows[] = {
+    {"znRTDistributedIntegrator", ZN_OFFERS_SHADING, &createDistributedTask},
+    {"znRTDistributedPassesIntegrator", ZN_OFFERS_SHADING, &createDistributedPassesTask},
+    {"znRTLightAnalyzingIntegrator", ZN_OFFERS_SHADING, &createLightAnalyzingTask},
+    {"znRTDebugIntegrator", 0, &createDebugTask},
+    {"znRTIlluminanceIntegrator", ZN_OFFERS_LUX, &createIlluminanceTask},
+    {"znRTNormalRenderingIntegrator", 0, &createNormalRenderingTask},
+    {"znRTDiscontinuityRenderingIntegrator", 0, &createDiscontinuityTask},
+    {"znRTAORenderingIntegrator", 0, &createAmbientOcclusionTask},
+    {"znRTIndirectIllumRenderingIntegrator", ZN_OFFERS_SHADING, &createIndirectTask},
+    {"znRTAnalyticRenderingIntegrator", ZN_OFFERS_ANALYSIS, &createAnalyticTask},
+};
+
+/// The integrator that renders what is meant.
+const znRTIntegratorRow& rowOf(const znRTIntegratorChoice& choice, u32 offers)
+{
+    const znRTIntegratorRow& row = *findIntegratorRow(choice.name);
+    // Layers of geometry are filled without any shading.
+    const u32 needs = isDataPass(u32(choice.passIndex)) ? 0 : row.needs;
+    if ((needs & ~offers) == 0)
+        return row;
+    static znRTOnceWarning noShading("Materials do not shade yet: this view shows normals.");
+    static znRTOnceWarning noLux("Illuminance is not measured yet: this view shows normals.");
+    if (needs & ZN_OFFERS_LUX)
+        noLux();
+    else
+        noShading();
+    return *findIntegratorRow("znRTNormalRenderingIntegrator");
+}
+
 } // namespace
 
 znRTIntegratorChoice chooseIntegrator(u32 renderMode, u32 selector, u32 currentPass,
-                                      bool passesEnabled, bool hasOcclusionPass)
+                                      bool passesEnabled, bool hasOcclusionPass, u32 offers)
 {
     znRTIntegratorChoice choice;
     switch (renderMode) {
@@ -86,20 +119,25 @@ znRTIntegratorChoice chooseIntegrator(u32 renderMode, u32 selector, u32 currentP
         choice.name = "znRTDistributedIntegrator";
         break;
     }
-    choice.row = &findIntegratorRow(choice.name);
+    choice.row = &rowOf(choice, offers);
     return choice;
 }
 
-const znRTIntegratorRow& findIntegratorRow(std::string_view name)
+const znRTIntegratorRow* findIntegratorRow(std::string_view name)
 {
-    static const znRTIntegratorRow rows[] = {
-        {"znRTNormalRenderingIntegrator", &createNormalRenderingTask},
-    };
-    for (const znRTIntegratorRow& row : rows)
+    for (const znRTIntegratorRow& row : integratorRows)
         if (name == row.name)
-            return row;
-    // Everything that needs materials shows normals until materials shade.
-    static znRTOnceWarning noMaterials("Materials do not shade yet: this view shows normals.");
-    noMaterials();
-    return rows[0];
+            return &row;
+    return nullptr;
+}
+
+u32 getSceneOffers()
+{
+    const znRTAccelerator* const scene = znRTRenderUtils::getCurrentAccelerator();
+    const bool hasStripes = znRTSceneHandler::s_currentSurfaceAnalysisSettings.getMode() !=
+                            znRTSurfaceAnalysisSettings::off;
+    const bool hasShading = scene && scene->hasShadingMaterials();
+    return (hasShading ? ZN_OFFERS_SHADING : 0u) |
+           (znRTRenderUtils::getLuxMaterial() ? ZN_OFFERS_LUX : 0u) |
+           (hasShading || hasStripes ? ZN_OFFERS_ANALYSIS : 0u);
 }

@@ -1,15 +1,28 @@
 #pragma once
 
 // Which integrator renders what. A row stands for one integrator; adding one is a row and a source
-// file that instantiates its tasks.
+// file that instantiates its tasks. An integrator that would have nothing to show, because the
+// scene lacks what it needs, gives way to the normal display.
 
 #include "render/znRTRenderTask.h"
 
 #include <string_view>
 
+/// What integrators need besides hits; bits.
+enum znRTSceneOffer : u32 {
+    ZN_OFFERS_SHADING = 1,  ///< a material with a shading class of its own
+    ZN_OFFERS_LUX = 2,      ///< the measuring material
+    ZN_OFFERS_ANALYSIS = 4, ///< shading, or a light of surface analysis
+    ZN_OFFERS_EVERYTHING = 7
+};
+
+/// Offers of the current scene and settings.
+u32 getSceneOffers();
+
 struct znRTIntegratorRow
 {
     const char* name;
+    u32 needs; ///< offers without which there is nothing to show
     /// Makes the task of a key.
     znRTRenderTask* (*create)(const znRTRenderTaskKey& key);
 };
@@ -40,9 +53,9 @@ struct znRTIntegratorChoice
 
 /// @param selector          render setting, see znRTRenderTaskKey
 /// @param hasOcclusionPass  the view has a buffer for the occlusion layer
+/// @param offers            of getSceneOffers
 znRTIntegratorChoice chooseIntegrator(u32 renderMode, u32 selector, u32 currentPass,
-                                      bool passesEnabled, bool hasOcclusionPass);
+                                      bool passesEnabled, bool hasOcclusionPass, u32 offers);
 
-/// The row of a name. Names without a row get that of the normal display, which needs no materials;
-/// the log says so once.
-const znRTIntegratorRow& findIntegratorRow(std::string_view name);
+/// The row of a name; null without.
+const znRTIntegratorRow* findIntegratorRow(std::string_view name);

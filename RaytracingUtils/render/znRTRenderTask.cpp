@@ -20,7 +20,8 @@ bool znRTRenderTaskKey::needsSameTaskAs(const znRTRenderTaskKey& other) const
            qualityMode == other.qualityMode && renderMode == other.renderMode &&
            sampleClamp == other.sampleClamp && singlePass == other.singlePass &&
            passesEnabled == other.passesEnabled && traceAndCopy == other.traceAndCopy &&
-           copyFlags == other.copyFlags && pixelFormat == other.pixelFormat;
+           copyFlags == other.copyFlags && pixelFormat == other.pixelFormat &&
+           sceneOffers == other.sceneOffers;
 }
 
 znRTRenderTask::~znRTRenderTask() = default;

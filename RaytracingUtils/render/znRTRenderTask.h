@@ -24,6 +24,7 @@ struct znRTRenderTaskKey
     u8 traceAndCopy = 0;
     u32 copyFlags = 0;                   ///< reduced, see reduceCopyFlags
     u32 pixelFormat = ZN_FORMAT_RGBA32F; ///< what a trace-and-copy task stores
+    u32 sceneOffers = 0;                 ///< what the scene has for integrators, see getSceneOffers
 
     /// Pictures of the plates alone do not depend on the integrator's selector.
     bool needsSameTaskAs(const znRTRenderTaskKey& other) const;

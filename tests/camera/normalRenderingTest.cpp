@@ -4,7 +4,7 @@
 #include "host/osg/UberCamera.h"
 #include "lensFixture.h"
 #include "render/znRTFragment.h"
-#include "render/znRTNormalRenderingIntegrator.h"
+#include "render/integrators/znRTNormalRenderingIntegrator.h"
 #include "render/znRTRenderUtils.h"
 #include "support/lanes.h"
 #include "support/meshScene.h"

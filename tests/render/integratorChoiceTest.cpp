@@ -12,7 +12,7 @@ namespace {
 
 std::string nameOf(u32 mode, u32 selector, u32 pass = 0, bool passes = false)
 {
-    return chooseIntegrator(mode, selector, pass, passes, false).name;
+    return chooseIntegrator(mode, selector, pass, passes, false, ZN_OFFERS_EVERYTHING).name;
 }
 
 class TaskSelection : public RenderTest
@@ -55,7 +55,8 @@ TEST(IntegratorChoice, FollowsTheRenderModeOtherwise)
                                  "znRTDistributedIntegrator"};
     for (u32 mode = 1; mode < 8; ++mode)
         for (u32 pass = 0; pass < 43; ++pass) {
-            const znRTIntegratorChoice choice = chooseIntegrator(mode, 4, pass, false, true);
+            const znRTIntegratorChoice choice =
+                chooseIntegrator(mode, 4, pass, false, true, ZN_OFFERS_EVERYTHING);
             EXPECT_STREQ(choice.name, names[mode]);
             const bool isDisplayAid = mode <= 3;
             EXPECT_EQ(choice.applyTonemapping, !isDisplayAid);
@@ -69,7 +70,8 @@ TEST(IntegratorChoice, SwitchesPlatesAndColourForSingleLayers)
 {
     const std::set<u32> dataPasses = {30, 31, 32, 39, 40, 41, 42};
     for (u32 pass = 1; pass < 43; ++pass) {
-        const znRTIntegratorChoice choice = chooseIntegrator(0, 0, pass, false, true);
+        const znRTIntegratorChoice choice =
+            chooseIntegrator(0, 0, pass, false, true, ZN_OFFERS_EVERYTHING);
         EXPECT_STREQ(choice.name, "znRTDistributedPassesIntegrator");
         EXPECT_EQ(choice.passIndex, pass >= 33 && pass <= 38 ? 0 : int(pass));
         EXPECT_EQ(choice.renderBackplates, pass == 15 || pass == 28) << pass;
@@ -79,8 +81,8 @@ TEST(IntegratorChoice, SwitchesPlatesAndColourForSingleLayers)
         EXPECT_EQ(choice.applyColorCorrection, !dataPasses.count(pass)) << pass;
         EXPECT_EQ(choice.occlusionPass, pass == 30 ? 1 : 0) << pass;
     }
-    EXPECT_EQ(chooseIntegrator(0, 0, 0, false, true).occlusionPass, 1);
-    EXPECT_EQ(chooseIntegrator(0, 0, 0, false, false).occlusionPass, 0);
+    EXPECT_EQ(chooseIntegrator(0, 0, 0, false, true, ZN_OFFERS_EVERYTHING).occlusionPass, 1);
+    EXPECT_EQ(chooseIntegrator(0, 0, 0, false, false, ZN_OFFERS_EVERYTHING).occlusionPass, 0);
 }
 
 TEST(CopyFlags, AreReducedToWhatALayerShows)

@@ -1,0 +1,95 @@
+#include "render/integrators/znRTAORenderingIntegrator.h"
+
+#include "brdf/lobeMath.h"
+#include "brdf/znRTONB.h"
+#include "core/rayTypes.h"
+#include "core/surfaceOffset.h"
+#include "gi/znRTPoisson.h"
+#include "host/znRTRaytracingSettings.h"
+#include "render/createTask.h"
+#include "render/integratorTasks.h"
+#include "render/integrators/primaryHits.h"
+#include "render/znRTRenderUtils.h"
+
+namespace {
+
+/// Rays over each hit; still frames add up many samples.
+int raysPerHit()
+{
+    return znRTRaytracingSettings::isStillFrame() ? 4 : 16;
+}
+
+/// Reach of occlusion. Without a range of its own a scene darkens what is near in relation to its
+/// size: over the whole scene closed rooms would be black.
+float occlusionReach()
+{
+    return std::min(znRTRenderUtils::s_maxDistance,
+                    0.5f * znRTRenderUtils::getFullBoundingSphere().radius);
+}
+
+/// Direction about +z with a density of cosine / pi.
+znRTVector3fPacket cosineDirection(const znRTVector2fPacket& sample)
+{
+    znFloatType<2> sine, cosine;
+    sincos(sample.y * lobeMath::twoPi, sine, cosine);
+    const znFloatType<2> radius = squareRoot(sample.x);
+    return {radius * cosine, radius * sine, squareRoot(znFloatType<2>(1.0f) - sample.x)};
+}
+
+/// Occlusion rays of the eyes that the hits belong to.
+znIntType<2> occlusionType(const znRTRayPacket& ray)
+{
+    const auto type = [&](int lane) {
+        return int(rayType::child(u32(ray.type[lane]), rayType::environmentShadow));
+    };
+    return {type(0), type(1), type(2), type(3)};
+}
+
+/// Share of the rays that meet nothing, per lane.
+znFloatType<2> openShare(const znRTRayPacket& ray, const znRTDataBlockPacket& block,
+                         const znRTPrimaryHits& hits)
+{
+    znRTONB frame;
+    frame.set(block.shadingNormal());
+    const znRTVector3fPacket origin =
+        block.position() + block.geometricNormal() * surfaceOffset(block.position(), block.hit.t);
+    const znIntType<2> type = occlusionType(ray);
+    const znFloatType<2> tMin(znRTRenderUtils::s_minDistance), tMax(occlusionReach());
+    const int rays = raysPerHit(), lanes = moveMask(hits.live);
+    // Consecutive rows of the point table: all samples of a pixel together are well spread.
+    const znIntType<2> firstRow =
+        hits.state.pixelSeed + znIntType<2>(hits.state.sampleIndex * rays);
+
+    znFloatType<2> open(0.0f);
+    for (int i = 0; i < rays; ++i) {
+        const znRTVector2fPacket sample = znRTPoisson::getRows(firstRow + znIntType<2>(i));
+        const znRTRayPacket probe(origin, frame.toWorld(cosineDirection(sample)), ray.pixelX,
+                                  ray.pixelY, ray.weight, type);
+        znRTHitInfoPacket hit;
+        hit.reset(tMax);
+        znRTRenderUtils::getShadowIntersection(probe, tMin, tMax, hit, lanes);
+        const znFloatType<2> isBlocked = expandLanes(int(hit.hitMask & ~hit.hitFlags));
+        open += andNot(isBlocked, znFloatType<2>(1.0f));
+    }
+    return open * (1.0f / float(rays));
+}
+
+} // namespace
+
+template <class G>
+void znRTAORenderingIntegrator<G>::integrate(G& fragment, const znRTCamera* camera,
+                                             znRTRayDifferentialPacket& ray,
+                                             znRTDataBlockPacket& block, u32 sampleOffset)
+{
+    integrateHits(fragment, *camera, ray, block, sampleOffset, {}, [&](znRTPrimaryHits& hits) {
+        showColor(fragment, znRTColorPacket(openShare(ray, block, hits)), ray, block, hits);
+    });
+}
+
+template class znRTAORenderingIntegrator<znRTFragment>;
+template class znRTAORenderingIntegrator<znRTMultilayerFragment>;
+
+znRTRenderTask* createAmbientOcclusionTask(const znRTRenderTaskKey& key)
+{
+    return createTask<znRTAORenderingIntegrator, znRTFragment>(key);
+}
