@@ -165,6 +165,13 @@ protected:
     znRTBRDF(const znRTTypeId& typeId, unsigned typeFlags, unsigned outRayMask,
              bool isDelta = false);
 
+    /// A value that is the same in all colours, in lanes with a density above 0.
+    static znRTColorPacket grey(znFloatType<2> value, znFloatType<2> alpha,
+                                const znFloatType<2>& pdf)
+    {
+        return znRTColorPacket(value, value, value, alpha) & (pdf > znFloatType<2>(0.0f));
+    }
+
     znRTColor colorFactor{1.0f, 1.0f, 1.0f, 1.0f};
     unsigned typeFlags;
     unsigned sampleCount = 1;

@@ -22,8 +22,7 @@ void znRTLobeParameters::setSlopes(znFloatType<2> aX, znFloatType<2> aY, znFloat
     const znFloatType<2> y = clamp(aY, lobeMath::minSlope, 1.0f);
     alphaX = select(lanes, x, alphaX);
     alphaY = select(lanes, y, alphaY);
-    cosRotation = select(lanes, 1.0f, cosRotation);
-    sinRotation = select(lanes, 0.0f, sinRotation);
+    setTurn(1.0f, 0.0f, lanes);
     diffuseRoughness =
         select(lanes, znFloatType<2>(0.5f) * (squareRoot(x) + squareRoot(y)), diffuseRoughness);
     mask |= lanes;
@@ -35,8 +34,13 @@ void znRTLobeParameters::setRotation(znFloatType<2> radians, znFloatType<2> lane
     sincos(-radians, sine, cosine);
     // The squares of the fast pair miss 1 by up to 4e-4, which would scale the slopes.
     const znFloatType<2> scale = reciprocalSquareRoot(sine * sine + cosine * cosine);
-    sinRotation = select(lanes, sine * scale, sinRotation);
-    cosRotation = select(lanes, cosine * scale, cosRotation);
+    setTurn(cosine * scale, sine * scale, lanes);
+}
+
+void znRTLobeParameters::setTurn(znFloatType<2> cosine, znFloatType<2> sine, znFloatType<2> lanes)
+{
+    cosRotation = select(lanes, cosine, cosRotation);
+    sinRotation = select(lanes, sine, sinRotation);
 }
 
 void znRTLobeParameters::setReflectance(const znRTColorPacket& color, znFloatType<2> lanes)

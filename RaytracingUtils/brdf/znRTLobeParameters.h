@@ -47,6 +47,8 @@ struct znRTLobeParameters : znAlignedBase16
     void setSlopes(znFloatType<2> aX, znFloatType<2> aY, znFloatType<2> lanes);
     /// @param radians  turn of the first axis from the frame's u toward v
     void setRotation(znFloatType<2> radians, znFloatType<2> lanes);
+    /// The same by the sine and cosine of the negated angle.
+    void setTurn(znFloatType<2> cosine, znFloatType<2> sine, znFloatType<2> lanes);
     void setReflectance(const znRTColorPacket& color, znFloatType<2> lanes);
 };
 

@@ -1,0 +1,73 @@
+#pragma once
+
+// Slopes of a facet distribution along two axes that may be turned about the normal: as a lobe
+// stores them, and per lane.
+
+#include "brdf/lobeSampling.h"
+#include "brdf/znRTLobeParameters.h"
+#include "core/znRTDifferentialGeometry.h"
+
+struct znRTFacetSlopes
+{
+    float alphaX = -1.0f, alphaY = -1.0f;         ///< nothing is set up yet
+    float sinRotation = 0.0f, cosRotation = 1.0f; ///< of the negated angle
+    float degrees = 0.0f;
+    bool anisotropic = false;
+
+    /// @param x, y  slopes, held inside lobeMath::minSlope..1: a zero has no density to speak of
+    /// @param angle degrees, from the frame's u toward v
+    void set(float x, float y, float angle);
+};
+
+inline void znRTFacetSlopes::set(float x, float y, float angle)
+{
+    const float newX = std::clamp(x, lobeMath::minSlope, 1.0f);
+    const float newY = std::clamp(y, lobeMath::minSlope, 1.0f);
+    if (newX == alphaX && newY == alphaY && angle == degrees)
+        return;
+    alphaX = newX;
+    alphaY = newY;
+    degrees = angle;
+    anisotropic = alphaX != alphaY;
+    const float radians = degrees * (lobeMath::pi / 180.0f);
+    sinRotation = std::sin(-radians);
+    cosRotation = std::cos(radians);
+}
+
+struct znRTFacetSlopesLanes
+{
+    /// @tparam PerLane  0: the stored slopes; 1: those of the block in its lanes
+    template <int PerLane>
+    static znRTFacetSlopesLanes fetch(const znRTFacetSlopes& stored,
+                                      const znRTDifferentialGeometry& dg);
+
+    /// From the frame to the distribution's axes.
+    znRTVector3fPacket turnBack(const znRTVector3fPacket& w) const
+    {
+        return {cosRotation * w.x - sinRotation * w.y, sinRotation * w.x + cosRotation * w.y, w.z};
+    }
+    /// From the distribution's axes to the frame.
+    znRTVector3fPacket turn(const znRTVector3fPacket& w) const
+    {
+        return {cosRotation * w.x + sinRotation * w.y, cosRotation * w.y - sinRotation * w.x, w.z};
+    }
+
+    znFloatType<2> alphaX, alphaY, sinRotation, cosRotation;
+};
+
+template <int PerLane>
+inline znRTFacetSlopesLanes znRTFacetSlopesLanes::fetch(const znRTFacetSlopes& stored,
+                                                        const znRTDifferentialGeometry& dg)
+{
+    znRTFacetSlopesLanes lanes{stored.alphaX, stored.alphaY, stored.sinRotation,
+                               stored.cosRotation};
+    if constexpr (PerLane) {
+        if (const znRTLobeParameters* const block = dg.parameters) {
+            lanes.alphaX = select(block->mask, block->alphaX, lanes.alphaX);
+            lanes.alphaY = select(block->mask, block->alphaY, lanes.alphaY);
+            lanes.sinRotation = select(block->mask, block->sinRotation, lanes.sinRotation);
+            lanes.cosRotation = select(block->mask, block->cosRotation, lanes.cosRotation);
+        }
+    }
+    return lanes;
+}
