@@ -147,6 +147,9 @@ public:
     virtual void initAmbientOcclusion(bool colorBleeding, bool materialOverride,
                                       const float* color) = 0;
     virtual void reset(bool keep) = 0;
+    /// countU countV directions for the baking operations below.
+    /// @param fullSphere  uniform over the sphere; otherwise by the cosine over a hemisphere
+    /// @return owned by the caller, who gives it back to deleteSampleSet
     virtual const znRTSampleSet* createSampleSet(u32 countU, u32 countV, bool spare,
                                                  bool fullSphere, float spareA, float spareB) = 0;
     virtual void deleteSampleSet(const znRTSampleSet* set) = 0;

@@ -2,6 +2,7 @@
 
 #include "accel/znRTDynamicBVH.h"
 #include "camera/znRTCamera.h"
+#include "gi/znRTPoisson.h"
 #include "host/znPixelfilter.h"
 #include "host/znRTGeometryNodeBase.h"
 #include "host/znRTRaytracingSettings.h"
@@ -75,6 +76,7 @@ tbb::enumerable_thread_specific<znDynArray<float>>& nurbsCaches()
 void znRTRenderUtils::Initialize()
 {
     initPhotonMap(256, 256);
+    znRTPoisson::init(u32(znRTRaytracingSettings::s_imageSamples), 8);
     s_activeEnvironment = nullptr;
     s_activeEnvironmentMaterial = nullptr;
     if (scenes().empty()) {
@@ -93,6 +95,7 @@ void znRTRenderUtils::Destroy()
 {
     deleteAllAccelerators();
     deletePhotonMap();
+    znRTPoisson::destroy();
     delete s_camera;
     s_camera = nullptr;
     delete s_luxMaterial;

@@ -78,7 +78,8 @@ public:
     std::vector<void*> getRenderpassesSubFrame(znRaytracerP* view, u64 passMask, u32 pixelFormat,
                                                bool force, u32 flags) override;
 
-    // Baking. Not available yet: one warning, and results stay as they are.
+    // Baking. Sets of directions are made; what takes them is not available yet: one warning, and
+    // results stay as they are.
     void initAmbientOcclusion(bool colorBleeding, bool materialOverride,
                               const float* color) override;
     void reset(bool keep) override;

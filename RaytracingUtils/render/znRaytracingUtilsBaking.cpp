@@ -1,6 +1,7 @@
-// Baking and ray files: parts of the interface without a body yet. Each says so
+// Baking and ray files. Sets of directions can be made; what takes them has no body yet, says so
 // once and leaves its outputs alone.
 
+#include "gi/znRTSampleSet.h"
 #include "render/notAvailable.h"
 #include "render/znRaytracingUtils.h"
 
@@ -11,13 +12,16 @@ znRTOnceWarning s_noRayFiles("Ray files are not available yet.");
 
 } // namespace
 
-const znRTSampleSet* znRaytracingUtils::createSampleSet(u32, u32, bool, bool, float, float)
+const znRTSampleSet* znRaytracingUtils::createSampleSet(u32 countU, u32 countV, bool spare,
+                                                        bool fullSphere, float spareA, float spareB)
 {
-    s_noBaking();
-    return nullptr;
+    return new znRTSampleSet(countU, countV, spare, fullSphere, spareA, spareB);
 }
 
-void znRaytracingUtils::deleteSampleSet(const znRTSampleSet*) {}
+void znRaytracingUtils::deleteSampleSet(const znRTSampleSet* set)
+{
+    delete set;
+}
 
 void znRaytracingUtils::executeAODirectIllumination(u32, osg::TransformationMatrix<float>,
                                                     const osg::Point<float, 3>*,
