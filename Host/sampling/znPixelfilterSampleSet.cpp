@@ -1,3 +1,4 @@
+#include "host/radicalInverse.h"
 #include "host/znPixelfilter.h"
 
 #include <algorithm>
@@ -7,32 +8,14 @@ namespace {
 
 const float s_boxWeight = 1.0f;
 
-/// Radical inverse of base 2 as a fraction of 2^32.
-u32 vanDerCorput(u32 k)
-{
-    k = (k << 16) | (k >> 16);
-    k = ((k & 0x00ff00ffu) << 8) | ((k & 0xff00ff00u) >> 8);
-    k = ((k & 0x0f0f0f0fu) << 4) | ((k & 0xf0f0f0f0u) >> 4);
-    k = ((k & 0x33333333u) << 2) | ((k & 0xccccccccu) >> 2);
-    k = ((k & 0x55555555u) << 1) | ((k & 0xaaaaaaaau) >> 1);
-    return k;
-}
+/// Scrambles both axes: the digital shift by one half of the pixel moves sample 0 to the centre and
+/// keeps the net.
+constexpr u32 toCentre = 0x80000000u;
 
-/// Second dimension of Sobol's sequence: primitive polynomial x + 1.
-u32 sobolSecond(u32 k)
-{
-    u32 result = 0;
-    for (u32 direction = 0x80000000u; k; k >>= 1, direction ^= direction >> 1)
-        if (k & 1u)
-            result ^= direction;
-    return result;
-}
-
-/// Half pixels: the digital shift by one half of the pixel moves sample 0 to the centre and keeps
-/// the net. 24 bits, so that the conversion is exact and below 1.
+/// Half pixels. 24 bits, so that the conversion is exact and below 1.
 float toHalfPixels(u32 fraction)
 {
-    return float((fraction ^ 0x80000000u) >> 8) * (2.0f / 16777216.0f) - 1.0f;
+    return float(fraction >> 8) * (2.0f / 16777216.0f) - 1.0f;
 }
 
 bool isPixelBox(const znPixelfilter& filter)
@@ -110,5 +93,5 @@ void znPixelfilterSampleSet::tabulate(float shiftX, float shiftY)
 
 znRTVector2f znPixelfilterSampleSet::getSampleShift(unsigned k)
 {
-    return {toHalfPixels(vanDerCorput(k)), toHalfPixels(sobolSecond(k))};
+    return {toHalfPixels(BitReverseRI(k, toCentre)), toHalfPixels(SobolRI(k, toCentre))};
 }

@@ -1,0 +1,48 @@
+#pragma once
+
+// Which rows of the random table a path reads. A decision that is sampled N times per pixel sample
+// takes N consecutive rows, and the next pixel sample the next N, so that the samples of a decision
+// are a run of the table; decisions lie 773 rows apart:
+//
+//     row = seed + sampleIndex N + i + 773 (counterB + decision)
+//
+// counterB grows by decisionsPerDepth with each ray, so that no two decisions of a path share rows.
+
+#include "gi/znRTPoisson.h"
+
+/// The number is part of the row: a new decision takes the next free one.
+enum class RandomDecision : int {
+    translucency,
+    lobeChoice,
+    lightChoice,
+    lightPoint, ///< on the light chosen: a row of its own, not the choice's
+    transparency,
+    multipass,
+    environment,
+    lobeSample,
+    roulette,
+    gather,
+    count
+};
+
+inline constexpr int decisionsPerDepth = 16;
+static_assert(int(RandomDecision::count) <= decisionsPerDepth);
+
+/// Two numbers inside (0, 1) per lane for sample i of N of a decision.
+/// @param samples    N, at least 1
+/// @param i          0 to N - 1
+/// @param laneMask   bit l for lane l
+/// @return 0 in lanes off the mask
+inline znRTVector2fPacket drawPair(const znRTShadingState& state, RandomDecision decision,
+                                   int samples, int i, int laneMask)
+{
+    const u32 sample = u32(state.sampleIndex) * u32(samples) + u32(i);
+    return znRTPoisson::getValue02(state.pixelSeed + znIntType<2>(int(sample)), state.pixelSeed2,
+                                   state.counterB, int(decision), laneMask);
+}
+
+/// State of a new ray one bounce deeper: new decisions, a new splitting loop.
+inline znRTShadingState deeperState(const znRTShadingState& state)
+{
+    return {state, 0, state.counterB + decisionsPerDepth, state.counterC + 1, state.counterD};
+}
