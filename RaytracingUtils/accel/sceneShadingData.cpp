@@ -9,11 +9,14 @@
 
 namespace {
 
+bool showsEdges(const znRTGeometryNode& node)
+{
+    return znRTGeometryNode::s_wireframeRenderMode || node.hasAnyWireframeSelection();
+}
+
 znRTMaterial* materialOf(const znRTGeometryNode& node)
 {
-    const bool showsSelection =
-        znRTGeometryNode::s_wireframeRenderMode || node.hasAnyWireframeSelection();
-    if (node.getSelectionMaterial() && showsSelection)
+    if (node.getSelectionMaterial() && showsEdges(node))
         return node.getSelectionMaterial();
     return node.getActiveMaterial() ? node.getActiveMaterial() : znRTDummyMaterial::getShared();
 }
@@ -66,12 +69,15 @@ void znRTDynamicAccelerator::getShadingData(const znRTRayDifferentialPacket& ray
     data.dg.parameters = nullptr;
     data.b0 = znFloatType<2>(1.0f) - data.hit.u - data.hit.v;
 
-    u32 requirements = 0;
-    const auto enterMaterial = [&](znRTMaterial* material, u32 lanes) {
-        const Wanted wanted = wantedBy(*material, shadow, extraAttributes, extraRequirements);
+    data.requirements = 0;
+    const auto enterMaterial = [&](const znRTGeometryNode& node, u32 lanes) {
+        znRTMaterial* const material = materialOf(node);
+        Wanted wanted = wantedBy(*material, shadow, extraAttributes, extraRequirements);
+        if (!shadow && showsEdges(node))
+            wanted.requirements |= shadingRequirement::edgeData | shadingRequirement::footprint;
         const u32 place = data.addMaterial(material, lanes);
-        data.materialRequirements[place] = wanted.requirements;
-        requirements |= wanted.requirements;
+        data.materialRequirements[place] |= wanted.requirements;
+        data.requirements |= wanted.requirements;
         return wanted;
     };
 
@@ -80,7 +86,7 @@ void znRTDynamicAccelerator::getShadingData(const znRTRayDifferentialPacket& ray
     if (common) {
         for (int lane = 0; lane < 4; ++lane)
             enterNode(data, lane, *common);
-        const Wanted wanted = enterMaterial(materialOf(*common), 15);
+        const Wanted wanted = enterMaterial(*common, 15);
         common->getShadingDataFull(ray, data, wanted.requirements, wanted.attributes);
     } else
         for (int lane = 0; lane < 4; ++lane) {
@@ -90,11 +96,9 @@ void znRTDynamicAccelerator::getShadingData(const znRTRayDifferentialPacket& ray
             if (!node)
                 continue;
             enterNode(data, lane, *node);
-            const Wanted wanted = enterMaterial(materialOf(*node), 1u << lane);
+            const Wanted wanted = enterMaterial(*node, 1u << lane);
             node->getShadingData(ray, data, lane, wanted.requirements, wanted.attributes);
         }
-    if (requirements & (shadingRequirement::spawnData | shadingRequirement::footprint))
-        data.computeShadingData(ray);
     data.saveSurface();
 }
 

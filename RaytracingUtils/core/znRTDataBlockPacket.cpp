@@ -25,6 +25,7 @@ void znRTDataBlockPacket::reset(const znFloatType<2>& distance)
 void znRTDataBlockPacket::clearMaterials()
 {
     materialCount = 0;
+    requirements = shadingRequirement::all;
     hasLocalLights = 0;
     for (int lane = 0; lane < 4; ++lane) {
         nodes[lane] = nullptr;
@@ -63,16 +64,22 @@ znRTVector3fPacket transferOffset(const znRTVector3fPacket& originOffset,
 
 void znRTDataBlockPacket::computeCommonDifferentialData(const znRTRayDifferentialPacket& ray)
 {
+    getFootprint(ray, dg.dPdx, dg.dPdy);
+}
+
+void znRTDataBlockPacket::getFootprint(const znRTRayDifferentialPacket& ray,
+                                       znRTVector3fPacket& dPdx, znRTVector3fPacket& dPdy) const
+{
     if (!ray.hasDifferentials) {
-        dg.dPdx = dg.dPdy = znRTVector3fPacket(0.0f, 0.0f, 0.0f);
+        dPdx = dPdy = znRTVector3fPacket(0.0f, 0.0f, 0.0f);
         return;
     }
     const znRTVector3fPacket& n = dg.geometricNormal;
     const znFloatType<2> inverseSlope = reciprocalOrZero(dot(ray.direction, n));
-    dg.dPdx = transferOffset(ray.rxOrigin - ray.origin, ray.rxDirection - ray.direction, hit.t,
-                             ray.direction, n, inverseSlope);
-    dg.dPdy = transferOffset(ray.ryOrigin - ray.origin, ray.ryDirection - ray.direction, hit.t,
-                             ray.direction, n, inverseSlope);
+    dPdx = transferOffset(ray.rxOrigin - ray.origin, ray.rxDirection - ray.direction, hit.t,
+                          ray.direction, n, inverseSlope);
+    dPdy = transferOffset(ray.ryOrigin - ray.origin, ray.ryDirection - ray.direction, hit.t,
+                          ray.direction, n, inverseSlope);
 }
 
 void znRTDataBlockPacket::updateCosIncidence(const znRTRayDifferentialPacket& ray,

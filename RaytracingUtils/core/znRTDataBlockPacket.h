@@ -47,7 +47,10 @@ public:
     /// Footprint of the pixel on the tangent plane, dPdx and dPdy; zero where the ray has no
     /// differentials. H. Igehy, "Tracing Ray Differentials", SIGGRAPH 1999, eq. 10.
     void computeCommonDifferentialData(const znRTRayDifferentialPacket& ray);
-    /// Node matrices, position and unit normal in object space, cosine of incidence.
+    void getFootprint(const znRTRayDifferentialPacket& ray, znRTVector3fPacket& dPdx,
+                      znRTVector3fPacket& dPdy) const;
+    /// Node matrices, position and unit normal in object space, for materials that asked for any of
+    /// them. The accelerator leaves this to whoever shades.
     void computeShadingData(const znRTRayDifferentialPacket& ray);
 
     /// Keeps position and normals, so that shading may negate or perturb them for a while.
@@ -103,6 +106,7 @@ public:
 
     u32 materialCount;
     u32 hasLocalLights;
+    u32 requirements; ///< of all materials together; everything until the accelerator says
     znRTMaterial* materials[maxMaterials];
     u32 materialRequirements[maxMaterials];
     znFloatType<2> materialLanes[maxMaterials]; ///< mask per material; the masks are disjoint

@@ -14,18 +14,18 @@ void znRTDataBlockPacket::computeMatrices()
     for (int lane = 0; lane < 4; ++lane) {
         if (!(hit.hitMask & (1u << lane)) || !nodes[lane])
             continue;
-        const znMatrix4x4& toWorld = nodes[lane]->getToWorldMatrix();
-        if (toWorld == identity)
+        if (!nodes[lane]->hasTransform())
             continue;
-        nodeToWorld.setLane(lane, toWorld);
+        nodeToWorld.setLane(lane, nodes[lane]->getToWorldMatrix());
         worldToNode.setLane(lane, nodes[lane]->getToObjectMatrix());
     }
 }
 
-void znRTDataBlockPacket::computeShadingData(const znRTRayDifferentialPacket& ray)
+void znRTDataBlockPacket::computeShadingData(const znRTRayDifferentialPacket&)
 {
+    if (!(requirements & shadingRequirement::objectSpace))
+        return;
     computeMatrices();
-    updateCosIncidence(ray, znFloatType<2>::allLanes());
     if (!hasNodeTransforms) {
         objectPosition = dg.position;
         objectNormal = dg.shadingNormal;

@@ -23,6 +23,10 @@ znRTVector3fPacket unitOr(const znRTVector3fPacket& n, const znRTVector3fPacket&
     return select(exists, n * reciprocalSquareRoot(lengthSquared), substitute);
 }
 
+/// What vertex colours are fetched for.
+constexpr u32 colorAttributes =
+    vertexAttribute::vertexColor | vertexAttribute::bakedColor | vertexAttribute::bakedIrradiance;
+
 } // namespace
 
 znRTMesh::Corners znRTMesh::fetchCorners(const znRTHitInfoPacket& hit, int laneBits) const
@@ -89,18 +93,11 @@ void znRTMesh::fillShadingData(const znRTRayDifferentialPacket& ray, znRTDataBlo
     if ((requirements & shadingRequirement::shadingFrame) ||
         (attributes & vertexAttribute::vertexTangents))
         fillTangents(data, corners);
-    if (attributes & ~(vertexAttribute::positionAndNormal | vertexAttribute::textureCoordinates))
+    if (attributes & colorAttributes)
         fillColors(data, corners, attributes);
     if (requirements & shadingRequirement::edgeData)
         fillEdges(data, corners);
-    const bool needsDerivatives = (requirements & shadingRequirement::derivatives) ||
-                                  (attributes & vertexAttribute::bumpDefault);
-    if ((requirements & shadingRequirement::footprint) || needsDerivatives) {
-        data.computeCommonDifferentialData(ray);
-        fillDifferentials(data, corners);
-    }
-    if (needsDerivatives)
-        fillNormalDifferentials(data, corners);
+    fillDerivatives(ray, data, corners, requirements, attributes);
 }
 
 void znRTMesh::fillSurface(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
@@ -190,7 +187,8 @@ void znRTMesh::fillColors(znRTDataBlockPacket& data, const Corners& corners, u32
             target[channel] = select(mask, color[channel], target[channel]);
     };
     const znRTColorPacket color(value.x, value.y, value.z, value.w);
-    assign(data.vertexColor, color);
+    if (attributes & vertexAttribute::vertexColor)
+        assign(data.vertexColor, color);
     if (!bakedColors)
         return;
     if (attributes & vertexAttribute::bakedIrradiance)
@@ -205,119 +203,6 @@ void znRTMesh::fillEdges(znRTDataBlockPacket& data, const Corners& corners) cons
     for (int k = 0; k < 3; ++k)
         data.edgeVertices[k].setMasked(
             znRTVectorMath::transformAsLocation(corners.position[k], m_toWorld), mask);
-}
-
-/// Offsets on the tangent plane as steps of the barycentrics u and v: least squares along the two
-/// edges, exact for offsets in the plane.
-void znRTMesh::footprintInTriangle(const znRTDataBlockPacket& data, const Corners& corners,
-                                   znRTVector2fPacket& dx, znRTVector2fPacket& dy) const
-{
-    const auto& [a, b, c] = corners.position;
-    const znRTVector3fPacket e1 = znRTVectorMath::transformAsDirection(b - a, m_toWorld);
-    const znRTVector3fPacket e2 = znRTVectorMath::transformAsDirection(c - a, m_toWorld);
-    const znFloatType<2> e11 = dot(e1, e1), e12 = dot(e1, e2), e22 = dot(e2, e2);
-    const znFloatType<2> inverse = reciprocalOrZero(e11 * e22 - e12 * e12);
-    const auto project = [&](const znRTVector3fPacket& offset) {
-        const znFloatType<2> o1 = dot(offset, e1), o2 = dot(offset, e2);
-        return znRTVector2fPacket((o1 * e22 - o2 * e12) * inverse, (o2 * e11 - o1 * e12) * inverse);
-    };
-    dx = project(data.dg.dPdx);
-    dy = project(data.dg.dPdy);
-}
-
-void znRTMesh::fillDifferentials(znRTDataBlockPacket& data, const Corners& corners) const
-{
-    const znFloatType<2> mask = expandLanes(corners.lanes);
-    const auto& [a, b, c] = corners.position;
-    const znRTVector3fPacket e1 = znRTVectorMath::transformAsDirection(b - a, m_toWorld);
-    const znRTVector3fPacket e2 = znRTVectorMath::transformAsDirection(c - a, m_toWorld);
-
-    // Along the texture coordinates, or along the barycentrics where these have no area.
-    znRTVector3fPacket dPdu = e1, dPdv = e2;
-    znRTVector2fPacket uv1(0.0f, 0.0f), uv2(0.0f, 0.0f);
-    if (texCoords[0]) {
-        uv1 = corners.uv[1] - corners.uv[0];
-        uv2 = corners.uv[2] - corners.uv[0];
-        const znFloatType<2> determinant = uv1.x * uv2.y - uv1.y * uv2.x;
-        const znFloatType<2> inverse = reciprocalOrZero(determinant);
-        const znFloatType<2> hasArea = determinant != znFloatType<2>(0.0f);
-        dPdu = select(hasArea, (e1 * uv2.y - e2 * uv1.y) * inverse, dPdu);
-        dPdv = select(hasArea, (e2 * uv1.x - e1 * uv2.x) * inverse, dPdv);
-    }
-    data.dg.dPdu.setMasked(dPdu, mask);
-    data.dg.dPdv.setMasked(dPdv, mask);
-
-    znRTVector2fPacket dx, dy;
-    footprintInTriangle(data, corners, dx, dy);
-    data.dg.dUVdx.setMasked(uv1 * dx.x + uv2 * dx.y, mask);
-    data.dg.dUVdy.setMasked(uv1 * dy.x + uv2 * dy.y, mask);
-}
-
-void znRTMesh::fillNormalDifferentials(znRTDataBlockPacket& data, const Corners& corners) const
-{
-    const znFloatType<2> mask = expandLanes(corners.lanes);
-    const znRTVector3fPacket zero(0.0f, 0.0f, 0.0f);
-    if (!normals) {
-        for (znRTVector3fPacket* d : {&data.dg.dNdu, &data.dg.dNdv, &data.dg.dNdx, &data.dg.dNdy})
-            d->setMasked(zero, mask);
-        return;
-    }
-    const auto world = [this](const znRTVector3fPacket& n) {
-        return znRTVectorMath::transformAsNormal(n, m_toObject);
-    };
-    const znRTVector3fPacket n0 = world(normalAt(corners, 0));
-    const znRTVector3fPacket n1 = world(normalAt(corners, 1)) - n0;
-    const znRTVector3fPacket n2 = world(normalAt(corners, 2)) - n0;
-    const znRTVector3fPacket n = n0 + n1 * data.hit.u + n2 * data.hit.v;
-    const znFloatType<2> inverseLength = reciprocalSquareRoot(n.getSquareLength());
-    const znRTVector3fPacket unit = n * inverseLength;
-    // On the side of the shading normal.
-    const znFloatType<2> turn =
-        (dot(unit, data.dg.shadingNormal) < znFloatType<2>(0.0f)) & znFloatType<2>(-0.0f);
-    /// Derivative of the unit normal from that of the plain one, with steps of the barycentrics.
-    const auto derivative = [&](znFloatType<2> du, znFloatType<2> dv) {
-        const znRTVector3fPacket d = (n1 * du + n2 * dv) * inverseLength;
-        return (d - unit * dot(unit, d)) ^ turn;
-    };
-
-    znFloatType<2> duOverU = 1.0f, dvOverU = 0.0f, duOverV = 0.0f, dvOverV = 1.0f;
-    if (texCoords[0]) {
-        const znRTVector2fPacket uv1 = corners.uv[1] - corners.uv[0];
-        const znRTVector2fPacket uv2 = corners.uv[2] - corners.uv[0];
-        const znFloatType<2> determinant = uv1.x * uv2.y - uv1.y * uv2.x;
-        const znFloatType<2> inverse = reciprocalOrZero(determinant);
-        const znFloatType<2> hasArea = determinant != znFloatType<2>(0.0f);
-        duOverU = select(hasArea, uv2.y * inverse, duOverU);
-        dvOverU = select(hasArea, -uv1.y * inverse, dvOverU);
-        duOverV = select(hasArea, -uv2.x * inverse, duOverV);
-        dvOverV = select(hasArea, uv1.x * inverse, dvOverV);
-    }
-    data.dg.dNdu.setMasked(derivative(duOverU, dvOverU), mask);
-    data.dg.dNdv.setMasked(derivative(duOverV, dvOverV), mask);
-    znRTVector2fPacket dx, dy;
-    footprintInTriangle(data, corners, dx, dy);
-    data.dg.dNdx.setMasked(derivative(dx.x, dx.y), mask);
-    data.dg.dNdy.setMasked(derivative(dy.x, dy.y), mask);
-}
-
-void znRTMesh::computeDifferentials(znRTDataBlockPacket& data, int lane) const
-{
-    fillDifferentials(data, fetchCorners(data.hit, 1 << lane));
-}
-
-void znRTMesh::computeDifferentials(znRTDataBlockPacket& data) const
-{
-    fillDifferentials(data, fetchCorners(data.hit, int(data.hit.hitMask)));
-}
-
-void znRTMesh::computeNormalDifferentials(znRTDataBlockPacket& data, int lane) const
-{
-    fillNormalDifferentials(data, fetchCorners(data.hit, 1 << lane));
-}
-
-void znRTMesh::computeNormalDifferentials(znRTDataBlockPacket& data) const
-{
-    fillNormalDifferentials(data, fetchCorners(data.hit, int(data.hit.hitMask)));
 }
 
 namespace {
@@ -368,14 +253,14 @@ bool znRTMesh::getVertexTangentData(znRTDataBlockPacket& data, int lane, u32 a, 
 bool znRTMesh::getVertexColorData(znRTDataBlockPacket& data, int laneBits) const
 {
     if (vertexColors)
-        fillColors(data, fetchCorners(data.hit, laneBits), 0);
+        fillColors(data, fetchCorners(data.hit, laneBits), vertexAttribute::vertexColor);
     return bool(vertexColors);
 }
 
 bool znRTMesh::getVertexColorData(znRTDataBlockPacket& data, int lane, u32 a, u32 b, u32 c) const
 {
     if (vertexColors)
-        fillColors(data, cornersOf<Corners>(lane, a, b, c), 0);
+        fillColors(data, cornersOf<Corners>(lane, a, b, c), vertexAttribute::vertexColor);
     return bool(vertexColors);
 }
 

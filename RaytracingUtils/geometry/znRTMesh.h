@@ -108,11 +108,33 @@ private:
     void fillTangents(znRTDataBlockPacket& data, const Corners& corners) const;
     void fillColors(znRTDataBlockPacket& data, const Corners& corners, u32 attributes) const;
     void fillEdges(znRTDataBlockPacket& data, const Corners& corners) const;
-    void fillDifferentials(znRTDataBlockPacket& data, const Corners& corners) const;
-    void fillNormalDifferentials(znRTDataBlockPacket& data, const Corners& corners) const;
     znRTVector3fPacket normalAt(const Corners& corners, int corner) const;
-    void footprintInTriangle(const znRTDataBlockPacket& data, const Corners& corners,
-                             znRTVector2fPacket& dx, znRTVector2fPacket& dy) const;
+
+    /// Differences along the two edges from the first corner, world space.
+    struct Edges
+    {
+        znRTVector3fPacket position[2];
+        znRTVector2fPacket uv[2];          ///< of set 0; 0 without
+        znRTVector2fPacket alongU, alongV; ///< steps of the barycentrics per texture coordinate
+
+        /// Steps of the barycentrics for offsets on the plane.
+        void project(const znRTVector3fPacket& dPdx, const znRTVector3fPacket& dPdy,
+                     znRTVector2fPacket& alongX, znRTVector2fPacket& alongY) const;
+    };
+
+    Edges edgesOf(const Corners& corners) const;
+    void fillDerivatives(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                         const Corners& corners, u32 requirements, u32 attributes) const;
+    void fillTextureTangents(znRTDataBlockPacket& data, const Edges& edges,
+                             const znFloatType<2>& mask) const;
+    void fillTextureFootprint(znRTDataBlockPacket& data, const Edges& edges,
+                              const znRTVector2fPacket& alongX, const znRTVector2fPacket& alongY,
+                              const znFloatType<2>& mask) const;
+    void fillNormalDerivatives(znRTDataBlockPacket& data, const Corners& corners,
+                               const Edges& edges, const znRTVector2fPacket& alongX,
+                               const znRTVector2fPacket& alongY) const;
+    void computeDifferentials(znRTDataBlockPacket& data, const Corners& corners) const;
+    void computeNormalDifferentials(znRTDataBlockPacket& data, const Corners& corners) const;
 
     const float* positions = nullptr;
     const float* normals = nullptr;

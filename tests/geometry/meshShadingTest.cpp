@@ -15,6 +15,7 @@ znRTDataBlockPacket shaded(MeshScene& scene, const znRTRayDifferentialPacket& ra
 {
     znRTDataBlockPacket data{scene.trace(rays)};
     scene.scene->getShadingData(rays, data, false, attributes, requirements);
+    data.computeShadingData(rays);
     return data;
 }
 
@@ -207,6 +208,7 @@ TEST(MeshShading, IsTheSameForOneLaneAndForThePacket)
         std::memset(static_cast<void*>(&single.dg), 0, sizeof(single.dg) - 16);
         single.hit.hitMask = 1u << lane;
         scene.scene->getShadingData(rays, single, false, everyAttribute, shadingRequirement::all);
+        single.computeShadingData(rays);
         ASSERT_EQ(single.materialCount, 1u);
         EXPECT_EQ(moveMask(single.materialLanes[0]), 1 << lane);
         const auto same = [lane](const znRTVector3fPacket& a, const znRTVector3fPacket& b) {
