@@ -28,6 +28,8 @@ public:
     /// Number of packets; short ones count.
     u64 getNumSamples() const { return samples.size; }
     int getPacketDim() const { return packetDim; }
+    /// 0 for the full sphere, 1 for the hemisphere.
+    u32 getFlags() const { return flags; }
     /// Solid angle of a direction over 8 pi: 1 / (2 countU countV); 0 for the hemisphere.
     float getWeight() const { return weight; }
 
@@ -52,7 +54,7 @@ private:
 
     znDynArray<Sample> samples; ///< size, capacity, alignment 16 and the records themselves
     znDynArray<u8> laneMasks;   ///< beside the records
-    u32 flags = 0;              ///< 0 full sphere, 1 hemisphere
+    u32 flags = 0;
     int packetDim = znFloatType<2>::laneCount;
     float weight = 0.0f;
 };

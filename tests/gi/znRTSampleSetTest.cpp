@@ -270,6 +270,13 @@ TEST(SampleSet, WeighsADirectionOfTheSphereByTheCount)
     EXPECT_EQ(hemisphere(5, 5).getWeight(), 0.0f);
 }
 
+TEST(SampleSet, TellsItsForm)
+{
+    EXPECT_EQ(sphere(4, 4).getFlags(), 0u);
+    EXPECT_NE(hemisphere(4, 4).getFlags(), 0u);
+    EXPECT_EQ(sphere(4, 4).getPacketDim(), 4);
+}
+
 TEST(SampleSet, IgnoresItsOtherArguments)
 {
     const znRTSampleSet plain(4, 4, false, true, 0.0f, 0.0f), odd(4, 4, true, true, 7.0f, -1.0f);
