@@ -48,8 +48,8 @@ znRTRenderTaskKey makeKey(const znRaytracerP& view, u32 copyFlags, u32 pixelForm
     return key;
 }
 
-/// Switches that tell the copy stage what the chosen picture wants. A step that the scene's settings
-/// turn off stays off: the mirrors alone would forget that with the first display aid.
+/// Switches that tell the copy stage what the chosen picture wants. A step that the scene's
+/// settings turn off stays off: the mirrors alone would forget that with the first display aid.
 void applySwitches(const znRTIntegratorChoice& choice)
 {
     using Settings = znRTRaytracingSettings;
@@ -64,7 +64,16 @@ void applySwitches(const znRTIntegratorChoice& choice)
         znRTRenderUtils::enableOcclusionPass(choice.occlusionPass == 1);
 }
 
-znRTOnceWarning s_noLayers("Render passes are not stored yet: only the beauty pass is rendered.");
+/// Tells once which wanted layers stay empty.
+void warnOfEmptyLayers(const znRaytracerP& view)
+{
+    static znRTOnceWarning noPlates(
+        "Scene plates are not drawn yet: the passes backplates and frontplates stay empty.");
+    const bool wantsPlates =
+        view.m_passBuffers[ZN_PASS_BACKPLATES] || view.m_passBuffers[ZN_PASS_FRONTPLATES];
+    if (wantsPlates && !znRTRenderUtils::getBackground() && !znRTRenderUtils::getForeground())
+        noPlates();
+}
 
 } // namespace
 
@@ -99,7 +108,7 @@ void ensureRenderTask(znRTRenderTask*& task, znRaytracerP& view, u32 copyFlags, 
                              key.passesEnabled, hasOcclusionPass, key.sceneOffers);
         applySwitches(choice);
         if (key.passesEnabled)
-            s_noLayers();
+            warnOfEmptyLayers(view);
         task = choice.row->create(key);
         task->integrator = choice.row;
     }

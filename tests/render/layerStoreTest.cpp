@@ -106,7 +106,7 @@ bool isFiltered(u32 layer)
 
 } // namespace
 
-TEST(RenderPasses, HaveTheirNamesInTheOrderOfTheirIndices)
+TEST(RenderPassNames, StandInTheOrderOfTheirIndices)
 {
     // The outer ones, the first of each group, and the neighbours of the groups' borders.
     const std::pair<u32, const char*> expected[] = {{0, "beauty"},

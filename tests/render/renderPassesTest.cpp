@@ -1,0 +1,314 @@
+#include "renderFixture.h"
+
+#include "host/nodePaths.h"
+#include "host/osg/Materials.h"
+#include "host/pixelFormats.h"
+#include "host/znLog.h"
+#include "host/znRTCryptomatte.h"
+#include "host/znRenderPasses.h"
+#include "render/copyTasks.h"
+
+#include <bit>
+#include <cstring>
+#include <string>
+
+using namespace renderTest;
+using Settings = znRTRaytracingSettings;
+
+namespace {
+
+constexpr u32 dataLayers[] = {ZN_PASS_NORMAL, ZN_PASS_DEPTH,    ZN_PASS_MATERIAL_ID,
+                              ZN_PASS_MASK,   ZN_PASS_POSITION, ZN_PASS_VIEW};
+
+/// Frames with all layers: a sphere of radius 1 and a square behind it, seen from (0, 0, 5).
+class RenderPasses : public RenderTest
+{
+protected:
+    void TearDown() override
+    {
+        znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.0f, 0.0f, 0.0f, 0.0f);
+        RenderTest::TearDown();
+    }
+    osg::NodePtr addNamed(const osg::GeometryPtr& core, const std::string& name,
+                          const std::string& materialName, double x, double y, double z)
+    {
+        const auto material = osg::UPhongMaterial::create();
+        osg::setName(material, materialName);
+        core->setMaterial(material);
+        const osg::NodePtr node = add(core, x, y, z);
+        osg::setName(node->getParent(), name);
+        return node;
+    }
+    void makeScene()
+    {
+        sphere = addNamed(makeSphere(48, 96), "ball", "red paint", 0, 0, 0);
+        addNamed(makeSquare(3.0f), "wall", "plaster", 0.5, 0, -2);
+    }
+    void resizeAll(u32 width, u32 height)
+    {
+        resize(width, height);
+        for (u32 i = 1; i < u32(znRenderPassCount); ++i)
+            if (!isCryptomattePass(i)) {
+                layers[i].assign(std::size_t(width) * height, {0, 0, 0, 0});
+                view.record.m_passBuffers[i] = layers[i].data();
+            }
+        matte.resize(int(width), int(height));
+        view.record.m_cryptomatte = &matte;
+        view.record.m_renderPassesEnabled = 1;
+    }
+    void renderInteractive()
+    {
+        begin();
+        ASSERT_FALSE(trace());
+    }
+    void renderStill(u32 samples)
+    {
+        begin(true);
+        for (u32 i = 0; i < 4 * samples; ++i) {
+            const znRTVector2f shift = znPixelfilterSampleSet::getSampleShift(i / 4);
+            offsetCamera->setOffsetX(shift.x);
+            offsetCamera->setOffsetY(shift.y);
+            view.record.m_iteration = i;
+            updateCamera();
+            instance->updateRendertargets(&view.record, false);
+            ASSERT_FALSE(trace(1));
+        }
+    }
+    const ZN_RGBA32F& at(u32 layer, u32 x, u32 y) const
+    {
+        return layers[layer][std::size_t(y) * view.record.m_renderWidth + x];
+    }
+    bool isHit(u32 x, u32 y) const { return at(ZN_PASS_MASK, x, y).a > 0.0f; }
+    template <class Function>
+    void forEachPixel(Function&& f) const
+    {
+        for (u32 y = 0; y < view.record.m_renderHeight; ++y)
+            for (u32 x = 0; x < view.record.m_renderWidth; ++x)
+                f(x, y);
+    }
+    /// Vector passes of a perspective view with its eye at (0, 0, 5), against the camera's
+    /// matrices in double precision.
+    /// @param hasNearerSamples  depth may come from other samples of the pixel
+    void expectGeometryLayers(bool hasNearerSamples = false);
+
+    osg::NodePtr sphere;
+    std::vector<ZN_RGBA32F> layers[znRenderPassCount];
+    znRTCryptomatte matte;
+};
+
+void RenderPasses::expectGeometryLayers(bool hasNearerSamples)
+{
+    const znRTCamera& used = *znRTRenderUtils::getCamera();
+    osg::TransformationMatrix<double> toClip = used.toWorldProjection;
+    ASSERT_TRUE(toClip.invert());
+    u32 hits = 0;
+    forEachPixel([&](u32 x, u32 y) {
+        SCOPED_TRACE(testing::Message() << x << ", " << y);
+        if (!isHit(x, y)) {
+            for (const u32 i : dataLayers) {
+                const bool isEmpty = i != ZN_PASS_DEPTH || !hasNearerSamples;
+                EXPECT_EQ(isEmpty ? at(i, x, y).r : 0.0f, 0.0f) << znRenderPassNames[i];
+            }
+            return;
+        }
+        ++hits;
+        const ZN_RGBA32F n = at(ZN_PASS_NORMAL, x, y), p = at(ZN_PASS_POSITION, x, y);
+        const ZN_RGBA32F v = at(ZN_PASS_VIEW, x, y);
+        EXPECT_NEAR(double(n.r) * n.r + double(n.g) * n.g + double(n.b) * n.b, 1.0, 1e-5);
+        // The position lies in the middle of its pixel.
+        const auto clip = toClip.multFullMatrixPnt({p.r, p.g, p.b});
+        EXPECT_NEAR((clip[0] + 1.0) * 0.5 * used.viewWidth, x + 0.5, 2e-3);
+        EXPECT_NEAR((clip[1] + 1.0) * 0.5 * used.viewHeight, y + 0.5, 2e-3);
+        // The view is the direction from the eye to it.
+        const double dx = p.r, dy = p.g, dz = p.b - 5.0;
+        const double length = std::sqrt(dx * dx + dy * dy + dz * dz);
+        EXPECT_NEAR(v.r, dx / length, 2e-6);
+        EXPECT_NEAR(v.g, dy / length, 2e-6);
+        EXPECT_NEAR(v.b, dz / length, 2e-6);
+        EXPECT_LT(double(n.r) * v.r + double(n.g) * v.g + double(n.b) * v.b, 0.0);
+        // Depth is linear in the reciprocal of the distance along the axis.
+        const double near = used.nearClip, far = used.farClip, d = -dz;
+        const double z = near * far / ((far - near) * d) + 0.5 - 0.5 * (near + far) / (far - near);
+        EXPECT_GE(at(ZN_PASS_DEPTH, x, y).r, z - 1e-6);
+        EXPECT_LE(at(ZN_PASS_DEPTH, x, y).r, hasNearerSamples ? 1.0 : z + 1e-6);
+        EXPECT_EQ(at(ZN_PASS_MASK, x, y).r, 1.0f);
+    });
+    EXPECT_GT(hits, view.record.m_renderWidth * view.record.m_renderHeight / 8);
+}
+
+float contrast(const ZN_RGBA32F& a, const ZN_RGBA32F& b)
+{
+    return std::abs(a.r - b.r) + std::abs(a.g - b.g) + std::abs(a.b - b.b);
+}
+
+} // namespace
+
+TEST_F(RenderPasses, ShowTheGeometryInInteractiveFrames)
+{
+    resizeAll(97, 65);
+    makeScene();
+    renderInteractive();
+    expectGeometryLayers();
+}
+
+TEST_F(RenderPasses, ShowTheGeometryOfThePixelCentresInStillFrames)
+{
+    camera->setFilterType(znPixelfilterFactory::gaussian);
+    camera->setFilterSizeX(4.0f);
+    camera->setFilterSizeY(4.0f);
+    resizeAll(97, 65);
+    makeScene();
+    renderStill(1);
+    expectGeometryLayers();
+}
+
+TEST_F(RenderPasses, LeaveTheBeautyAsItIsWithoutThem)
+{
+    znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.25f, 0.5f, 1.0f, 1.0f);
+    for (const int filter : {1, 3})
+        for (const bool isStillFrame : {false, true}) {
+            camera->setFilterType(filter);
+            camera->setFilterSizeX(filter == 1 ? 1.0f : 4.0f);
+            camera->setFilterSizeY(filter == 1 ? 1.0f : 4.0f);
+            resizeAll(40, 30);
+            if (!sphere)
+                makeScene();
+            const auto render = [&](u8 passesEnabled) {
+                view.record.m_renderPassesEnabled = passesEnabled;
+                isStillFrame ? renderStill(2) : renderInteractive();
+                return view.frame;
+            };
+            const std::vector<ZN_RGBA32F> plain = render(0), layered = render(1);
+            for (std::size_t i = 0; i < plain.size(); ++i)
+                ASSERT_LT(contrast(plain[i], layered[i]), 1e-6f) << i;
+        }
+}
+
+// A wide filter blends neighbours; ids, normals and places must stay those of one surface.
+TEST_F(RenderPasses, DoNotBlurDataInStillFrames)
+{
+    camera->setFilterType(znPixelfilterFactory::gaussian);
+    camera->setFilterSizeX(6.0f);
+    camera->setFilterSizeY(6.0f);
+    resizeAll(64, 48);
+    makeScene();
+    renderStill(3);
+    expectGeometryLayers(true);
+    const ZN_RGBA32F ball = at(ZN_PASS_MATERIAL_ID, 32, 24), wall = at(ZN_PASS_MATERIAL_ID, 60, 24);
+    const ZN_RGBA32F nothing{0, 0, 0, 0};
+    forEachPixel([&](u32 x, u32 y) {
+        const ZN_RGBA32F id = at(ZN_PASS_MATERIAL_ID, x, y);
+        const float nearest =
+            std::min({contrast(id, ball), contrast(id, wall), contrast(id, nothing)});
+        ASSERT_EQ(nearest, 0.0f) << x << ", " << y;
+        ASSERT_EQ(at(ZN_PASS_MASK, x, y).g, isHit(x, y) ? 1.0f : 0.0f);
+    });
+}
+
+TEST_F(RenderPasses, NameMaterialsByTheirIdColours)
+{
+    resizeAll(64, 48);
+    makeScene();
+    renderInteractive();
+    const auto colorOf = [&](const osg::NodePtr& node) {
+        const auto geometry = osg::GeometryPtr::dcast(node->getCore());
+        return osg::UberMaterialPtr::dcast(geometry->getMaterial())
+            ->getRaytracingAttributes()
+            .materialIDColor;
+    };
+    const osg::Vec4f expected = colorOf(sphere);
+    const ZN_RGBA32F shown = at(ZN_PASS_MATERIAL_ID, 32, 24);
+    EXPECT_EQ(shown.r, expected[0]);
+    EXPECT_EQ(shown.g, expected[1]);
+    EXPECT_EQ(shown.b, expected[2]);
+    EXPECT_EQ(shown.a, 1.0f);
+    EXPECT_GT(contrast(shown, at(ZN_PASS_MATERIAL_ID, 60, 24)), 0.1f) << "the wall's is another";
+}
+
+TEST_F(RenderPasses, SkipWhatHasNoBuffer)
+{
+    resizeAll(48, 32);
+    for (u32 i = 1; i < u32(znRenderPassCount); ++i)
+        if (i != ZN_PASS_NORMAL)
+            view.record.m_passBuffers[i] = nullptr;
+    view.record.m_cryptomatte = nullptr;
+    makeScene();
+    for (const bool isStillFrame : {false, true}) {
+        isStillFrame ? renderStill(1) : renderInteractive();
+        EXPECT_NE(at(ZN_PASS_NORMAL, 24, 16).b, 0.0f);
+        for (const u32 i : {ZN_PASS_MASK, ZN_PASS_POSITION, ZN_PASS_VIEW})
+            EXPECT_EQ(at(i, 24, 16).b, 0.0f);
+        EXPECT_TRUE(view.guardIsIntact());
+    }
+}
+
+TEST_F(RenderPasses, CollectIdsOfObjectsAndMaterialsWithTheFilter)
+{
+    for (const int filter : {1, 3}) {
+        camera->setFilterType(filter);
+        camera->setFilterSizeX(filter == 1 ? 1.0f : 3.0f);
+        camera->setFilterSizeY(filter == 1 ? 1.0f : 3.0f);
+        resizeAll(64, 48);
+        if (!sphere)
+            makeScene();
+        renderStill(4);
+        matte.sort();
+        const std::string path = getNodePaths(root.get()).at(sphere->getId());
+        EXPECT_EQ(path, "/ball/node");
+        const u32 ball = znRTCryptomatte::hash(path), paint = znRTCryptomatte::hash("red paint");
+        const ZN_RGBA32F object = matte.getLayer(32, 24, 0), material = matte.getLayer(32, 24, 3);
+        EXPECT_EQ(std::bit_cast<u32>(object.r), ball);
+        EXPECT_NEAR(object.g, 1.0f, 1e-5f);
+        EXPECT_EQ(std::bit_cast<u32>(material.r), paint);
+        EXPECT_NEAR(material.g, 1.0f, 1e-5f);
+        // At a silhouette both objects take their shares, which make up the whole.
+        u32 edges = 0;
+        forEachPixel([&](u32 x, u32 y) {
+            const ZN_RGBA32F c = matte.getLayer(int(x), int(y), 0);
+            const ZN_RGBA32F rest = matte.getLayer(int(x), int(y), 1);
+            ASSERT_NEAR(c.g + c.a + rest.g + rest.a, 1.0f, 1e-4f);
+            edges += c.a > 0.05f;
+        });
+        EXPECT_GT(edges, 20u);
+        EXPECT_NE(matte.getManifest(znRTCryptomatte::objects).find("/ball/node"),
+                  std::string::npos);
+        EXPECT_NE(matte.getManifest(znRTCryptomatte::materials).find("plaster"), std::string::npos);
+    }
+}
+
+TEST_F(RenderPasses, ForgetTheMatteOfTheImageBefore)
+{
+    resizeAll(32, 24);
+    makeScene();
+    renderStill(1);
+    sphere->getParent()->setHidden(true);
+    renderStill(1);
+    const u32 ball = znRTCryptomatte::hash("/ball/node");
+    matte.sort();
+    for (int layer = 0; layer < 3; ++layer)
+        EXPECT_NE(std::bit_cast<u32>(matte.getLayer(16, 12, layer).r), ball);
+}
+
+// What is asked for by mask comes back in the order of the passes, each finished by its own rules.
+TEST_F(RenderPasses, ComeBackByMaskInTheFormatAskedFor)
+{
+    resizeAll(32, 24);
+    makeScene();
+    begin(true);
+    accumulate(4, 1);
+    const u64 mask = u64(1) << ZN_PASS_BEAUTY | u64(1) << ZN_PASS_NORMAL |
+                     u64(1) << ZN_PASS_CRYPTO_OBJECT_00 | u64(1) << ZN_PASS_POSITION |
+                     u64(1) << ZN_PASS_CRYPTO_MATERIAL_02;
+    view.record.m_iteration = 3;
+    instance->getSubFrame(&view.record, ZN_FORMAT_RGBA32F, false, 0); // this iteration is traced
+    const std::vector<void*> images =
+        instance->getRenderpassesSubFrame(&view.record, mask, ZN_FORMAT_RGBA32F, true, 0);
+    ASSERT_EQ(images.size(), 5u);
+    const auto pixel = [&](std::size_t image, u32 x, u32 y) {
+        return static_cast<const ZN_RGBA32F*>(images[image])[y * 32 + x];
+    };
+    EXPECT_LT(contrast(pixel(1, 16, 12), at(ZN_PASS_NORMAL, 16, 12)), 1e-6f);
+    EXPECT_EQ(std::bit_cast<u32>(pixel(2, 16, 12).r), znRTCryptomatte::hash("/ball/node"));
+    EXPECT_EQ(pixel(3, 16, 12).a, 0.0f) << "no third rank here";
+    EXPECT_LT(contrast(pixel(4, 16, 12), at(ZN_PASS_POSITION, 16, 12)), 1e-6f);
+}
