@@ -78,4 +78,7 @@ TEST(GaussianFilter, WeighsByTheProductOfTwoBells)
     const znGaussianISFilter filter(0.5f, 0.5f);
     EXPECT_FLOAT_EQ(filter.evaluate(0.0f, 0.0f), 1.0f);
     EXPECT_FLOAT_EQ(filter.evaluate(0.5f, 0.25f), std::exp(-8.0f * 0.3125f));
+    // The bell has no rim: beyond the radius it goes on falling.
+    EXPECT_FLOAT_EQ(filter.evaluate(1.0f, 0.0f), std::exp(-8.0f));
+    EXPECT_EQ(filter.evaluate(20.0f, 0.0f), 0.0f);
 }
