@@ -73,6 +73,9 @@ protected:
             instance->updateRendertargets(&view.record, false);
             ASSERT_FALSE(trace(1));
         }
+        offsetCamera->setOffsetX(0.0f); // the matrices are those of pixel centres again
+        offsetCamera->setOffsetY(0.0f);
+        updateCamera();
     }
     const ZN_RGBA32F& at(u32 layer, u32 x, u32 y) const
     {
