@@ -85,6 +85,44 @@ TEST(IntegratorChoice, SwitchesPlatesAndColourForSingleLayers)
     EXPECT_EQ(chooseIntegrator(0, 0, 0, false, false, ZN_OFFERS_EVERYTHING).occlusionPass, 0);
 }
 
+// What has nothing to show gives way to the normal display, and comes into its own as soon as the
+// scene has what it needs.
+TEST(IntegratorChoice, ShowsNormalsWhereTheSceneLacksWhatIsNeeded)
+{
+    const auto shown = [](u32 mode, u32 selector, u32 pass, u32 offers) {
+        return std::string(chooseIntegrator(mode, selector, pass, false, false, offers).row->name);
+    };
+    const std::string normals = "znRTNormalRenderingIntegrator";
+    EXPECT_EQ(shown(0, 0, 0, 0), normals);
+    EXPECT_EQ(shown(0, 0, 0, ZN_OFFERS_SHADING), "znRTDistributedIntegrator");
+    EXPECT_EQ(shown(0, 4, 0, 0), normals);
+    EXPECT_EQ(shown(0, 4, 0, ZN_OFFERS_SHADING), "znRTLightAnalyzingIntegrator");
+    EXPECT_EQ(shown(0, 5, 0, 0), "znRTDebugIntegrator");
+    EXPECT_EQ(shown(0, 6, 0, ZN_OFFERS_SHADING), normals);
+    EXPECT_EQ(shown(6, 0, 0, ZN_OFFERS_LUX), "znRTIlluminanceIntegrator");
+    EXPECT_EQ(shown(2, 0, 0, 0), "znRTDiscontinuityRenderingIntegrator");
+    EXPECT_EQ(shown(3, 0, 0, 0), "znRTAORenderingIntegrator");
+    EXPECT_EQ(shown(4, 0, 0, 0), normals);
+    EXPECT_EQ(shown(5, 0, 0, 0), normals);
+    EXPECT_EQ(shown(5, 0, 0, ZN_OFFERS_ANALYSIS), "znRTAnalyticRenderingIntegrator");
+    // Layers of geometry need no light.
+    EXPECT_EQ(shown(0, 0, 2, 0), normals);
+    for (u32 pass : {31u, 32u, 39u, 40u, 41u, 42u})
+        EXPECT_EQ(shown(0, 0, pass, 0), "znRTDistributedPassesIntegrator");
+}
+
+TEST(IntegratorTable, HasARowForEachIntegrator)
+{
+    for (u32 mode = 0; mode < 8; ++mode)
+        for (u32 selector = 0; selector < 8; ++selector)
+            for (u32 pass = 0; pass < 43; ++pass) {
+                const znRTIntegratorChoice choice =
+                    chooseIntegrator(mode, selector, pass, false, false, ZN_OFFERS_EVERYTHING);
+                ASSERT_STREQ(choice.row->name, choice.name);
+            }
+    EXPECT_EQ(findIntegratorRow("noIntegrator"), nullptr);
+}
+
 TEST(CopyFlags, AreReducedToWhatALayerShows)
 {
     EXPECT_EQ(reduceCopyFlags(182, 15), 54u);

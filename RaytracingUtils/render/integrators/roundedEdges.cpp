@@ -27,15 +27,15 @@ void adoptRoundedNormals(const znRTRayDifferentialPacket& ray, znRTDataBlockPack
         changed & (signs != zero) & (squareLength > znFloatType<2>(1e-12f));
     const znRTVector3fPacket h = toHalf * reciprocalSquareRoot(squareLength);
 
-    block.shadingNormal() = select(isBent, h, m);
-    block.facedNormal = select(changed, block.shadingNormal() * signs, block.facedNormal);
-    block.objectNormal =
-        select(isBent,
-               block.hasNodeTransforms
-                   ? znRTVectorMath::transformAsNormal(block.shadingNormal(), block.nodeToWorld)
-                         .getNormalized()
-                   : block.shadingNormal(),
-               block.objectNormal);
+    block.shadingNormal().setMasked(h, isBent);
+    block.facedNormal.setMasked(block.shadingNormal() * signs, changed & (signs != zero));
+    if (block.requirements & shadingRequirement::objectSpace) {
+        const znRTVector3fPacket inObject =
+            block.hasNodeTransforms
+                ? znRTVectorMath::transformAsNormal(h, block.nodeToWorld).getNormalized()
+                : h;
+        block.objectNormal.setMasked(inObject, isBent);
+    }
     block.updateCosIncidence(ray, isBent);
 }
 

@@ -2,7 +2,6 @@
 
 #include "host/znRTSurfaceAnalysisSettings.h"
 
-#include <cmath>
 #include <limits>
 #include <numbers>
 
@@ -10,27 +9,13 @@ namespace {
 
 constexpr float invPi = std::numbers::inv_pi_v<float>;
 
-/// A function of one or two floats, lane by lane: the angles are wanted exact, since the places of
-/// stripes are measured.
-template <class Function>
-znFloatType<2> perLane(Function&& f)
-{
-    return {f(0), f(1), f(2), f(3)};
-}
-
-znFloatType<2> angleTo(const znRTVector3f& axis, const znRTVector3fPacket& direction)
-{
-    const znFloatType<2> cosine = clamp(dot(direction, znRTVector3fPacket(axis)), -1.0f, 1.0f);
-    return perLane([&](int lane) { return std::acos(cosine[lane]); });
-}
-
 znFloatType<2> angleAbout(const znRTVector3f& axis, const znRTVector3f& tangent,
                           const znRTVector3fPacket& direction)
 {
     const znRTVector3f side = cross(axis, tangent), front = cross(side, axis);
     const znFloatType<2> x = dot(direction, znRTVector3fPacket(front));
     const znFloatType<2> y = dot(direction, znRTVector3fPacket(side));
-    return perLane([&](int lane) { return std::atan2(y[lane], x[lane]); });
+    return atan2(y, x);
 }
 
 /// Place along U, -1 to 1, where rays meet a parallelogram; NaN where they do not.
@@ -62,7 +47,8 @@ znFloatType<2> stripePlace(const znRTSurfaceAnalysisSettings& settings,
     const float count = settings.getStripeCount();
     switch (settings.getMode()) {
     case znRTSurfaceAnalysisSettings::linear:
-        return angleTo(settings.getLinearLightDirection(), direction) * (invPi * count);
+        return acos(dot(direction, znRTVector3fPacket(settings.getLinearLightDirection()))) *
+               (invPi * count);
     case znRTSurfaceAnalysisSettings::sphere:
         return angleAbout(settings.getLightSphereAxis(), settings.getLightSphereAxisUTangent(),
                           direction) *
