@@ -75,8 +75,12 @@ const znRTIntegratorRow& rowOf(const znRTIntegratorChoice& choice, u32 offers)
         return row;
     static znRTOnceWarning noShading("Materials do not shade yet: this view shows normals.");
     static znRTOnceWarning noLux("Illuminance is not measured yet: this view shows normals.");
+    static znRTOnceWarning noLight(
+        "Surface analysis has no light (its mode is off): this view shows normals.");
     if (needs & ZN_OFFERS_LUX)
         noLux();
+    else if (needs & ZN_OFFERS_ANALYSIS)
+        noLight();
     else
         noShading();
     return *findIntegratorRow("znRTNormalRenderingIntegrator");

@@ -4,7 +4,7 @@
 #include "brdf/znRTONB.h"
 #include "core/rayTypes.h"
 #include "core/surfaceOffset.h"
-#include "gi/znRTPoisson.h"
+#include "gi/randomDecisions.h"
 #include "host/znRTRaytracingSettings.h"
 #include "render/createTask.h"
 #include "render/integratorTasks.h"
@@ -56,13 +56,10 @@ znFloatType<2> openShare(const znRTRayPacket& ray, const znRTDataBlockPacket& bl
     const znIntType<2> type = occlusionType(ray);
     const znFloatType<2> tMin(znRTRenderUtils::s_minDistance), tMax(occlusionReach());
     const int rays = raysPerHit(), lanes = moveMask(hits.live);
-    // Consecutive rows of the point table: all samples of a pixel together are well spread.
-    const znIntType<2> firstRow =
-        hits.state.pixelSeed + znIntType<2>(hits.state.sampleIndex * rays);
-
     znFloatType<2> open(0.0f);
     for (int i = 0; i < rays; ++i) {
-        const znRTVector2fPacket sample = znRTPoisson::getRows(firstRow + znIntType<2>(i));
+        const znRTVector2fPacket sample =
+            drawPair(hits.state, RandomDecision::environment, rays, i, lanes);
         const znRTRayPacket probe(origin, frame.toWorld(cosineDirection(sample)), ray.pixelX,
                                   ray.pixelY, ray.weight, type);
         znRTHitInfoPacket hit;
