@@ -16,15 +16,16 @@ struct znRTFacetSlopes
 
     /// @param x, y  slopes, held inside lobeMath::minSlope..1: a zero has no density to speak of
     /// @param angle degrees, from the frame's u toward v
-    void set(float x, float y, float angle);
+    /// @return whether something changed
+    bool set(float x, float y, float angle);
 };
 
-inline void znRTFacetSlopes::set(float x, float y, float angle)
+inline bool znRTFacetSlopes::set(float x, float y, float angle)
 {
     const float newX = std::clamp(x, lobeMath::minSlope, 1.0f);
     const float newY = std::clamp(y, lobeMath::minSlope, 1.0f);
     if (newX == alphaX && newY == alphaY && angle == degrees)
-        return;
+        return false;
     alphaX = newX;
     alphaY = newY;
     degrees = angle;
@@ -32,6 +33,7 @@ inline void znRTFacetSlopes::set(float x, float y, float angle)
     const float radians = degrees * (lobeMath::pi / 180.0f);
     sinRotation = std::sin(-radians);
     cosRotation = std::cos(radians);
+    return true;
 }
 
 struct znRTFacetSlopesLanes

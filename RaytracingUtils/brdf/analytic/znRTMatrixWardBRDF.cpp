@@ -28,20 +28,23 @@ struct znRTMatrixWardBRDF<PerLane>::Gauss
             }
         }
         const znRTVector3fPacket sum = wo + wi;
-        z = sum.z;
-        invZ = reciprocalOrZero(lobeMath::positive(z));
-        squareLength = sum.getSquareLength();
+        invZ = reciprocalOrZero(lobeMath::positive(sum.z));
         const znFloatType<2> x = sum.x * invZ, y = sum.y * invZ;
-        valid = (wo.z > zero) & (wi.z > zero);
-        gauss = exp(-((m00 * x + m01 * y) * x + (m01 * x + m11 * y) * y)) & valid;
+        squareSecant = square(x) + square(y) + 1.0f;
+        gauss = exp(-((m00 * x + m01 * y) * x + (m01 * x + m11 * y) * y)) & (wo.z > zero) &
+                (wi.z > zero);
     }
 
     /// Half of the norm, |s|^2 / z^4, and the Jacobian (1 + wi.z / wo.z) wo.z, which is z: so
     /// written it has no 0 / 0 at grazing views.
-    znFloatType<2> pdf() const { return norm * gauss * 0.5f * (squareLength * invZ * invZ * invZ); }
-    znFloatType<2> value() const { return norm * gauss * (squareLength * square(invZ * invZ)); }
+    znFloatType<2> pdf() const { return norm * 0.5f * gauss * squareSecant * invZ & isBright(); }
+    znFloatType<2> value() const { return norm * gauss * squareSecant * invZ * invZ & isBright(); }
 
-    znFloatType<2> norm, gauss, z, invZ, squareLength, valid;
+    /// Where the Gaussian has faded, the powers of 1 / z may be infinite.
+    znFloatType<2> isBright() const { return gauss > znFloatType<2>(0.0f); }
+
+    znFloatType<2> norm, gauss, invZ;
+    znFloatType<2> squareSecant; ///< |s|^2 / z^2
 };
 
 template <int PerLane>
@@ -55,9 +58,8 @@ void znRTMatrixWardBRDF<PerLane>::setup(const znRTBxDFAttributes& attributes, un
 {
     setSampleCount(count);
     const auto* const record = dynamic_cast<const znRTBSDFAttributes*>(&attributes);
-    if (!record)
+    if (!record || !slopes.set(record->roughnessX, record->roughnessY, 0.0f))
         return;
-    slopes.set(record->roughnessX, record->roughnessY, 0.0f);
     const float a00 = slopes.alphaX * slopes.alphaX, a11 = slopes.alphaY * slopes.alphaY;
     // The root of the determinant, not of the product of both slopes: only so the density
     // integrates to 1.
