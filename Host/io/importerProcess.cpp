@@ -14,6 +14,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -282,7 +283,8 @@ std::string findImportProgram()
 
 osg::Ref<osg::FieldContainer> importScene(const std::string& path,
                                           const std::vector<std::string>& includeFolders,
-                                          const Limits& limits, const ImportProgram& program)
+                                          const Limits& limits, const FileConventions& conventions,
+                                          const ImportProgram& program)
 {
     // What is wrong with the file itself is said without starting anything.
     InputFile::open(path, limits);
@@ -298,6 +300,11 @@ osg::Ref<osg::FieldContainer> importScene(const std::string& path,
         if (limits.*entry.value != Limits().*entry.value)
             arguments.insert(arguments.end(), {"--limit", std::string(entry.name) + "=" +
                                                               std::to_string(limits.*entry.value)});
+    if (conventions.upAxis)
+        arguments.insert(arguments.end(), {"--up", std::string(1, conventions.upAxis)});
+    if (conventions.metresPerUnit > 0.0)
+        arguments.insert(arguments.end(),
+                         {"--metres-per-unit", fmt::format("{}", conventions.metresPerUnit)});
     arguments.insert(arguments.end(), {"--", path});
 
     const Result result = run(path, arguments, limits);

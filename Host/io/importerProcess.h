@@ -6,6 +6,7 @@
 // of it, the caller sees a scene or one line.
 
 #include "host/osg/FieldContainer.h"
+#include "io/FileConventions.h"
 #include "io/Limits.h"
 
 #include <string>
@@ -23,13 +24,14 @@ struct ImportProgram
 /// Reads a scene of a foreign format: OBJ, PLY, STL, FBX, Collada.
 /// @param path            as the user named it
 /// @param includeFolders  further folders that references may reach
+/// @param conventions     of formats that do not say which axis is up and what their unit is
 /// @return root of the archive that the program wrote
 /// @throws InputError: the program is not installed, refused the file, crashed, hung, or needed
-/// more
-///         than importMemory or importSeconds
+///                     more than importMemory or importSeconds
 osg::Ref<osg::FieldContainer> importScene(const std::string& path,
                                           const std::vector<std::string>& includeFolders = {},
                                           const Limits& limits = {},
+                                          const FileConventions& conventions = {},
                                           const ImportProgram& program = {});
 
 /// Where the program stands; empty when it is not there.

@@ -1,5 +1,6 @@
 #include "io/sceneReader.h"
 
+#include "host/znLog.h"
 #include "io/InputError.h"
 #include "io/gltfReader.h"
 #include "io/importerProcess.h"
@@ -44,6 +45,13 @@ SceneFormat recognizeScene(const std::string& path, const Limits& limits)
     return SceneFormat::imported;
 }
 
+/// Whether a format leaves up axis and unit to its users.
+bool isOpenToConventions(const std::string& path, SceneFormat format)
+{
+    const std::string suffix = lowerSuffix(path);
+    return format == SceneFormat::imported && suffix != ".fbx" && suffix != ".dae";
+}
+
 SceneFile fromRoot(const std::string& path, const osg::Ref<osg::FieldContainer>& content)
 {
     osg::Ref<osg::Node> root = osg::Node::Ptr::dcast(content.get());
@@ -62,7 +70,8 @@ SceneFile fromRoot(const std::string& path, const osg::Ref<osg::FieldContainer>&
 SceneFile readScene(const std::string& path, const SceneReadOptions& options)
 {
     SceneFile scene;
-    switch (recognizeScene(path, options.limits)) {
+    const SceneFormat format = recognizeScene(path, options.limits);
+    switch (format) {
     case SceneFormat::gltf:
         scene = readGltf(path, options.includeFolders, options.limits);
         break;
@@ -72,9 +81,14 @@ SceneFile readScene(const std::string& path, const SceneReadOptions& options)
         break;
     }
     case SceneFormat::imported:
-        scene = fromRoot(path, importScene(path, options.includeFolders, options.limits));
+        scene = fromRoot(
+            path, importScene(path, options.includeFolders, options.limits, options.conventions));
         break;
     }
+    if (options.conventions.isGiven() && !isOpenToConventions(path, format))
+        znLog::warning((printable(path) + ": states its up axis and unit itself; --up and --unit "
+                                          "are left out")
+                           .c_str());
     if (scene.root->getWorldBox().isEmpty())
         throw InputError(path, "holds nothing that could be seen");
     return scene;

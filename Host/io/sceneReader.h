@@ -6,6 +6,7 @@
 //   OBJ, PLY, STL, FBX, Collada by the import program, which hands over an archive
 // Whatever the file's axes are, the result is right-handed with z up and in metres.
 
+#include "io/FileConventions.h"
 #include "io/Limits.h"
 #include "io/SceneFile.h"
 
@@ -18,6 +19,7 @@ struct SceneReadOptions
 {
     std::vector<std::string> includeFolders; ///< further folders that references may reach
     Limits limits;
+    FileConventions conventions; ///< for files that do not say what is up and how long a unit is
 };
 
 /// @throws InputError

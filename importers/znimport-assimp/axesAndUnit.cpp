@@ -83,24 +83,25 @@ void tell(const Axes& axes, float metres, const char* remark)
 
 } // namespace
 
-osg::Matrix axesAndUnit(const aiScene& scene, const std::string& file)
+osg::Matrix axesAndUnit(const aiScene& scene, const std::string& file,
+                        const io::FileConventions& conventions)
 {
     const std::string suffix = suffixOf(file);
     if (suffix == ".dae") {
         znLog::info("info: up axis and unit as the file states them");
         return matrixOf(Axes(), 1.0f);
     }
-    Axes axes;
-    float metres = 1.0f;
     if (suffix == ".fbx") {
-        metres = 0.01f;
-        if (scene.mMetaData) {
-            axes = fbxAxes(*scene.mMetaData);
-            metres = fbxMetres(*scene.mMetaData);
-        }
-    } else if (suffix == ".stl") {
-        axes = {0, 2, 1, 1, 1, -1};
+        const Axes axes = scene.mMetaData ? fbxAxes(*scene.mMetaData) : Axes();
+        const float metres = scene.mMetaData ? fbxMetres(*scene.mMetaData) : 0.01f;
+        tell(axes, metres, "");
+        return matrixOf(axes, metres);
     }
-    tell(axes, metres, suffix == ".fbx" ? "" : " (the format has no unit)");
+    // What follows says neither: what the user said, else what most files of the format mean.
+    const Axes zUp{0, 2, 1, 1, 1, -1};
+    const char up = conventions.upAxis ? conventions.upAxis : suffix == ".stl" ? 'z' : 'y';
+    const Axes axes = up == 'z' ? zUp : Axes();
+    const float metres = conventions.metresPerUnit > 0.0 ? float(conventions.metresPerUnit) : 1.0f;
+    tell(axes, metres, " (the format does not say; --up and --unit do)");
     return matrixOf(axes, metres);
 }

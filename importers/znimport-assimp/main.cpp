@@ -1,4 +1,5 @@
-// znimport-assimp [-I DIR]... [--limit NAME=N]... [--check-confinement] -- SCENE
+// znimport-assimp [-I DIR]... [--limit NAME=N]... [--up y|z] [--metres-per-unit N]
+//                 [--check-confinement] -- SCENE
 //
 // Reads OBJ, PLY, STL, FBX or Collada and writes a scene archive to standard output. Standard error
 // takes one line per message: "info: ", "warning: " or "error: ". Exit 0 done, 1 the file is no
@@ -7,12 +8,12 @@
 #include "AssimpFiles.h"
 #include "axesAndUnit.h"
 #include "buildScene.h"
+#include "checkPly.h"
 #include "cleanScene.h"
 #include "host/znLog.h"
 #include "io/InputError.h"
 #include "io/sceneArchive.h"
 #include "mtlPlacement.h"
-#include "plyHeader.h"
 #include "sandbox.h"
 
 #include <algorithm>
@@ -21,6 +22,7 @@
 #include <assimp/importerdesc.h>
 #include <assimp/postprocess.h>
 #include <cerrno>
+#include <charconv>
 #include <new>
 #include <strings.h>
 #include <unistd.h>
@@ -37,8 +39,25 @@ struct Options
     std::string scene;
     std::vector<std::string> folders;
     io::Limits limits;
+    io::FileConventions conventions;
     bool checksConfinement = false;
 };
+
+char upAxis(std::string_view text)
+{
+    if (text != "y" && text != "z")
+        throw std::invalid_argument("no upward axis: " + io::printable(text));
+    return text[0];
+}
+
+double metres(std::string_view text)
+{
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || !(value > 0.0 && value < 1e9))
+        throw std::invalid_argument("no length of a unit: " + io::printable(text));
+    return value;
+}
 
 Options parse(int count, char** arguments)
 {
@@ -49,6 +68,10 @@ Options parse(int count, char** arguments)
             options.folders.push_back(arguments[++i]);
         else if (argument == "--limit" && i + 1 < count)
             options.limits.set(arguments[++i]);
+        else if (argument == "--up" && i + 1 < count)
+            options.conventions.upAxis = upAxis(arguments[++i]);
+        else if (argument == "--metres-per-unit" && i + 1 < count)
+            options.conventions.metresPerUnit = metres(arguments[++i]);
         else if (argument == "--check-confinement")
             options.checksConfinement = true;
         else if (argument == "--" && i + 2 == count)
@@ -77,14 +100,14 @@ void keepFormats(Assimp::Importer& importer)
     }
 }
 
-/// Headers that the library does not get over.
-void checkHeader(const Options& options)
+/// Damage that the library does not get over, or does not notice.
+void checkFile(const Options& options)
 {
     const std::size_t dot = std::min(options.scene.rfind('.'), options.scene.size());
     if (::strcasecmp(options.scene.c_str() + dot, ".ply") != 0)
         return;
     io::InputFile file = io::InputFile::open(options.scene, options.limits);
-    checkPlyHeader(file);
+    checkPly(file);
 }
 
 /// What the library threw, or its message. Its name for the file is not the user's.
@@ -136,7 +159,7 @@ void import(const Options& options)
             writeToOutput((door + "\n").data(), door.size() + 1);
         return;
     }
-    checkHeader(options);
+    checkFile(options);
     Assimp::Importer importer;
     keepFormats(importer);
     AssimpFiles* const files = new AssimpFiles(folder);
@@ -158,7 +181,8 @@ void import(const Options& options)
     addMaterialPlacements(scene, *files);
     if (scene.mNumCameras + scene.mNumLights + scene.mNumAnimations > 0)
         znLog::info("info: cameras, lights and animations of this format are left out");
-    const osg::Ref<osg::Node> root = buildScene(scene, axesAndUnit(scene, options.scene), folder);
+    const osg::Ref<osg::Node> root =
+        buildScene(scene, axesAndUnit(scene, options.scene, options.conventions), folder);
     io::writeSceneArchive(root.get(), writeToOutput);
 }
 

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -222,6 +223,27 @@ TEST_F(Import, KeepsStlAsItStands)
     EXPECT_EQ(content.box.maximum, osg::Pnt3f(2, 3, 0));
 }
 
+// OBJ, PLY and STL do not say what is up and how long a unit is; the user does.
+TEST_F(Import, TakesAxisAndUnitFromTheUserWhereTheFormatHasNone)
+{
+    const std::string path = folder.write("flag.obj", triangleObj);
+    const auto boxWith = [&](char up, double metres) {
+        scene = importScene(path, {}, {}, {up, metres});
+        return contentOf(osg::NodePtr::dcast(scene.get())).box;
+    };
+    EXPECT_EQ(boxWith('z', 0.0).maximum, osg::Pnt3f(2, 3, 0));
+    EXPECT_EQ(boxWith('y', 0.0).maximum, osg::Pnt3f(2, 0, 3));
+    const osg::Box inches = boxWith('z', 0.0254);
+    EXPECT_NEAR(inches.maximum[0], 2 * 0.0254f, 1e-7f);
+    EXPECT_NEAR(inches.maximum[1], 3 * 0.0254f, 1e-7f);
+    // FBX states both.
+    const std::string fbx = folder.write(
+        "a.fbx", replaced(replaced(replaced(fbxText, "@UP", "2"), "@FRONT", "1"), "@SIGN", "-1"));
+    const osg::Box own = contentOf(load(fbx)).box;
+    scene = importScene(fbx, {}, {}, {'y', 1.0});
+    EXPECT_EQ(contentOf(osg::NodePtr::dcast(scene.get())).box.maximum, own.maximum);
+}
+
 // The triangle lies in the plane of x and y, ten above zero in z.
 TEST_F(Import, TakesAxesAndUnitOfFbxFromTheFile)
 {
@@ -380,6 +402,45 @@ TEST_F(Import, NamesTheLineOfADamagedPlyHeader)
     EXPECT_NE(refusal(folder.write("b.ply", header)).find("no end"), std::string::npos);
 }
 
+// The import library takes what is missing for zeros or leaves it out without a word.
+TEST_F(Import, RefusesPlyFilesThatEndBeforeTheirLastElement)
+{
+    const auto header = [](const char* format) {
+        return std::string("ply\nformat ") + format +
+               " 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\n"
+               "element face 1\nproperty list uchar int vertex_indices\nend_header\n";
+    };
+    const std::string text = header("ascii") + "0 0 0\n2 0 0\n0 3 0\n3 0 1 2\n";
+    EXPECT_EQ(contentOf(load(folder.write("whole.ply", text))).triangles, 1u);
+    EXPECT_EQ(contentOf(load(folder.write("open.ply", text.substr(0, text.size() - 1)))).triangles,
+              1u);
+    const std::size_t lastLine = text.rfind("3 0 1 2");
+    EXPECT_TRUE(refusal(folder.write("cut.ply", text.substr(0, lastLine)))
+                    .ends_with("damaged PLY: ends after 3 of 4 elements"));
+
+    for (const bool isBig : {false, true}) {
+        std::string bytes = header(isBig ? "binary_big_endian" : "binary_little_endian");
+        const auto add = [&](u32 word) {
+            for (int i = 0; i < 4; ++i)
+                bytes += char(word >> 8 * (isBig ? 3 - i : i));
+        };
+        for (const float value : {0.0f, 0.0f, 0.0f, 2.0f, 0.0f, 0.0f, 0.0f, 3.0f, 0.0f})
+            add(std::bit_cast<u32>(value));
+        const std::size_t listAt = bytes.size();
+        bytes += '\3';
+        for (const u32 index : {0u, 1u, 2u})
+            add(index);
+        EXPECT_EQ(contentOf(load(folder.write("whole.ply", bytes))).triangles, 1u);
+        for (const std::size_t cut : {bytes.size() - 1, listAt, listAt - 1, listAt - 36})
+            EXPECT_NE(refusal(folder.write("cut.ply", bytes.substr(0, cut))).find("ends too early"),
+                      std::string::npos)
+                << cut;
+        bytes[listAt] = '\377';
+        EXPECT_NE(refusal(folder.write("long.ply", bytes)).find("ends too early"),
+                  std::string::npos);
+    }
+}
+
 TEST_F(Import, TakesHostileNames)
 {
     for (const std::string name : {"-I.obj", "a b\xe2\x9d\xa4.obj", "a%20b.obj", "new\nline.obj",
@@ -415,7 +476,7 @@ TEST_F(Import, TurnsEveryEndOfTheProgramIntoOneLine)
         io::ImportProgram program;
         program.path = "/bin/sh";
         program.arguments = {"-c", script};
-        const std::string text = messageOf([&] { importScene(path, {}, limits, program); });
+        const std::string text = messageOf([&] { importScene(path, {}, limits, {}, program); });
         EXPECT_EQ(text.rfind(path + ": ", 0), 0u) << text;
         return text.substr(std::min(text.size(), path.size() + 2));
     };
