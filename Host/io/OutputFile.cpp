@@ -276,6 +276,7 @@ OutputFile::OutputFile(const std::string& path, Existing existing)
         m_temporary.clear();
         failWith("cannot be written", errno);
     }
+    m_entry.set(m_temporary);
     // Closing one descriptor reports late errors; the lock goes only with the last.
     m_lock = ::fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0);
     if (exists)
@@ -304,6 +305,7 @@ void OutputFile::discard() noexcept
 {
     if (!m_temporary.empty())
         ::unlink(m_temporary.c_str());
+    m_entry.reset();
     m_temporary.clear();
     for (int* descriptor : {&m_descriptor, &m_lock}) {
         if (*descriptor >= 0)

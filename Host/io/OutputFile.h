@@ -8,6 +8,7 @@
 
 #include "host/znAligned.h"
 #include "io/OutputError.h"
+#include "io/temporaryFiles.h"
 
 #include <string>
 #include <vector>
@@ -63,6 +64,7 @@ private:
     std::string m_name;      ///< as the user wrote it
     std::string m_target;    ///< links resolved
     std::string m_temporary; ///< empty: written straight, or done
+    TemporaryEntry m_entry;  ///< of the temporary file
     Existing m_existing;
     int m_descriptor = -1;
     int m_lock = -1; ///< second descriptor of the same file; keeps the lock until the rename

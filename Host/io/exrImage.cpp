@@ -1,7 +1,6 @@
 // OpenEXR, first part: RGB, RGBA, luminance with or without chroma, half or float.
 
-#include "io/exrStreams.h"
-#include "io/imageCodecs.h"
+#include "io/exrWriting.h"
 
 #include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>
@@ -164,35 +163,6 @@ void takeDescription(const Imf::Header& header, ImageData& image)
             image.metadata[attribute.name()] = text->value();
 }
 
-Imf::Compression compressionOf(OutputFile& file, const std::string& name)
-{
-    const std::pair<const char*, Imf::Compression> known[] = {
-        {"", Imf::ZIP_COMPRESSION},       {"none", Imf::NO_COMPRESSION},
-        {"rle", Imf::RLE_COMPRESSION},    {"zips", Imf::ZIPS_COMPRESSION},
-        {"zip", Imf::ZIP_COMPRESSION},    {"piz", Imf::PIZ_COMPRESSION},
-        {"pxr24", Imf::PXR24_COMPRESSION}};
-    for (const auto& [text, compression] : known)
-        if (name == text)
-            return compression;
-    file.fail("OpenEXR has no compression '" + name + "' here (none, rle, zips, zip, piz, pxr24)");
-}
-
-/// Windows of a written image: display window at (0, 0), data window where the image stands.
-Imf::Header headerOf(const ImageData& image)
-{
-    const u32 width = image.displayWidth ? image.displayWidth : image.width;
-    const u32 height = image.displayHeight ? image.displayHeight : image.height;
-    const Imath::V2i corner(image.offsetX, image.offsetY);
-    const Imath::Box2i display(Imath::V2i(0, 0), Imath::V2i(int(width) - 1, int(height) - 1));
-    const Imath::Box2i data(corner,
-                            corner + Imath::V2i(int(image.width) - 1, int(image.height) - 1));
-    Imf::Header header(display, data);
-    for (const auto& [key, value] : image.metadata)
-        if (!key.empty() && key.size() < 256 && header.find(key.c_str()) == header.end())
-            header.insert(key, Imf::StringAttribute(value));
-    return header;
-}
-
 } // namespace
 
 std::vector<Imf::Header> readExrHeaders(InputFile& file)
@@ -255,30 +225,21 @@ void writeExr(OutputFile& file, const ImageData& image, const ImageWriteOptions&
         converted(image, bits == 16 ? ImageData::Type::half : ImageData::Type::float32);
     const Imf::PixelType type = bits == 16 ? Imf::HALF : Imf::FLOAT;
     const char* const names[5][4] = {{}, {"Y"}, {"Y", "A"}, {"R", "G", "B"}, {"R", "G", "B", "A"}};
-    const u32 size = ImageData::bytes(values.type);
 
-    Imf::Header header = headerOf(values);
-    header.compression() = compressionOf(file, options.compression);
+    Imf::Header header = exrHeader(values);
+    header.compression() = exrCompression(file, options.compression);
     Imf::FrameBuffer buffer;
     for (u32 c = 0; c < values.channels; ++c) {
         const char* const name = names[values.channels][c];
         header.channels().insert(name, Imf::Channel(type));
-        buffer.insert(name,
-                      Imf::Slice::Make(type, values.values.data() + c * size, header.dataWindow(),
-                                       values.channels * size, values.getRowSize()));
+        buffer.insert(name, exrSlice(values, c, header));
     }
-    try {
+    guardedWriting(file, [&] {
         ExrOutputStream stream(file);
         Imf::OutputFile output(stream, header, 0);
         output.setFrameBuffer(buffer);
         output.writePixels(int(values.height));
-    } catch (const OutputError&) {
-        throw;
-    } catch (const std::bad_alloc&) {
-        throw;
-    } catch (const std::exception& error) {
-        file.fail("OpenEXR: " + oneLine(error.what()));
-    }
+    });
 }
 
 } // namespace io

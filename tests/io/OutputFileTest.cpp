@@ -325,7 +325,7 @@ TEST(OutputFile, IsWholeWhenTwoProcessesWriteIt)
     const TemporaryFolder folder;
     const std::string path = folder.path("a.png");
     const std::string texts[] = {newContent(), newContent().substr(1000)};
-    for (int round = 0; round < 20; ++round) {
+    for (int round = 0; round < 100; ++round) {
         const pid_t child = ::fork();
         if (child == 0)
             ::_exit(messageOf([&] { writeFile(path, texts[0]); }) == "(nothing thrown)" ? 0 : 1);
