@@ -33,6 +33,20 @@ constexpr int interactiveMode = 1, stillMode = 2;
 constexpr u32 linearCopyFlags = 32 + 128;
 constexpr u32 displayCopyFlags = 4 + 16 + 32 + 128;
 
+/// Files run from top to bottom, frames from bottom to top.
+io::ImageData toImage(const std::vector<ZN_RGBA32F>& pixels, const znRaytracerP& view)
+{
+    const u32 width = view.m_renderWidth, height = view.m_renderHeight;
+    io::ImageData image;
+    image.allocate(width, height, 4, io::ImageData::Type::float32);
+    image.gamma = 1.0f;
+    const u64 rowSize = image.getRowSize();
+    for (u32 y = 0; y < height; ++y)
+        std::memcpy(image.values.data() + rowSize * y,
+                    pixels.data() + u64(width) * (height - 1 - y), rowSize);
+    return image;
+}
+
 int interactiveSamples(int samples)
 {
     int result = 1;
@@ -86,7 +100,8 @@ void FrameDriver::setScene(const osg::NodePtr& scene)
 u64 FrameDriver::bytesNeeded(const FrameSettings& settings)
 {
     // The frame that is handed out stands beside the buffers it is made from.
-    return ViewBuffers::bytesNeeded(settings.width, settings.height, 1, settings.isStill) +
+    return ViewBuffers::bytesNeeded(settings.width, settings.height, 1, settings.isStill,
+                                    settings.passes) +
            u64(settings.width) * settings.height * sizeof(ZN_RGBA32F);
 }
 
@@ -109,7 +124,12 @@ void FrameDriver::prepare(const FrameSettings& settings, const osg::CameraPtr& c
     instance->setRaytracingRenderRegion({region[0], region[1], region[2], region[3]});
     instance->setImageSamples(settings.samples);
     instance->setInteractiveImageSamples(interactiveSamples(settings.samples));
-    buffers.resize(settings.width, settings.height, 1, settings.isStill);
+    const u64 passes = settings.passes & ~u64(1); // the beauty is always there
+    buffers.resize(settings.width, settings.height, 1, settings.isStill, passes);
+    if (view.m_cryptomatte)
+        view.m_cryptomatte->clear();
+    view.m_renderPassesEnabled = passes != 0;
+    view.m_currentPass = passes ? 0 : settings.shownPass;
     view.m_renderMode = settings.renderMode;
     view.m_iteration = 0;
     view.m_iterationCount = settings.isStill ? u32(passesPerSample * settings.samples) : 1;
@@ -233,18 +253,40 @@ FrameReport FrameDriver::render(const FrameSettings& settings, const osg::Camera
     }
 }
 
-io::ImageData FrameDriver::getImage(Colors colors)
+void FrameDriver::copyPass(u32 pass, u32 flags, std::vector<ZN_RGBA32F>& pixels)
 {
     znRaytracerP& view = buffers.view();
     const u32 width = view.m_renderWidth, height = view.m_renderHeight;
-    io::ImageData image;
-    image.allocate(width, height, 4, io::ImageData::Type::float32);
-    image.gamma = colors == Colors::display ? 2.2f : 1.0f;
+    pixels.resize(u64(width) * height);
+    if (view.m_passBuffers[pass])
+        instance->applyImageProcessing(&view, view.m_passBuffers[pass], pixels.data(),
+                                       ZN_FORMAT_RGBA32F, false, 0, width, 0, height, pass, flags,
+                                       false);
+}
 
-    std::vector<ZN_RGBA32F> pixels(u64(width) * height);
-    const u32 flags = colors == Colors::display ? displayCopyFlags : linearCopyFlags;
-    instance->applyImageProcessing(&view, view.m_passBuffers[0], pixels.data(), ZN_FORMAT_RGBA32F,
-                                   false, 0, width, 0, height, 0, flags, false);
+io::ImageData FrameDriver::getPass(u32 pass)
+{
+    std::vector<ZN_RGBA32F> pixels;
+    if (!isCryptomattePass(pass)) {
+        copyPass(pass, linearCopyFlags, pixels);
+        return toImage(pixels, buffers.view());
+    }
+    const znRaytracerP& view = buffers.view();
+    pixels.resize(u64(view.m_renderWidth) * view.m_renderHeight);
+    if (view.m_cryptomatte) {
+        view.m_cryptomatte->sort();
+        for (u64 i = 0; i < pixels.size(); ++i)
+            pixels[i] = view.m_cryptomatte->getLayer(int(i % view.m_renderWidth),
+                                                     int(i / view.m_renderWidth),
+                                                     int(pass - ZN_PASS_CRYPTO_OBJECT_00));
+    }
+    return toImage(pixels, view);
+}
+
+io::ImageData FrameDriver::getImage(Colors colors)
+{
+    std::vector<ZN_RGBA32F> pixels;
+    copyPass(0, colors == Colors::display ? displayCopyFlags : linearCopyFlags, pixels);
     if (colors == Colors::display) {
         const znColorProfile profile =
             znImagePostprocessor::getImagePostprocessor(viewport.get().get()).profile;
@@ -252,10 +294,7 @@ io::ImageData FrameDriver::getImage(Colors colors)
             _mm_store_ps(&pixel.r,
                          znRTColorTransforms::applyColorProfile(_mm_load_ps(&pixel.r), profile));
     }
-    // Files run from top to bottom, frames from bottom to top.
-    const u64 rowSize = image.getRowSize();
-    for (u32 y = 0; y < height; ++y)
-        std::memcpy(image.values.data() + rowSize * y,
-                    pixels.data() + u64(width) * (height - 1 - y), rowSize);
+    io::ImageData image = toImage(pixels, buffers.view());
+    image.gamma = colors == Colors::display ? 2.2f : 1.0f;
     return image;
 }

@@ -30,6 +30,8 @@ struct FrameSettings
     /// Left, bottom, right, top of what is rendered, 0..1; the rest stays black.
     std::array<float, 4> region{0.0f, 0.0f, 1.0f, 1.0f};
     u32 renderMode = 1; ///< integrator: 0 beauty, 1 normals
+    u64 passes = 0;     ///< layers to render beside the picture, one bit per pass (znRenderPass)
+    u32 shownPass = 0;  ///< layer that the picture shows instead of the beauty; not with passes
     int threads = 0;    ///< 0 = all that the process may use
     u32 tileSize = 32;  ///< pixels
 };
@@ -84,6 +86,11 @@ public:
     };
     /// The last image, RGBA floats, alpha as coverage.
     io::ImageData getImage(Colors colors);
+    /// A layer of the last image in scene values, RGBA floats; of id mattes two ranks, each an id
+    /// as float and its coverage. All zero when the layer was not rendered.
+    io::ImageData getPass(u32 pass);
+    /// Id mattes of the last image, null without.
+    const znRTCryptomatte* getCryptomatte() { return buffers.view().m_cryptomatte; }
 
     znRaytracingUtilsBase& utils() { return *instance; }
     znRaytracerP& view() { return buffers.view(); }
@@ -95,6 +102,7 @@ private:
                             const ProgressCallback& progress);
     FrameReport renderInteractive(const FrameSettings& settings, const osg::CameraPtr& camera,
                                   const ProgressCallback& progress);
+    void copyPass(u32 pass, u32 flags, std::vector<ZN_RGBA32F>& pixels);
     static bool abortRequested(void* driver);
     Stop askStop() const { return stopCallback ? stopCallback() : Stop::no; }
 

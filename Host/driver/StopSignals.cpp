@@ -1,18 +1,39 @@
 #include "driver/StopSignals.h"
 
+#include "io/temporaryFiles.h"
+
 #include <atomic>
 #include <csignal>
 #include <initializer_list>
+#include <string_view>
+#include <unistd.h>
 
 namespace {
 
 std::atomic<int> s_requests{0};
-static_assert(std::atomic<int>::is_always_lock_free);
+std::atomic<StopSignals::Stage> s_stage{StopSignals::Stage::preparation};
+static_assert(std::atomic<int>::is_always_lock_free &&
+              std::atomic<StopSignals::Stage>::is_always_lock_free);
 
+bool endsAtOnce(int signal, int requests)
+{
+    const StopSignals::Stage stage = s_stage;
+    return (requests > 1 && signal == SIGINT) || stage == StopSignals::Stage::preparation ||
+           (stage == StopSignals::Stage::firstSample && signal == SIGTERM);
+}
+
+/// Only what a signal handler may call.
 void handle(int signal)
 {
-    if (++s_requests >= 2 && signal == SIGINT)
-        std::signal(SIGINT, SIG_DFL); // a third one ends the process the hard way
+    const int requests = ++s_requests;
+    if (!endsAtOnce(signal, requests))
+        return;
+    io::removeTemporaries();
+    const std::string_view text = requests > 1 ? "stopped at once\n"
+                                               : "stopped before the first sample; nothing was "
+                                                 "written\n";
+    [[maybe_unused]] const ssize_t count = ::write(STDERR_FILENO, text.data(), text.size());
+    ::_exit(1);
 }
 
 } // namespace
@@ -31,6 +52,11 @@ void StopSignals::install()
     }
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void StopSignals::setStage(Stage stage)
+{
+    s_stage = stage;
 }
 
 bool StopSignals::isStopWanted()

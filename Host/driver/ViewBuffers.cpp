@@ -6,6 +6,22 @@ namespace {
 
 constexpr u64 frameBytes = sizeof(ZN_RGBA32F);
 constexpr u64 stillBytes = sizeof(float) * 2 + sizeof(u8);
+/// Lists of a pixel in the id mattes: most pixels show one or two objects.
+constexpr u64 matteBytes = 160;
+
+/// Those that have a buffer; the id mattes share a store of their own.
+bool hasBuffer(u64 passes, u32 pass)
+{
+    return pass == ZN_PASS_BEAUTY || ((passes >> pass & 1) && !isCryptomattePass(pass));
+}
+
+bool hasMattes(u64 passes)
+{
+    for (u32 pass = ZN_PASS_CRYPTO_OBJECT_00; isCryptomattePass(pass); ++pass)
+        if (passes >> pass & 1)
+            return true;
+    return false;
+}
 
 } // namespace
 
@@ -15,10 +31,13 @@ ViewBuffers::~ViewBuffers()
     zn_aligned_free(record.m_frameOutput);
 }
 
-u64 ViewBuffers::bytesNeeded(u32 width, u32 height, u32 supersampling, bool isStill)
+u64 ViewBuffers::bytesNeeded(u32 width, u32 height, u32 supersampling, bool isStill, u64 passes)
 {
     const u64 count = u64(width) * supersampling * (u64(height) * supersampling);
-    return count * (frameBytes + (isStill ? stillBytes : 0));
+    u64 perPixel = (isStill ? stillBytes : 0) + (hasMattes(passes) ? matteBytes : 0);
+    for (u32 pass = 0; pass < znRenderPassCount; ++pass)
+        perPixel += hasBuffer(passes, pass) ? frameBytes : 0;
+    return count * perPixel;
 }
 
 template <class T>
@@ -32,20 +51,25 @@ ViewBuffers::Buffer<T> ViewBuffers::allocate(u64 count)
 
 void ViewBuffers::release()
 {
-    frame.reset();
+    for (auto& frame : frames)
+        frame.reset();
+    cryptomatte.reset();
     statistics.reset();
     weights.reset();
     activePixels.reset();
-    pixels = 0;
+    pixels = passMask = 0;
     hasStillBuffers = false;
+    record.m_cryptomatte = nullptr;
     record.m_passBuffers.fill(nullptr);
     record.m_sampleStatistics = nullptr;
     record.m_filterWeights = nullptr;
     record.m_activePixels = nullptr;
 }
 
-void ViewBuffers::resize(u32 width, u32 height, u32 supersampling, bool isStill)
+void ViewBuffers::resize(u32 width, u32 height, u32 supersampling, bool isStill, u64 passes)
 {
+    const bool hasOtherShape = width * supersampling != record.m_renderWidth ||
+                               height * supersampling != record.m_renderHeight;
     record.m_outputWidth = width;
     record.m_outputHeight = height;
     record.m_renderWidth = width * supersampling;
@@ -53,18 +77,28 @@ void ViewBuffers::resize(u32 width, u32 height, u32 supersampling, bool isStill)
     record.m_renderScale = float(supersampling);
 
     const u64 count = u64(record.m_renderWidth) * record.m_renderHeight;
-    if (count == pixels && (hasStillBuffers || !isStill))
+    if (cryptomatte && hasOtherShape)
+        cryptomatte->resize(int(record.m_renderWidth), int(record.m_renderHeight));
+    if (count == pixels && (hasStillBuffers || !isStill) && passes == passMask)
         return;
     release();
-    frame = allocate<ZN_RGBA32F>(count);
+    for (u32 pass = 0; pass < znRenderPassCount; ++pass)
+        if (hasBuffer(passes, pass))
+            frames[pass] = allocate<ZN_RGBA32F>(count);
+    if (hasMattes(passes))
+        cryptomatte = std::make_unique<znRTCryptomatte>(int(record.m_renderWidth),
+                                                        int(record.m_renderHeight));
     if (isStill) {
         statistics = allocate<float>(count);
         weights = allocate<float>(count);
         activePixels = allocate<u8>(count);
     }
     pixels = count;
+    passMask = passes;
     hasStillBuffers = isStill;
-    record.m_passBuffers[0] = frame.get();
+    for (u32 pass = 0; pass < znRenderPassCount; ++pass)
+        record.m_passBuffers[pass] = frames[pass].get();
+    record.m_cryptomatte = cryptomatte.get();
     record.m_sampleStatistics = statistics.get();
     record.m_filterWeights = weights.get();
     record.m_activePixels = activePixels.get();

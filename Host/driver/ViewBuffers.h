@@ -3,6 +3,7 @@
 // The memory behind a view: sizes and buffers of a znRaytracerP, allocated for a frame's size and
 // freed with the object.
 
+#include "host/znRTCryptomatte.h"
 #include "host/znRaytracerP.h"
 
 #include <memory>
@@ -21,11 +22,12 @@ public:
 
     /// Bytes that resize() will ask for; sizes are multiplied in 64 bits.
     /// @param supersampling  render pixels per output pixel along one side
-    static u64 bytesNeeded(u32 width, u32 height, u32 supersampling, bool isStill);
+    /// @param passes         layers that get buffers beside the beauty, one bit per pass
+    static u64 bytesNeeded(u32 width, u32 height, u32 supersampling, bool isStill, u64 passes = 0);
 
     /// Makes room for an image of width x height pixels. Buffers of the right size stay.
     /// @throws std::bad_alloc; the view then has no buffers
-    void resize(u32 width, u32 height, u32 supersampling, bool isStill);
+    void resize(u32 width, u32 height, u32 supersampling, bool isStill, u64 passes = 0);
 
 private:
     struct Free
@@ -39,10 +41,11 @@ private:
     void release();
 
     znRaytracerP record;
-    Buffer<ZN_RGBA32F> frame;
+    std::array<Buffer<ZN_RGBA32F>, znRenderPassCount> frames; ///< 0: the beauty
     Buffer<float> statistics;
     Buffer<float> weights;
     Buffer<u8> activePixels;
-    u64 pixels = 0;
+    std::unique_ptr<znRTCryptomatte> cryptomatte;
+    u64 pixels = 0, passMask = 0;
     bool hasStillBuffers = false;
 };
