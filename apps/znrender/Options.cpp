@@ -1,5 +1,7 @@
 #include "Options.h"
 
+#include "io/InputError.h"
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
@@ -11,92 +13,162 @@ namespace {
 const std::vector<std::pair<std::string, Verb>> verbs = {{"render", Verb::render},
                                                          {"info", Verb::info},
                                                          {"list", Verb::list},
-                                                         {"convert", Verb::convert}};
+                                                         {"convert", Verb::convert},
+                                                         {"debug-pixel", Verb::debugPixel}};
 
-double parseNumber(const std::string& text, const std::string& option)
+const std::vector<std::string> integrators = {"beauty",   "normal",   "discontinuity", "occlusion",
+                                              "indirect", "analysis", "illuminance"};
+constexpr u32 beautyMode = 0;
+
+const std::vector<std::string> filters = {"box",      "triangle", "gaussian",
+                                          "mitchell", "lanczos",  "blackman-harris"};
+
+/// Options as they were typed; those that were not stay empty.
+struct Words
 {
-    std::size_t used = 0;
-    double value = 0.0;
-    try {
-        value = std::stod(text, &used);
-    } catch (const std::exception&) {
-        used = 0;
-    }
-    if (text.empty() || used != text.size() || !std::isfinite(value))
-        throw UsageError(fmt::format("{}: '{}' is not a number", option, text));
-    return value;
+    std::optional<std::string> resolution, crop, camera, eye, at, up, timeLimit, filter, upAxis,
+        unit, passes, shownPass, integrator, pick;
+    std::optional<double> fov;
+    std::string mode = "still", exrLayout = "multipart", exrFloat = "data", exrChannels = "named",
+                pixel;
+    std::vector<std::string> limits;
+    bool showVersion = false;
+};
+
+// Which options a command has.
+
+void addCommon(CLI::App& command, Options& options, Words& words)
+{
+    command.add_flag("-V,--version", words.showVersion, "Print the version");
+    command
+        .add_option("-I", options.includeFolders,
+                    "Folder from which a scene may load further files (repeatable)")
+        ->expected(1)
+        ->take_all();
+    command
+        .add_option("--limit", words.limits, "Raise or lower an input limit: NAME=N (repeatable)")
+        ->expected(1)
+        ->take_all();
+    command.add_option("--up", words.upAxis,
+                       "Upward axis of files that do not say (OBJ, PLY: y, STL: z): y or z");
+    command.add_option(
+        "--unit", words.unit,
+        "Unit of files that do not say (OBJ, PLY, STL): m, cm, mm or in (default m)");
+    command.add_option("--log-level", options.logLevel, "error, warning or info")
+        ->check(CLI::IsMember({"error", "warning", "info"}));
+    command.add_flag("-q,--quiet", options.quiet, "No progress, errors only");
 }
 
-std::vector<double> parseNumbers(const std::string& text, char separator, std::size_t count,
-                                 const std::string& option, const std::string& form)
+void addScenes(CLI::App& command, Options& options)
 {
-    std::vector<double> values;
-    std::string rest = text;
-    while (true) {
-        const std::size_t end = rest.find(separator);
-        values.push_back(parseNumber(rest.substr(0, end), option));
-        if (end == std::string::npos)
-            break;
-        rest.erase(0, end + 1);
-    }
-    if (values.size() != count)
-        throw UsageError(fmt::format("{}: '{}' should have the form {}", option, text, form));
-    return values;
+    command
+        .add_option("SCENE", options.scenes, "glTF, OBJ, PLY, STL, FBX, Collada or a scene archive")
+        ->required();
 }
 
-std::optional<std::array<double, 3>> parsePoint(const std::string& text, const std::string& option)
+void addView(CLI::App& command, Options& options, Words& words)
 {
-    if (text.empty())
-        return std::nullopt;
-    const std::vector<double> v = parseNumbers(text, ',', 3, option, "X,Y,Z");
-    return std::array<double, 3>{v[0], v[1], v[2]};
+    command.add_option("-r,--resolution", words.resolution,
+                       "Size in pixels, WIDTHxHEIGHT (default 1280x720)");
+    command.add_option("--scale", options.scale, "Percent of the resolution (default 100)")
+        ->check(CLI::Range(0.01, 10000.0));
+    command.add_option("-c,--camera", words.camera, "Camera of the scene, by name or number");
+    command.add_option("--eye", words.eye, "Viewpoint X,Y,Z (z up)");
+    command.add_option("--at", words.at, "Point to look at, X,Y,Z");
+    command.add_option("--view-up", words.up, "Upward direction of the view X,Y,Z");
+    command.add_option("--fov", words.fov, "Vertical field of view, degrees")
+        ->check(CLI::Range(0.1, 179.0));
+    command.add_option("--integrator", words.integrator,
+                       fmt::format("What to show: {} (default normal, for passes beauty)",
+                                   fmt::join(integrators, ", ")));
+    command.add_option("-t,--threads", options.threads, "Threads (default: all cores)")
+        ->check(CLI::Range(1, 1024));
 }
 
-/// Seconds from "90", "90s", "5m" or "2h".
-double parseDuration(const std::string& text)
+void addOutput(CLI::App& command, Options& options, Words& words)
 {
-    double factor = 1.0;
-    std::string number = text;
-    if (!text.empty() && std::isalpha(static_cast<unsigned char>(text.back()))) {
-        switch (text.back()) {
-        case 's':
-            factor = 1.0;
-            break;
-        case 'm':
-            factor = 60.0;
-            break;
-        case 'h':
-            factor = 3600.0;
-            break;
-        default:
-            throw UsageError(
-                fmt::format("--time-limit: '{}' has an unknown unit; use s, m or h", text));
-        }
-        number.pop_back();
-    }
-    const double seconds = parseNumber(number, "--time-limit") * factor;
-    if (seconds <= 0.0)
-        throw UsageError(fmt::format("--time-limit: '{}' is not above 0", text));
-    return seconds;
+    command
+        .add_option("-o,--output", options.outputs,
+                    "Picture to write; the suffix decides (repeatable)")
+        ->expected(1)
+        ->take_all()
+        ->required();
+    command.add_option("--crop", words.crop, "Part of the image: LEFT,BOTTOM,RIGHT,TOP in 0..1");
+    command
+        .add_option("--bit-depth", options.bitDepth, "8 or 16 (PNG, TIFF), 32 (TIFF) (default 8)")
+        ->check(CLI::IsMember({8, 16, 32}));
+    command.add_option("--jpeg-quality", options.jpegQuality, "1 to 100 (default 92)")
+        ->check(CLI::Range(1, 100));
+    command.add_option("--passes", words.passes,
+                       "Layers for the EXR: names from 'list passes' between commas, all, data or "
+                       "none (default none)");
+    command.add_option("--pass", words.shownPass, "Show one layer in the picture");
+    command
+        .add_option("--exr-layout", words.exrLayout,
+                    "Passes as parts of one file, flat in one part, or files NAME.PASS.exr: "
+                    "multipart, flat or files (default multipart)")
+        ->check(CLI::IsMember({"multipart", "flat", "files"}));
+    command.add_option("--exr-compression", options.exrCompression, "zip, zips, piz or none")
+        ->check(CLI::IsMember({"zip", "zips", "piz", "none"}));
+    command
+        .add_option("--exr-float", words.exrFloat,
+                    "32-bit floats for data passes, or for all: data or all (default data)")
+        ->check(CLI::IsMember({"data", "all"}));
+    command
+        .add_option("--exr-channels", words.exrChannels,
+                    "Channels of passes as they mean them, or always R G B A: named or rgba "
+                    "(default named)")
+        ->check(CLI::IsMember({"named", "rgba"}));
+    command.add_flag("--overwrite", options.overwrite, "Replace existing pictures");
 }
 
-void parseResolution(const std::string& text, Options& options)
+void addQuality(CLI::App& command, Options& options, Words& words)
 {
-    const std::vector<double> size = parseNumbers(text, 'x', 2, "-r", "WIDTHxHEIGHT");
+    command.add_option("-s,--samples", options.samples, "Samples per pixel (default 64)")
+        ->check(CLI::Range(1, 65536));
+    command.add_option("--time-limit", words.timeLimit, "Stop after this time: 90, 90s, 5m, 2h");
+    command
+        .add_option("--mode", words.mode, "still (accumulates samples) or interactive (one frame)")
+        ->check(CLI::IsMember({"still", "interactive"}));
+    command.add_option("--filter", words.filter, "Pixel filter NAME:WIDTH (default gaussian:2)");
+    command.add_option("--tile", options.tileSize, "Tile edge in pixels (default 32)")
+        ->check(CLI::Range(4, 1024));
+    command.add_flag("--json-progress", options.jsonProgress, "Progress as one JSON object a line");
+    command.add_option("--stats", options.statsFile, "Write times, counts and memory as JSON");
+}
+
+// What the words mean.
+
+void takeResolution(const Words& words, Options& options)
+{
     const double largest = double(options.limits.imageSide);
-    for (double side : size) {
-        if (side < 1.0 || side != std::floor(side))
-            throw UsageError(fmt::format("-r: '{}' is no image size", text));
-        if (side > largest)
-            throw UsageError(fmt::format("-r: '{}' is larger than {:.0f} pixels a side "
-                                         "(--limit image-side=N allows more)",
-                                         text, largest));
+    const auto tooLarge = [&](const char* option, const std::string& text) {
+        return UsageError(fmt::format("{}: {} is larger than {:.0f} pixels a side "
+                                      "(--limit image-side=N allows more)",
+                                      option, text, largest));
+    };
+    if (words.resolution) {
+        const std::string text = io::printable(*words.resolution);
+        const std::vector<double> size =
+            parseNumbers(*words.resolution, 'x', 2, "-r", "WIDTHxHEIGHT");
+        for (const double side : size) {
+            if (side < 1.0 || side != std::floor(side))
+                throw UsageError(fmt::format("-r: '{}' is no image size", text));
+            if (side > largest || side > 0x7fffffff)
+                throw tooLarge("-r", "'" + text + "'");
+        }
+        options.width = unsigned(size[0]);
+        options.height = unsigned(size[1]);
     }
-    options.width = unsigned(size[0]);
-    options.height = unsigned(size[1]);
+    const double width = std::floor(options.width * options.scale / 100.0 + 0.5);
+    const double height = std::floor(options.height * options.scale / 100.0 + 0.5);
+    if (std::max(width, height) > std::min(largest, double(0x7fffffff)))
+        throw tooLarge("--scale", fmt::format("{:.0f} x {:.0f}", width, height));
+    options.width = unsigned(std::max(1.0, width));
+    options.height = unsigned(std::max(1.0, height));
 }
 
-void parseCrop(const std::string& text, Options& options)
+void takeCrop(const std::string& text, Options& options)
 {
     const std::vector<double> v = parseNumbers(text, ',', 4, "--crop", "LEFT,BOTTOM,RIGHT,TOP");
     std::copy(v.begin(), v.end(), options.crop.begin());
@@ -105,34 +177,157 @@ void parseCrop(const std::string& text, Options& options)
     if (!inside || v[0] >= v[2] || v[1] >= v[3])
         throw UsageError(fmt::format("--crop: '{}' is no part of the image; values lie in 0..1, "
                                      "left below right, bottom below top",
-                                     text));
+                                     io::printable(text)));
 }
 
-void parseFilter(const std::string& text, Options& options)
+/// Place of a name in a list; an error names the nearest.
+std::size_t findName(const std::string& name, const std::vector<std::string>& names,
+                     const std::string& option)
+{
+    const auto found = std::find(names.begin(), names.end(), name);
+    if (found == names.end())
+        throw UsageError(fmt::format("{}: '{}' is unknown, perhaps '{}'; there are {}", option,
+                                     io::printable(name), nearestName(name, names),
+                                     fmt::join(names, ", ")));
+    return std::size_t(found - names.begin());
+}
+
+void takeFilter(const std::string& text, Options& options)
 {
     const std::size_t colon = text.find(':');
     options.filterName = text.substr(0, colon);
-    if (colon != std::string::npos)
+    if (colon != text.npos)
         options.filterWidth = parseNumber(text.substr(colon + 1), "--filter");
-    const std::vector<std::string> names = {"box",      "triangle", "gaussian",
-                                            "mitchell", "lanczos",  "blackman-harris"};
-    if (std::find(names.begin(), names.end(), options.filterName) == names.end())
-        throw UsageError(fmt::format("--filter: '{}' is unknown; there are {}", options.filterName,
-                                     fmt::join(names, ", ")));
+    findName(options.filterName, filters, "--filter");
     if (options.filterWidth <= 0.0 || options.filterWidth > 32.0)
         throw UsageError(
             fmt::format("--filter: a width of {} pixels is outside 0..32", options.filterWidth));
 }
 
-void applyLimits(const std::vector<std::string>& assignments, Options& options)
+u32 findPass(const std::string& name, const std::string& option)
 {
-    for (const std::string& assignment : assignments) {
-        try {
-            options.limits.set(assignment);
-        } catch (const std::invalid_argument& error) {
-            throw UsageError(fmt::format("--limit: {}", error.what()));
+    const int pass = findRenderPass(name);
+    if (pass >= 0)
+        return u32(pass);
+    const std::vector<std::string> names(znRenderPassNames.begin(), znRenderPassNames.end());
+    throw UsageError(fmt::format("{}: there is no pass '{}', perhaps '{}'; 'znrender list "
+                                 "passes' names them",
+                                 option, io::printable(name), nearestName(name, names)));
+}
+
+u64 passMask(const std::string& text)
+{
+    u64 mask = 0;
+    for (const std::string& name : parseList(text, "--passes")) {
+        if (name == "none")
+            continue;
+        if (name != "all" && name != "data") {
+            mask |= u64(1) << findPass(name, "--passes");
+            continue;
         }
+        const u32 first = name == "all" ? u32(ZN_PASS_BEAUTY) : u32(ZN_PASS_NORMAL);
+        for (u32 pass = first; pass < znRenderPassCount; ++pass)
+            mask |= u64(1) << pass;
     }
+    return mask;
+}
+
+void takePasses(const Words& words, Options& options)
+{
+    PassOptions& passes = options.passes;
+    if (words.passes)
+        passes.written = passMask(*words.passes);
+    if (words.shownPass)
+        passes.shown = findPass(*words.shownPass, "--pass");
+    if (passes.written && words.shownPass)
+        throw UsageError("--pass: shows one layer and cannot stand beside --passes");
+    if (isCryptomattePass(passes.shown))
+        throw UsageError("--pass: id mattes are no picture; --passes writes them to an EXR");
+    passes.layout = words.exrLayout == "flat"    ? PassOptions::Layout::flat
+                    : words.exrLayout == "files" ? PassOptions::Layout::files
+                                                 : PassOptions::Layout::multipart;
+    passes.allRgba = words.exrChannels == "rgba";
+    options.halfFloat = words.exrFloat == "data";
+    options.renderMode =
+        u32(findName(words.integrator.value_or("normal"), integrators, "--integrator"));
+    if (!words.passes && !words.shownPass)
+        return;
+    if (words.integrator && options.renderMode != beautyMode)
+        throw UsageError("--integrator: passes belong to the beauty");
+    options.renderMode = beautyMode;
+}
+
+void takeView(const Words& words, Options& options)
+{
+    const auto point = [](const std::optional<std::string>& text, const char* option) {
+        return text ? std::optional(parsePoint(*text, option)) : std::nullopt;
+    };
+    ViewOptions& view = options.view;
+    view.eye = point(words.eye, "--eye");
+    view.at = point(words.at, "--at");
+    view.up = point(words.up, "--view-up");
+    view.fov = words.fov;
+    view.camera = words.camera.value_or("");
+    if (words.camera && words.camera->empty())
+        throw UsageError("-c: no camera named");
+    if (words.camera && (view.eye || view.at || view.up || view.fov))
+        throw UsageError("-c: a camera of the scene has its own view; leave out --eye, --at, "
+                         "--view-up and --fov");
+}
+
+void takeConventions(const Words& words, Options& options)
+{
+    if (words.upAxis) {
+        if (*words.upAxis != "y" && *words.upAxis != "z")
+            throw UsageError(fmt::format("--up: '{}' is neither y nor z (--view-up turns the view)",
+                                         io::printable(*words.upAxis)));
+        options.conventions.upAxis = words.upAxis->front();
+    }
+    if (words.unit) {
+        const std::vector<std::string> names = {"m", "cm", "mm", "in"};
+        const double metres[] = {1.0, 0.01, 0.001, 0.0254};
+        options.conventions.metresPerUnit = metres[findName(*words.unit, names, "--unit")];
+    }
+}
+
+void takeRender(const Words& words, Options& options)
+{
+    if (words.crop)
+        takeCrop(*words.crop, options);
+    if (words.timeLimit)
+        options.timeLimit = parseDuration(*words.timeLimit, "--time-limit");
+    if (words.filter)
+        takeFilter(*words.filter, options);
+    options.still = words.mode == "still";
+}
+
+void takeList(Options& options)
+{
+    const bool isOfFields = options.listWhat == "fields",
+               isOfCameras = options.listWhat == "cameras";
+    if (isOfFields && options.scenes.size() != 1)
+        throw UsageError("list fields: name one container type ('list types' names them)");
+    if (isOfCameras && options.scenes.empty())
+        throw UsageError("list cameras: name a scene");
+    if (!isOfFields && !isOfCameras && !options.scenes.empty())
+        throw UsageError(fmt::format("list {}: takes no name, not '{}'", options.listWhat,
+                                     io::printable(options.scenes.front())));
+    if (isOfFields)
+        options.listType = options.scenes.front();
+}
+
+/// A pixel of debug-pixel or of info --pick.
+void takePixel(const Words& words, Options& options)
+{
+    if (options.verb == Verb::debugPixel)
+        options.pixel = parsePixel(words.pixel, "debug-pixel");
+    else if (words.pick)
+        options.pixel = parsePixel(*words.pick, "--pick");
+    if (options.pixel &&
+        ((*options.pixel)[0] >= options.width || (*options.pixel)[1] >= options.height))
+        throw UsageError(fmt::format("pixel {},{} lies outside of the image of {} x {} pixels",
+                                     (*options.pixel)[0], (*options.pixel)[1], options.width,
+                                     options.height));
 }
 
 } // namespace
@@ -140,115 +335,65 @@ void applyLimits(const std::vector<std::string>& assignments, Options& options)
 Options parseOptions(const std::vector<std::string>& arguments)
 {
     Options options;
-    std::string resolution, crop, eye, at, up, timeLimit, filter, mode = "still";
-    std::vector<std::string> limits;
-    double fov = 0.0;
-    bool showVersion = false;
+    Words words;
 
     CLI::App app("Renders scenes with the ray tracing core.", "znrender");
-    app.add_flag("-V,--version", showVersion, "Print the version");
+    app.add_flag("-V,--version", words.showVersion, "Print the version");
 
-    // Options that every verb shares.
-    const auto addCommon = [&](CLI::App* command) {
-        command->add_flag("-V,--version", showVersion, "Print the version");
-        command
-            ->add_option("-I", options.includeFolders,
-                         "Folder from which a scene may load further files (repeatable)")
-            ->expected(1)
-            ->take_all();
-        command->add_option("--limit", limits, "Raise or lower an input limit: NAME=N (repeatable)")
-            ->expected(1)
-            ->take_all();
-        command->add_option("--log-level", options.logLevel, "error, warning or info")
-            ->check(CLI::IsMember({"error", "warning", "info"}));
-        command->add_flag("-q,--quiet", options.quiet, "No progress, errors only");
-    };
-    const auto addScenes = [&](CLI::App* command) {
-        command
-            ->add_option("SCENE", options.scenes,
-                         "glTF, OBJ, PLY, STL, FBX, Collada or a scene archive")
-            ->required();
-    };
+    CLI::App* const render = app.add_subcommand("render", "Render a picture (the default)");
+    addScenes(*render, options);
+    addOutput(*render, options, words);
+    addView(*render, options, words);
+    addQuality(*render, options, words);
+    addCommon(*render, options, words);
 
-    CLI::App* render = app.add_subcommand("render", "Render a picture (the default)");
-    addScenes(render);
-    addCommon(render);
-    render
-        ->add_option("-o,--output", options.outputs,
-                     "Picture to write; the suffix decides (repeatable)")
-        ->expected(1)
-        ->take_all()
-        ->required();
-    render->add_option("-r,--resolution", resolution,
-                       "Size in pixels, WIDTHxHEIGHT (default 1280x720)");
-    render->add_option("--scale", options.scale, "Percent of the resolution (default 100)")
-        ->check(CLI::Range(0.01, 10000.0));
-    render->add_option("--crop", crop, "Part of the image: LEFT,BOTTOM,RIGHT,TOP in 0..1");
-    render
-        ->add_option("--bit-depth", options.bitDepth, "8 or 16 (PNG, TIFF), 32 (TIFF) (default 8)")
-        ->check(CLI::IsMember({8, 16, 32}));
-    render->add_flag("!--exr-float", options.halfFloat, "EXR in 32-bit floats instead of half");
-    render->add_option("--exr-compression", options.exrCompression, "zip, zips, piz or none")
-        ->check(CLI::IsMember({"zip", "zips", "piz", "none"}));
-    render->add_option("--jpeg-quality", options.jpegQuality, "1 to 100 (default 92)")
-        ->check(CLI::Range(1, 100));
-    render->add_option("-c,--camera", options.view.camera,
-                       "Camera of the scene, by name or number");
-    render->add_option("--eye", eye, "Viewpoint X,Y,Z (z up)");
-    render->add_option("--at", at, "Point to look at, X,Y,Z");
-    render->add_option("--up", up, "Upward direction X,Y,Z");
-    CLI::Option* fovOption = render->add_option("--fov", fov, "Vertical field of view, degrees")
-                                 ->check(CLI::Range(0.1, 179.0));
-    render->add_option("-s,--samples", options.samples, "Samples per pixel (default 64)")
-        ->check(CLI::Range(1, 65536));
-    render->add_option("--time-limit", timeLimit, "Stop after this time: 90, 90s, 5m, 2h");
-    render->add_option("--mode", mode, "still (accumulates samples) or interactive (one frame)")
-        ->check(CLI::IsMember({"still", "interactive"}));
-    render->add_option("--integrator", options.integrator, "What to show: normal")
-        ->check(CLI::IsMember({"normal"}));
-    render->add_option("--filter", filter, "Pixel filter NAME:WIDTH (default gaussian:2)");
-    render->add_option("-t,--threads", options.threads, "Threads (default: all cores)")
-        ->check(CLI::Range(1, 1024));
-    render->add_option("--tile", options.tileSize, "Tile edge in pixels (default 32)")
-        ->check(CLI::Range(4, 1024));
-    render->add_flag("--overwrite", options.overwrite, "Replace existing pictures");
-    render->add_flag("--json-progress", options.jsonProgress, "Progress as one JSON object a line");
-    render->add_option("--stats", options.statsFile, "Write times, counts and memory as JSON");
+    CLI::App* const info = app.add_subcommand("info", "Tell what a scene holds");
+    addScenes(*info, options);
+    info->add_option("--pick", words.pick,
+                     "Tell what the pixel X,Y shows, counted from the upper left corner");
+    addView(*info, options, words);
+    addCommon(*info, options, words);
 
-    CLI::App* info = app.add_subcommand("info", "Tell what a scene holds");
-    addScenes(info);
-    addCommon(info);
-
-    CLI::App* list =
-        app.add_subcommand("list", "List cameras of a scene, container types or fields");
-    list->add_option("WHAT", options.listWhat, "cameras, types or fields")
+    CLI::App* const list =
+        app.add_subcommand("list", "List passes, cameras of a scene, container types or fields");
+    list->add_option("WHAT", options.listWhat, "passes, cameras, types or fields")
         ->required()
-        ->check(CLI::IsMember({"cameras", "types", "fields"}));
+        ->check(CLI::IsMember({"passes", "cameras", "types", "fields"}));
     list->add_option("NAME", options.scenes, "SCENE for cameras, TYPE for fields");
-    addCommon(list);
+    addCommon(*list, options, words);
 
-    CLI::App* convert = app.add_subcommand("convert", "Write a scene as the host's scene archive");
-    addScenes(convert);
-    addCommon(convert);
+    CLI::App* const convert =
+        app.add_subcommand("convert", "Write a scene as the host's scene archive");
+    addScenes(*convert, options);
+    addCommon(*convert, options, words);
     convert->add_option("-o,--output", options.outputs, "Archive to write")
         ->expected(1)
         ->required();
     convert->add_flag("--overwrite", options.overwrite, "Replace an existing file");
 
+    CLI::App* const debugPixel =
+        app.add_subcommand("debug-pixel", "Print the rays that make a pixel, as a tree");
+    debugPixel
+        ->add_option("PIXEL", words.pixel, "The pixel X,Y, counted from the upper left corner")
+        ->required();
+    addScenes(*debugPixel, options);
+    addView(*debugPixel, options, words);
+    addCommon(*debugPixel, options, words);
+
     app.require_subcommand(0, 1);
     app.fallthrough(false);
 
     // Without a verb the command is "render"; only help and version stand without one.
-    std::vector<std::string> words = arguments;
+    std::vector<std::string> line = arguments;
     const bool hasVerb =
-        !words.empty() && std::any_of(verbs.begin(), verbs.end(),
-                                      [&](const auto& v) { return v.first == words.front(); });
-    const bool bareFlag = words.size() == 1 && (words[0] == "-h" || words[0] == "--help" ||
-                                                words[0] == "-V" || words[0] == "--version");
+        !line.empty() && std::any_of(verbs.begin(), verbs.end(),
+                                     [&](const auto& v) { return v.first == line.front(); });
+    const bool bareFlag = line.size() == 1 && (line[0] == "-h" || line[0] == "--help" ||
+                                               line[0] == "-V" || line[0] == "--version");
     if (!hasVerb && !bareFlag)
-        words.insert(words.begin(), "render");
+        line.insert(line.begin(), "render");
     try {
-        std::vector<std::string> reversed(words.rbegin(), words.rend());
+        std::vector<std::string> reversed(line.rbegin(), line.rend());
         app.parse(reversed);
     } catch (const CLI::CallForHelp&) {
         options.verb = Verb::help;
@@ -257,13 +402,10 @@ Options parseOptions(const std::vector<std::string>& arguments)
                                                       : chosen.front()->help("znrender");
         return options;
     } catch (const CLI::ParseError& error) {
-        if (showVersion) {
-            options.verb = Verb::version;
-            return options;
-        }
-        throw UsageError(error.what());
+        if (!words.showVersion)
+            throw UsageError(error.what());
     }
-    if (showVersion) {
+    if (words.showVersion) {
         options.verb = Verb::version;
         return options;
     }
@@ -271,41 +413,21 @@ Options parseOptions(const std::vector<std::string>& arguments)
         if (app.got_subcommand(name))
             options.verb = verb;
 
-    applyLimits(limits, options);
-    if (options.verb == Verb::list) {
-        if (options.listWhat == "fields") {
-            if (options.scenes.size() != 1)
-                throw UsageError("list fields: name one container type, see 'znrender list types'");
-            options.listType = options.scenes.front();
-        } else if (options.listWhat == "cameras" && options.scenes.empty()) {
-            throw UsageError("list cameras: name a scene");
+    for (const std::string& assignment : words.limits) {
+        try {
+            options.limits.set(assignment);
+        } catch (const std::invalid_argument& error) {
+            throw UsageError(error.what());
         }
     }
-    if (options.verb == Verb::render) {
-        if (!resolution.empty())
-            parseResolution(resolution, options);
-        if (!crop.empty())
-            parseCrop(crop, options);
-        if (!timeLimit.empty())
-            options.timeLimit = parseDuration(timeLimit);
-        if (!filter.empty())
-            parseFilter(filter, options);
-        options.view.eye = parsePoint(eye, "--eye");
-        options.view.at = parsePoint(at, "--at");
-        options.view.up = parsePoint(up, "--up");
-        if (fovOption->count() > 0)
-            options.view.fov = fov;
-        options.still = mode == "still";
-        const double width = std::floor(options.width * options.scale / 100.0 + 0.5);
-        const double height = std::floor(options.height * options.scale / 100.0 + 0.5);
-        const double largest = double(options.limits.imageSide);
-        if (width > largest || height > largest)
-            throw UsageError(
-                fmt::format("--scale: {:.0f} x {:.0f} is larger than {:.0f} pixels a side "
-                            "(--limit image-side=N allows more)",
-                            width, height, largest));
-        options.width = unsigned(std::max(1.0, width));
-        options.height = unsigned(std::max(1.0, height));
-    }
+    takeConventions(words, options);
+    takeResolution(words, options);
+    takeView(words, options);
+    takePasses(words, options);
+    takePixel(words, options);
+    if (options.verb == Verb::render)
+        takeRender(words, options);
+    if (options.verb == Verb::list)
+        takeList(options);
     return options;
 }

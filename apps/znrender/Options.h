@@ -3,22 +3,18 @@
 // The command line of znrender. Parsing knows no scene: names of cameras and files are checked by
 // the commands that use them.
 
+#include "parseValues.h"
+
+#include "host/znRenderPasses.h"
+#include "io/FileConventions.h"
 #include "io/Limits.h"
 
 #include <array>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-/// A wrong command line: one line for the user, exit code 2.
-class UsageError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
-
-enum class Verb { render, info, list, convert, help, version };
+enum class Verb { render, info, list, convert, debugPixel, help, version };
 
 /// A view given by numbers instead of a camera of the file; what is missing is chosen to frame the
 /// scene.
@@ -31,6 +27,20 @@ struct ViewOptions
     std::optional<double> fov; ///< vertical, degrees
 };
 
+/// Which layers are written beside the picture, and how.
+struct PassOptions
+{
+    enum class Layout {
+        multipart, ///< one part per pass
+        flat,      ///< all channels in one part
+        files      ///< one file per pass: NAME.PASS.exr
+    };
+    u64 written = 0; ///< one bit per pass; the beauty is always written
+    u32 shown = 0;   ///< what the picture shows instead of the beauty
+    Layout layout = Layout::multipart;
+    bool allRgba = false; ///< four channels R G B A for every pass
+};
+
 struct Options
 {
     Verb verb = Verb::render;
@@ -40,6 +50,7 @@ struct Options
     std::vector<std::string> outputs;
     std::vector<std::string> includeFolders;
     io::Limits limits;
+    io::FileConventions conventions;
 
     // Image.
     unsigned width = 1280, height = 720;
@@ -47,15 +58,16 @@ struct Options
     std::array<double, 4> crop{0, 0, 1, 1}; ///< left, bottom, right, top in 0..1
     ViewOptions view;
     int bitDepth = 8;      ///< of PNG and TIFF: 8, 16 or 32 (TIFF)
-    bool halfFloat = true; ///< EXR
+    bool halfFloat = true; ///< EXR, of all that is light
     std::string exrCompression = "zip";
     int jpegQuality = 92;
+    PassOptions passes;
 
     // Quality.
     int samples = 64;
     double timeLimit = 0.0; ///< seconds, 0 = none
     bool still = true;
-    std::string integrator = "normal";
+    u32 renderMode = 1; ///< integrator, a znRenderMode
     std::string filterName = "gaussian";
     double filterWidth = 2.0; ///< pixels, full width
 
@@ -68,9 +80,11 @@ struct Options
     std::string logLevel = "warning";
     std::string statsFile;
 
-    // Verb list.
+    // Verbs list, info and debug-pixel.
     std::string listWhat;
     std::string listType;
+    /// Column and row from the upper left corner of the image.
+    std::optional<std::array<unsigned, 2>> pixel;
 };
 
 /// @param arguments  without the program's name

@@ -2,9 +2,14 @@
 
 #include "commands.h"
 
+#include "chooseView.h"
 #include "loadScene.h"
 
+#include "driver/FrameDriver.h"
+#include "host/nodePaths.h"
+#include "host/osg/Geometry.h"
 #include "host/osg/UberCamera.h"
+#include "host/znRaytracingUtilsBase.h"
 #include "io/InputError.h"
 #include "io/OutputFile.h"
 #include "io/sceneArchive.h"
@@ -12,40 +17,16 @@
 
 #include <fmt/format.h>
 
-namespace {
+#include <cmath>
 
-/// Names that a user may have meant, by the number of edits that separate them.
-std::size_t editDistance(const std::string& a, const std::string& b)
-{
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const bool same = std::tolower(static_cast<unsigned char>(a[i - 1])) ==
-                              std::tolower(static_cast<unsigned char>(b[j - 1]));
-            const std::size_t changed = diagonal + (same ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
-        }
-    }
-    return row.back();
-}
+namespace {
 
 std::string nearestTypeName(const std::string& name)
 {
-    std::string nearest;
-    std::size_t best = ~std::size_t(0);
-    for (const osg::FieldContainerType* type : osg::FieldContainerFactory::the()->getTypes()) {
-        const std::size_t distance = editDistance(name, type->getName());
-        if (distance < best) {
-            best = distance;
-            nearest = type->getName();
-        }
-    }
-    return nearest;
+    std::vector<std::string> names;
+    for (const osg::FieldContainerType* type : osg::FieldContainerFactory::the()->getTypes())
+        names.push_back(type->getName());
+    return nearestName(name, names);
 }
 
 const char* projectionName(int mode)
@@ -72,6 +53,15 @@ void printCameras(const io::SceneFile& scene)
         }
         fmt::print("\n");
     }
+}
+
+void printPasses()
+{
+    for (u32 pass = 0; pass < znRenderPassCount; ++pass)
+        fmt::print("{:2}  {:36} {}\n", pass, znRenderPassNames[pass],
+                   isCryptomattePass(pass) ? "id matte"
+                   : isDataPass(pass)      ? "data"
+                                           : "light");
 }
 
 void printTypes()
@@ -123,6 +113,40 @@ void printFields(const std::string& name)
                    defaultText(field), field.unit, rangeText(field));
 }
 
+/// What a pixel shows: the first hit of the ray through its middle.
+void printPick(const Options& options, const io::SceneFile& loaded)
+{
+    const unsigned x = (*options.pixel)[0], y = (*options.pixel)[1];
+    const View view = chooseView(options, loaded);
+    FrameDriver driver;
+    driver.setScene(loaded.root.get());
+    driver.render(pixelSettings(options), view.camera.get());
+
+    znRTVector3f position, normal;
+    osg::NodePtr node;
+    fmt::print("pixel      {}, {} of {} x {}\n", x, y, options.width, options.height);
+    if (!driver.utils().getHitPoint(float(x) + 0.5f, float(options.height - y) - 0.5f, position,
+                                    normal, node)) {
+        fmt::print("node       none, the background\n");
+        return;
+    }
+    osg::Pnt3f from, at;
+    osg::Vec3f up;
+    view.camera->getFromAtUp(from, at, up);
+    const auto paths = getNodePaths(loaded.root.get());
+    const auto path = node ? paths.find(node->getId()) : paths.end();
+    const osg::GeometryPtr geometry =
+        node ? osg::Geometry::Ptr::dcast(node->getCore()) : osg::GeometryPtr();
+    const std::string material =
+        geometry && geometry->getMaterial() ? osg::getName(geometry->getMaterial()) : "";
+    fmt::print("node       {}\nmaterial   {}\nposition   {:.6g}, {:.6g}, {:.6g}\n"
+               "normal     {:.6g}, {:.6g}, {:.6g}\ndistance   {:.6g}\n",
+               path == paths.end() ? "without a name" : io::printable(path->second),
+               material.empty() ? "none" : io::printable(material), position.x, position.y,
+               position.z, normal.x, normal.y, normal.z,
+               std::hypot(position.x - from[0], position.y - from[1], position.z - from[2]));
+}
+
 } // namespace
 
 int runInfo(const Options& options)
@@ -141,6 +165,8 @@ int runInfo(const Options& options)
                    low[2], high[0], high[1], high[2]);
     }
     printCameras(loaded);
+    if (options.pixel)
+        printPick(options, loaded);
     return exitDone;
 }
 
@@ -148,6 +174,8 @@ int runList(const Options& options)
 {
     if (options.listWhat == "types")
         printTypes();
+    else if (options.listWhat == "passes")
+        printPasses();
     else if (options.listWhat == "fields")
         printFields(options.listType);
     else

@@ -12,6 +12,7 @@ io::SceneFile loadScene(const Options& options)
     io::SceneReadOptions read;
     read.includeFolders = options.includeFolders;
     read.limits = options.limits;
+    read.conventions = options.conventions;
     return io::readScenes(options.scenes, read);
 }
 

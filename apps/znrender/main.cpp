@@ -36,6 +36,8 @@ int run(const Options& options)
         return runList(options);
     case Verb::convert:
         return runConvert(options);
+    case Verb::debugPixel:
+        return runDebugPixel(options);
     case Verb::render:
         return runRender(options);
     }

@@ -1,0 +1,84 @@
+#include "chooseView.h"
+
+#include "loadScene.h"
+
+#include "driver/viewFraming.h"
+#include "host/osg/Transform.h"
+
+#include <algorithm>
+
+namespace {
+
+osg::Vec3f toVec(const std::array<double, 3>& v)
+{
+    return osg::Vec3f(float(v[0]), float(v[1]), float(v[2]));
+}
+
+/// A camera of the view options, placed by a node of its own.
+View makeFramedView(const Options& options, const io::SceneFile& scene)
+{
+    ViewRequest request;
+    request.aspect = float(options.width) / float(options.height);
+    if (options.view.fov)
+        request.fov = float(*options.view.fov);
+    if (options.view.eye)
+        request.eye = toVec(*options.view.eye);
+    if (options.view.at)
+        request.at = toVec(*options.view.at);
+    if (options.view.up)
+        request.up = toVec(*options.view.up);
+    const FramedView framed = frameScene(scene.root->getWorldBox(), request);
+
+    const osg::Transform::Ptr place = osg::Transform::create();
+    place->setMatrix(lookAtMatrix(framed));
+    View view;
+    view.beacon = osg::Node::create(place, "view");
+    view.camera = osg::UberCamera::create();
+    view.camera->setBeacon(view.beacon.get());
+    view.camera->setFov(request.fov);
+    view.camera->setNear(framed.nearClip);
+    view.camera->setFar(framed.farClip);
+    return view;
+}
+
+} // namespace
+
+View chooseView(const Options& options, const io::SceneFile& scene)
+{
+    const ViewOptions& wanted = options.view;
+    View view;
+    const bool isGiven = wanted.eye || wanted.at || wanted.up || wanted.fov;
+    if (!wanted.camera.empty())
+        view.camera = osg::UberCamera::Ptr::dcast(findCamera(scene, wanted.camera));
+    else if (!isGiven && !scene.cameras.empty())
+        view.camera = osg::UberCamera::Ptr::dcast(scene.cameras.front().camera);
+    return view.camera ? view : makeFramedView(options, scene);
+}
+
+FrameSettings frameSettings(const Options& options)
+{
+    FrameSettings settings;
+    settings.width = options.width;
+    settings.height = options.height;
+    settings.isStill = options.still;
+    settings.samples = options.samples;
+    settings.timeLimit = options.timeLimit;
+    std::copy(options.crop.begin(), options.crop.end(), settings.region.begin());
+    settings.threads = options.threads;
+    settings.tileSize = options.tileSize;
+    settings.renderMode = options.renderMode;
+    settings.passes = options.passes.written;
+    settings.shownPass = options.passes.shown;
+    return settings;
+}
+
+FrameSettings pixelSettings(const Options& options)
+{
+    FrameSettings settings = frameSettings(options);
+    settings.isStill = false;
+    settings.samples = 1;
+    const float width = float(options.width), height = float(options.height);
+    const float x = float((*options.pixel)[0]), y = height - 1.0f - float((*options.pixel)[1]);
+    settings.region = {x / width, y / height, (x + 1.0f) / width, (y + 1.0f) / height};
+    return settings;
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+// The view of a command: a camera of the scene, or one that is placed by numbers and frames the
+// scene with what they leave open.
+
+#include "Options.h"
+
+#include "driver/FrameDriver.h"
+#include "host/osg/UberCamera.h"
+#include "io/SceneFile.h"
+
+struct View
+{
+    osg::Ref<osg::UberCamera> camera;
+    osg::Ref<osg::Node> beacon; ///< of a camera that is not in the scene
+};
+
+/// @throws UsageError when the camera named is not there
+View chooseView(const Options& options, const io::SceneFile& scene);
+
+/// What the options say of the frame.
+FrameSettings frameSettings(const Options& options);
+
+/// A frame of one sample for one pixel, for those who ask what it shows.
+FrameSettings pixelSettings(const Options& options);

@@ -1,0 +1,21 @@
+#pragma once
+
+// The pictures of a render: what is wrong with their names before the first ray, and the files
+// afterwards.
+
+#include "Options.h"
+#include "Statistics.h"
+
+#include "driver/FrameDriver.h"
+
+/// Says what can be said before anything is loaded: unknown suffixes, formats that cannot hold what
+/// is asked for, folders that are not there, files that would be overwritten.
+/// @throws UsageError, io::OutputError
+void checkOutputs(const Options& options);
+
+/// Writes every picture that can be written; the first failure is thrown at the end, so that one
+/// full disk does not cost the others.
+/// @param camera  that the frame was seen through
+/// @throws std::runtime_error with one line
+void writeOutputs(const Options& options, const osg::CameraPtr& camera, FrameDriver& driver,
+                  Statistics& statistics);
