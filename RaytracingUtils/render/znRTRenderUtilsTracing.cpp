@@ -5,6 +5,7 @@
 #include "core/znRTFloatControl.h"
 #include "core/znRTRayPacketBundle.h"
 #include "geometry/znRTGeometryNode.h"
+#include "host/osg/Node.h"
 #include "render/rayObservation.h"
 #include "render/znRTRenderUtils.h"
 
@@ -99,6 +100,36 @@ void znRTRenderUtils::getAmbientOcclusionData(znRTDataBlockPacket& block)
         s_currentAccelerator->getAmbientOcclusionData(block);
 }
 
+namespace {
+
+/// Locked objects are not picked, and do not hide what is behind them from a pick.
+bool isLocked(const znRTGeometryNode& object)
+{
+    return object.getNode()->getLock() || object.getNode()->hasLockedParent();
+}
+
+/// First hit of lane 0 on an object that may be picked.
+/// @return the object, or null
+const znRTGeometryNode* findPickedObject(const znRTRayDifferentialPacket& ray,
+                                         znRTHitInfoPacket& hit)
+{
+    constexpr int firstLane = 1;
+    const znFloatType<2> tMax(std::numeric_limits<float>::max());
+    for (znFloatType<2> tMin(0.0f);; tMin = hit.t) {
+        hit.reset(tMax);
+        znRTRenderUtils::getIntersection(ray, tMin, tMax, hit, firstLane);
+        if (!(hit.hitMask & firstLane))
+            return nullptr;
+        const znRTGeometryNode* const object = znRTRenderUtils::getSceneNode(u32(hit.geometry[0]));
+        if (!object || !object->isAlive())
+            return nullptr;
+        if (!isLocked(*object))
+            return object;
+    }
+}
+
+} // namespace
+
 bool znRTRenderUtils::getHitPoint(const znRTVector3f& origin, const znRTVector3f& direction,
                                   znRTVector3f& position, znRTVector3f& normal, osg::NodePtr& node)
 {
@@ -107,18 +138,12 @@ bool znRTRenderUtils::getHitPoint(const znRTVector3f& origin, const znRTVector3f
         return false;
     const znRTRayPacket packet{znRTVector3fPacket(origin), znRTVector3fPacket(direction)};
     const znRTRayDifferentialPacket ray(packet);
-    const znFloatType<2> tMin(0.0f), tMax(std::numeric_limits<float>::max());
-    constexpr int firstLane = 1;
     znRTHitInfoPacket hit;
-    hit.reset(tMax);
-    getIntersection(ray, tMin, tMax, hit, firstLane);
-    if (!(hit.hitMask & firstLane))
+    const znRTGeometryNode* const object = findPickedObject(ray, hit);
+    if (!object)
         return false;
     znRTDataBlockPacket block(hit);
     getShadingData(ray, block, false);
-    const znRTGeometryNode* const object = block.nodes[0];
-    if (!object)
-        return false;
     position = ray.pointAt(hit.t).getLane(0);
     normal = block.shadingNormal().getLane(0);
     node = object->getNode();

@@ -11,6 +11,7 @@
 #include "host/znRTSelectionSettings.h"
 #include "host/znSceneDataManager.h"
 #include "material/znRTMaterial.h"
+#include "render/selectionOverlay.h"
 #include "render/znRTRenderUtils.h"
 
 #include <algorithm>
@@ -308,23 +309,34 @@ u32 znRTRenderUtils::updateRenderOptions()
     return changes;
 }
 
+namespace {
+
+/// Whether a set names the node or something that it belongs to.
+bool isMarked(const znRTGeometryNode& object, const std::set<u32>& ids)
+{
+    if (ids.empty())
+        return false;
+    for (osg::NodePtr node = object.getNode(); node; node = node->getParent())
+        if (ids.count(node->getId()))
+            return true;
+    return false;
+}
+
+} // namespace
+
 void znRTRenderUtils::setSelection(const std::set<u32>& selected, const std::set<u32>& preselected)
 {
+    s_hasSelection = false;
     if (!s_currentAccelerator)
         return;
     for (znRTGeometryNode* node : s_currentAccelerator->getSceneNodes())
-        if (node)
-            node->setSelected(selected.count(node->getNodeId()) != 0,
-                              preselected.count(node->getNodeId()) != 0);
+        if (node && node->isAlive()) {
+            node->setSelected(isMarked(*node, selected), isMarked(*node, preselected));
+            s_hasSelection = s_hasSelection || node->hasAnyWireframeSelection();
+        }
 }
 
 void znRTRenderUtils::initMaterialIcon(osg::NodePtr node)
 {
     znRTSceneHandler::setMaterialBallRoot(node);
-}
-
-void znRTRenderUtils::getWireframeSelectionColor(znRTColorPacket&, const znRTRayDifferentialPacket&,
-                                                 const znRTDataBlockPacket&, int, znRTShadingState&)
-{
-    // Selection is drawn by a material of its own, which the scene does not have yet.
 }

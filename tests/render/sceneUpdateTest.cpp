@@ -233,6 +233,26 @@ TEST_F(SceneUpdate, FindsTheNodeUnderARay)
     EXPECT_FALSE(instance->getHitPoint({0, 0, 5}, {0, 0, 0}, position, normal, node));
 }
 
+TEST_F(SceneUpdate, PicksWhatLiesBehindLockedObjects)
+{
+    const osg::NodePtr front = add(makeSquare(1), 0, 0, 1), back = add(makeSquare(1));
+    instance->applyChangeList(0);
+    const auto pick = [&] {
+        znRTVector3f position, normal;
+        osg::NodePtr node;
+        const bool isHit =
+            instance->getHitPoint({0.1f, 0.2f, 5}, {0, 0, -1}, position, normal, node);
+        return isHit ? node : osg::NodePtr();
+    };
+    EXPECT_EQ(pick(), front);
+    front->getParent()->setLock(true);
+    EXPECT_EQ(pick(), back) << "an ancestor is locked";
+    back->setLock(true);
+    EXPECT_EQ(pick(), osg::NodePtr());
+    front->getParent()->setLock(false);
+    EXPECT_EQ(pick(), front);
+}
+
 TEST_F(SceneUpdate, KeepsScenesByName)
 {
     EXPECT_NE(znRTRenderUtils::getAccelerator("Default"), nullptr);

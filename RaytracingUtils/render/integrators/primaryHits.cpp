@@ -1,8 +1,6 @@
 #include "render/integrators/primaryHits.h"
 
 #include "camera/znRTParticipatingMedia.h"
-#include "geometry/znRTGeometryNode.h"
-#include "host/znSelectionColors.h"
 #include "render/pixelScramble.h"
 #include "render/znRTRenderUtils.h"
 
@@ -71,21 +69,4 @@ void showColor(znRTFragment& fragment, const znRTColorPacket& color,
 {
     fragment.updateVectorPasses(ray, block, block.coverage, hits.live);
     storeColor(fragment, {color.r, color.g, color.b, 1.0f}, ray, block, hits, hits.live);
-}
-
-void blendSelection(znRTColorPacket& color, const znRTDataBlockPacket& block)
-{
-    for (int lane = 0; lane < 4; ++lane) {
-        const znRTGeometryNode* const node = block.nodes[lane];
-        if (!node || !node->hasAnyWireframeSelection())
-            continue;
-        const znRTVector4f& overlay = znSelectionColors::getColor(
-            node->hasWireframePreselection() ? znSelectionColors::preselection
-                                             : znSelectionColors::selection);
-        const znRTColor below = color.getComponent(lane);
-        color.setComponent(lane, {(overlay.x - below.r) * overlay.w + below.r,
-                                  (overlay.y - below.g) * overlay.w + below.g,
-                                  (overlay.z - below.b) * overlay.w + below.b,
-                                  (overlay.w - below.a) * overlay.w + below.a});
-    }
 }

@@ -48,9 +48,6 @@ void showColor(znRTFragment& fragment, const znRTColorPacket& color,
                const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& block,
                znRTPrimaryHits& hits);
 
-/// Tints selected objects, as displays do that ask no selection material.
-void blendSelection(znRTColorPacket& color, const znRTDataBlockPacket& block);
-
 /// Calls shade(hits) if there is a surface, and does what comes before and after.
 /// @param fragment  holds the background; lanes without a surface keep it
 template <class G, class Shade>

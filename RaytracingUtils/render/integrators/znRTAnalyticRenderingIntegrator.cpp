@@ -53,8 +53,7 @@ void znRTAnalyticRenderingIntegrator<G>::integrate(G& fragment, const znRTCamera
                                 znRTShadingState& state) {
                                 material.shadeAnalytic(ray, block, fragment, mask, state);
                             });
-        znRTColorPacket color = hasStripes ? stripedColor(ray, block) : fragment.colour;
-        blendSelection(color, block);
+        const znRTColorPacket color = hasStripes ? stripedColor(ray, block) : fragment.colour;
         storeColor(fragment, color, ray, block, hits, hits.live);
     });
 }

@@ -19,7 +19,6 @@ void znRTIndirectIllumRenderingIntegrator<G>::integrate(G& fragment, const znRTC
                                 shaded.layers[ZN_PASS_GLOSSY_INDIRECT_ILLUMINATION] +
                                 shaded.layers[ZN_PASS_TRANSLUCENCY_INDIRECT_ILLUMINATION];
         color.a = znFloatType<2>(1.0f);
-        blendSelection(color, block);
         showColor(fragment, color, ray, block, hits);
     });
 }

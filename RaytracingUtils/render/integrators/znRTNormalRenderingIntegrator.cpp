@@ -28,9 +28,7 @@ void znRTNormalRenderingIntegrator<G>::integrate(G& fragment, const znRTCamera* 
 {
     const znRTExtraData extra{0, shadingRequirement::footprint};
     integrateHits(fragment, *camera, ray, block, sampleOffset, extra, [&](znRTPrimaryHits& hits) {
-        znRTColorPacket color = normalColor(block, ray);
-        blendSelection(color, block);
-        showColor(fragment, color, ray, block, hits);
+        showColor(fragment, normalColor(block, ray), ray, block, hits);
     });
 }
 
