@@ -1,12 +1,9 @@
 // Displays that show something of the scene other than its light.
 
-#include "host/znRTSelectionSettings.h"
-#include "host/znSelectionColors.h"
 #include "integratorFixture.h"
 #include "render/integrators/znRTAORenderingIntegrator.h"
 #include "render/integrators/znRTDebugIntegrator.h"
 #include "render/integrators/znRTDiscontinuityRenderingIntegrator.h"
-#include "render/integrators/znRTNormalRenderingIntegrator.h"
 
 #include <cmath>
 
@@ -59,7 +56,6 @@ protected:
 using DiscontinuityDisplay = DisplayAid;
 using OcclusionDisplay = DisplayAid;
 using DebugDisplay = DisplayAid;
-using SelectionInDisplays = DisplayAid;
 
 enum class Line { none, depth, node, material, crease };
 

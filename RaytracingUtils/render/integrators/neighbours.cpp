@@ -51,15 +51,35 @@ znFloatType<2> differs(const znRTDataBlockPacket& a, const znRTDataBlockPacket& 
 
 /// Lanes whose neighbour sees a point off the tangent plane, by more than smooth surfaces curve
 /// between two pixels.
-znFloatType<2> leavesPlane(const znRTRayPacket& ray, const znRTDataBlockPacket& block,
-                           const znRTRayPacket& toward, const znRTDataBlockPacket& beside)
+znFloatType<2> leavesPlane(const znRTDataBlockPacket& block, const znRTDataBlockPacket& beside,
+                           const znFloatType<2>& pixelWidth)
 {
-    constexpr float pixels = 1.5f;
-    const znFloatType<2> pixelWidth =
-        (toward.pointAt(block.hit.t) - ray.pointAt(block.hit.t)).getLength();
     const znFloatType<2> distance =
         absolute(dot(beside.position() - block.position(), block.geometricNormal()));
-    return distance > pixelWidth * pixels;
+    return distance > pixelWidth * 1.5f;
+}
+
+/// How far a surface goes away from the viewer within a pixel, in pixels. Where it is seen edge-on
+/// the number says little, and is cut.
+znFloatType<2> slope(const znRTRayPacket& ray, const znRTDataBlockPacket& block)
+{
+    const znFloatType<2> cosine = dot(ray.direction, block.geometricNormal());
+    const znFloatType<2> square = maximum(cosine * cosine, 1e-6f);
+    return minimum(squareRoot(maximum(0.0f, (1.0f - square) / square)), 16.0f);
+}
+
+/// Lanes with a step between surfaces: their distances are further apart than the slopes of both
+/// explain, and one is not in the plane of the other. The first alone would draw lines on planes
+/// that go to the horizon, the second at edges of faces that are seen at a slant.
+znFloatType<2> isStep(const znRTRayPacket& ray, const znRTDataBlockPacket& block,
+                      const znRTRayPacket& toward, const znRTDataBlockPacket& beside)
+{
+    const znFloatType<2> pixelWidth =
+        (toward.pointAt(block.hit.t) - ray.pointAt(block.hit.t)).getLength();
+    const znFloatType<2> explained = slope(ray, block) + slope(toward, beside) + 1.5f;
+    const znFloatType<2> isApart = absolute(beside.hit.t - block.hit.t) > pixelWidth * explained;
+    return isApart &
+           (leavesPlane(block, beside, pixelWidth) | leavesPlane(beside, block, pixelWidth));
 }
 
 } // namespace
@@ -74,16 +94,15 @@ znRTDiscontinuity compareViews(const znRTRayPacket& ray, const znRTDataBlockPack
     const znFloatType<2> cosine = dot(block.shadingNormal(), beside.shadingNormal());
 
     znRTDiscontinuity result;
-    // A step counts if both sides see it as one: seen at a slant, a plane beside an edge does not.
-    const znFloatType<2> isStep =
-        leavesPlane(ray, block, toward, beside) & leavesPlane(toward, beside, ray, block);
-    result.depth = (isHit ^ isHitBeside) | (both & isStep);
-    result.node = both & differs(block, beside, [](const znRTGeometryNode& node) {
+    result.depth = (isHit ^ isHitBeside) | (both & isStep(ray, block, toward, beside));
+    // One kind a border: what a step separates differs in other ways, too.
+    const znFloatType<2> joined = andNot(result.depth, both);
+    result.node = joined & differs(block, beside, [](const znRTGeometryNode& node) {
                       return static_cast<const void*>(&node);
                   });
-    result.material = both & differs(block, beside, [](const znRTGeometryNode& node) {
+    result.material = joined & differs(block, beside, [](const znRTGeometryNode& node) {
                           return static_cast<const void*>(node.getActiveMaterial());
                       });
-    result.crease = both & (cosine < znFloatType<2>(creaseCosine));
+    result.crease = joined & (cosine < znFloatType<2>(creaseCosine));
     return result;
 }
