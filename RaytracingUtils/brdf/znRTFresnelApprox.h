@@ -34,7 +34,7 @@ public:
     /// Alpha is 1.
     znRTColorPacket dielectricColor(const znFloatType<2>& cosI,
                                     const znFloatType<2>& cosT) const override;
-    /// Mean of the channels' constants. The usual approximation for strong absorption: within 0.006
+    /// Mean of the channels' constants. The usual approximation for strong absorption: within 0.01
     /// of the complex formula at 60 degrees for the metals of the table.
     znFloatType<2> conductor(const znFloatType<2>& cosTheta) const override;
     /// Alpha is 1.
