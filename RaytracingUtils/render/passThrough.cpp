@@ -3,6 +3,7 @@
 #include "camera/znRTCamera.h"
 #include "core/rayTypes.h"
 #include "core/znRTShadingState.h"
+#include "gi/randomDecisions.h"
 #include "material/znRTMaterial.h"
 #include "render/znRTMultilayerFragment.h"
 #include "render/znRTRenderUtils.h"
@@ -70,7 +71,7 @@ void addBackground(znRTMultilayerFragment& composed, const znFloatType<2>& misse
 /// @return lanes that a surface was shaded in
 template <class Fragment>
 znFloatType<2> shadeHits(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
-                         Fragment& layer, znRTShadingState& state)
+                         Fragment& layer, const znRTShadingState& state)
 {
     znRTRenderUtils::getShadingData(ray, block, false);
     const znFloatType<2> live =
@@ -81,8 +82,11 @@ znFloatType<2> shadeHits(const znRTRayDifferentialPacket& ray, znRTDataBlockPack
         return live;
     block.computeShadingData(ray);
     layer.updateVectorPasses(ray, block, block.coverage, live);
-    for (u32 i = 0; i < block.materialCount; ++i)
-        block.materials[i]->shade(ray, block, layer, block.materialLanes[i] & live, state);
+    for (u32 i = 0; i < block.materialCount; ++i) {
+        // A lane's numbers do not depend on what the other lanes have hit.
+        znRTShadingState materialState = state;
+        block.materials[i]->shade(ray, block, layer, block.materialLanes[i] & live, materialState);
+    }
     return live;
 }
 
@@ -115,7 +119,8 @@ void composeBehind(const znRTRayDifferentialPacket& ray, const znRTDataBlockPack
             break;
 
         Fragment layer;
-        znRTShadingState layerState(state, state.counterA, state.counterB);
+        const znRTShadingState layerState(state, 0, state.counterB + (i + 1) * decisionsPerDepth,
+                                          state.counterC, state.counterD);
         composed.blendFragment(layer, shadeHits(child, behind, layer, layerState) & active);
         active &= composed.colour.a > znFloatType<2>(leastTransmittance);
         moveBehind(child, behind.position(), behind.geometricNormal(), behind.hit.t, active);

@@ -30,6 +30,8 @@ public:
     {
         ++shadeCount;
         rayTypes = ray.type;
+        states.push_back(state);
+        state.increaseDimension(1); // as shading that draws random numbers does
         znRTThroughput throughput;
         throughput.surfaceAlpha = znFloatType<2>(alpha);
         if (alpha < 1.0f)
@@ -42,6 +44,7 @@ public:
     float alpha;
     mutable int shadeCount = 0;
     mutable znIntType<2> rayTypes{0};
+    mutable std::vector<znRTShadingState> states;
 };
 
 /// Panes below each other, a block of hits above them, and terms for the updates.

@@ -1,3 +1,4 @@
+#include "gi/randomDecisions.h"
 #include "render/fragmentFixture.h"
 
 namespace {
@@ -196,4 +197,28 @@ TEST_F(FragmentUpdates, SumTheTermsOfGlass)
         EXPECT_LANES_NEAR(fragment.colour.r, 1.1f, 1.1f, 2.0f, 2.0f, 1e-6f);
         EXPECT_LANES_NEAR(fragment.colour.a, 0.5f, 0.5f, 0.75f, 0.75f, 1e-6f);
     }
+}
+
+// Each surface behind has decisions of its own, at the depth of the ray that came: two panes that
+// decide by chance would else decide alike. What shading draws does not carry over.
+TEST_F(FragmentUpdates, GiveEverySurfaceBehindItsOwnRandomDecisions)
+{
+    const PaneMaterial pane(znRTColor(1.0f, 1.0f, 1.0f), 0.25f);
+    addPanes(3, pane);
+    makeBlock();
+    znRTShadingState seen(znIntType<2>(5), znIntType<2>(0), 9, 2, 1, 32, 4, 6);
+    znRTFragment::getPassThroughColor(ray, block, znFloatType<2>(1.0f), all, seen);
+    ASSERT_EQ(pane.states.size(), 3u);
+    for (int i = 0; i < 3; ++i) {
+        const znRTShadingState& state = pane.states[std::size_t(i)];
+        EXPECT_EQ(state.counterB, 32 + (i + 1) * decisionsPerDepth);
+        EXPECT_EQ(state.counterA, 0);
+        EXPECT_EQ(state.counterC, 4);
+        EXPECT_EQ(state.counterD, 6);
+        EXPECT_EQ(state.sampleIndex, 9);
+        EXPECT_EQ(state.dimension, 2);
+        EXPECT_INT_LANES(state.pixelSeed, 5, 5, 5, 5);
+    }
+    EXPECT_EQ(seen.counterB, 32);
+    EXPECT_EQ(seen.dimension, 2);
 }
