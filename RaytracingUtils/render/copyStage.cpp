@@ -9,6 +9,7 @@
 #include "host/znRaytracerP.h"
 #include "render/activeViewport.h"
 #include "render/pixelFormatDispatch.h"
+#include "render/znRTRenderTask.h"
 #include "render/znRTRenderUtils.h"
 
 #include <algorithm>
@@ -262,7 +263,7 @@ void copyFrame(znRaytracerP& view, const znRTCopyRequest& request)
     const Source source = prepareSource(view, request);
     const znImagePostprocessor postProcessor = currentPostprocessor();
     znRTPixelPipeline pipeline{&postProcessor, znRTRenderUtils::getCamera(),
-                               maskCopyFlags(request.copyFlags)};
+                               maskCopyFlags(reduceCopyFlags(request.copyFlags, request.pass))};
     const bool staysLinear = isStillFrame() && request.pixelFormat == ZN_FORMAT_RGBA32F;
     if (staysLinear) // however the weights were taken care of
         pipeline.copyFlags &= ~u32(ZN_COPY_COLOR_PROFILE);

@@ -31,7 +31,7 @@ struct znRTCopyRequest
     /// Size of the whole output image; the frame is averaged down (or repeated) to it.
     u32 imageWidth = 0, imageHeight = 0;
     u32 pass = 0;
-    u32 copyFlags = 0; ///< not masked yet
+    u32 copyFlags = 0; ///< not masked yet; layers take fewer steps, see reduceCopyFlags
     bool denoised = false;
     u32 rowGrain = 1; ///< rows per task
 };

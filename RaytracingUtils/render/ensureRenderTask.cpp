@@ -27,9 +27,10 @@ void readClampAndSelector(const znRaytracerP& view, znRTRenderTaskKey& key)
         return;
     }
     key.integratorSelector = u32(Settings::s_renderer);
-    key.sampleClamp = Settings::s_clamping && view.m_outputMode != highRangeOutput
-                          ? Settings::s_reflectionClampValue
-                          : unlimited;
+    // Normals, places and distances are shown as they are.
+    const bool showsData = !view.m_renderPassesEnabled && isDataPass(view.m_currentPass);
+    const bool clamps = Settings::s_clamping && view.m_outputMode != highRangeOutput && !showsData;
+    key.sampleClamp = clamps ? Settings::s_reflectionClampValue : unlimited;
 }
 
 znRTRenderTaskKey makeKey(const znRaytracerP& view, u32 copyFlags, u32 pixelFormat)

@@ -74,6 +74,13 @@ znFloatType<2> znRTDepthRange::store(const znFloatType<2>& distance) const
     return validOrZero(reciprocalOrZero(distance) * scale + znFloatType<2>(bias));
 }
 
+znRTColorPacket znRTDepthRange::storeLayer(const znRTColorPacket& layer) const
+{
+    const znFloatType<2> isStored = znFloatType<2>(farClip) >= layer.r;
+    const znFloatType<2> z = maximum(store(layer.r) & isStored, 0.0f);
+    return {z, z, z, layer.a & isStored};
+}
+
 /// The layers of a packet to which a sample adds something, beauty first.
 struct znRTLayerStore::LightValues
 {

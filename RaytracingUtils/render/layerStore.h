@@ -33,6 +33,8 @@ struct znRTDepthRange
     znRTDepthRange(float nearClip, float farClip);
     /// NaN gives 0; a distance of 0, which no surface has, comes out negative.
     znFloatType<2> store(const znFloatType<2>& distance) const;
+    /// The layer as a cleared buffer holds it afterwards.
+    znRTColorPacket storeLayer(const znRTColorPacket& layer) const;
 };
 
 /// A packet on its way into the buffers.

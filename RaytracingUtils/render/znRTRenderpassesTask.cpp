@@ -2,6 +2,7 @@
 
 #include "camera/znRTCamera.h"
 #include "host/znRaytracerP.h"
+#include "render/lensFlares.h"
 #include "render/multiSampleBlock.h"
 #include "render/znRTRenderUtils.h"
 
@@ -27,6 +28,15 @@ void beginFragment(znRTMultilayerFragment& fragment)
     fragment.coverage = znFloatType<2>(0.0f);
 }
 
+/// Flares over a packet that hit nothing: what the integrator does over surfaces.
+void showFlares(const znRTRayPacket& ray, znRTMultilayerFragment& fragment)
+{
+    const znRTColorPacket& background = znRTRenderUtils::s_backgroundColor;
+    fragment.colour = background;
+    addLensFlares(ray, fragment.colour);
+    fragment.layers[ZN_PASS_BEAUTY] = fragment.colour;
+}
+
 } // namespace
 
 template <class Take>
@@ -35,6 +45,7 @@ void znRTLayerTileLoop::traceLayers(const znRTRenderTile& tile, const u8* pixelM
     znRTPacketBlock block;
     znRTMultilayerFragment empty, fragment;
     beginFragment(empty);
+    const bool hasFlares = showsLensFlares();
     forEachBlock(tile, znBlockSize, [&](const znRTPixelRectangle& r) {
         const int count =
             int(camera->trace_eye_rays(r.x0, r.x1, r.y0, r.y1, block.rays, block.hits, block.tMin,
@@ -43,6 +54,8 @@ void znRTLayerTileLoop::traceLayers(const znRTRenderTile& tile, const u8* pixelM
             znRTRayDifferentialPacket& ray = block.rays.rays[i];
             const znRTHitInfoPacket& hit = block.hits.hits[i];
             if (hit.hitMask == 0) {
+                if (hasFlares)
+                    showFlares(ray, empty);
                 take(znRTLayerPacket{empty, ray, hit, block.laneMasks[i]});
                 continue;
             }

@@ -1,15 +1,22 @@
 #include "renderFixture.h"
 
+#include "accel/znRTAccelerator.h"
+#include "camera/znRTScenePlate.h"
+#include "geometry/znRTGeometryNode.h"
 #include "host/nodePaths.h"
 #include "host/osg/Materials.h"
 #include "host/pixelFormats.h"
 #include "host/znLog.h"
 #include "host/znRTCryptomatte.h"
 #include "host/znRenderPasses.h"
+#include "material/znRTMaterial.h"
 #include "render/copyTasks.h"
+#include "render/integratorTasks.h"
+#include "render/znRTMultilayerFragment.h"
 
+#include <algorithm>
 #include <bit>
-#include <cstring>
+#include <limits>
 #include <string>
 
 using namespace renderTest;
@@ -138,6 +145,70 @@ void RenderPasses::expectGeometryLayers(bool hasNearerSamples)
     });
     EXPECT_GT(hits, view.record.m_renderWidth * view.record.m_renderHeight / 8);
 }
+
+/// Shades with known terms: every lobe gets light of three kinds.
+class TermsMaterial : public znRTMaterial
+{
+public:
+    TermsMaterial() : znRTMaterial(typeId(), nullptr) {}
+    znRTMaterial* getDuplicate() const override { return new TermsMaterial; }
+    using znRTMaterial::shade;
+    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+               znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
+               znRTShadingState& state) const override
+    {
+        shadeInto(ray, data, fragment, mask, state);
+    }
+    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+               znRTFragment& fragment, const znFloatType<2>& mask,
+               znRTShadingState& state) const override
+    {
+        shadeInto(ray, data, fragment, mask, state);
+    }
+
+private:
+    template <class G>
+    static void shadeInto(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                          G& fragment, const znFloatType<2>& mask, znRTShadingState& state)
+    {
+        znRTColorPacket surface[surfaceTermCount], ibl[4], light[4], indirect[4];
+        const znFloatType<2> place = absolute(data.position().x);
+        for (int i = 0; i < surfaceTermCount; ++i)
+            surface[i] = znRTColorPacket(znFloatType<2>(0.1f + 0.1f * float(i)));
+        for (int i = 0; i < 4; ++i) {
+            ibl[i] = znRTColorPacket(place + 0.3f * float(i));
+            light[i] = znRTColorPacket(place * 0.5f + 0.2f * float(i));
+            indirect[i] = znRTColorPacket(place * 0.25f + 0.7f * float(i));
+        }
+        fragment.updateDGST(ray, data, surface, {ibl, light, indirect}, state, {}, mask);
+    }
+    static const znRTTypeId& typeId()
+    {
+        static const znRTTypeId id("TermsMaterial");
+        return id;
+    }
+};
+
+class GreyPlate : public znRTScenePlate
+{
+public:
+    GreyPlate() : znRTScenePlate(typeId()) {}
+    znRTColorPacket evaluate(const znRTRayPacket&, const znRTDataBlockPacket&) const override
+    {
+        return znRTColorPacket(0.5f);
+    }
+    znRTColorPacket evaluate(const znIntType<2>&, const znIntType<2>&) const override
+    {
+        return znRTColorPacket(0.5f);
+    }
+
+private:
+    static const znRTTypeId& typeId()
+    {
+        static const znRTTypeId id("GreyPlate");
+        return id;
+    }
+};
 
 float contrast(const ZN_RGBA32F& a, const ZN_RGBA32F& b)
 {
@@ -314,4 +385,100 @@ TEST_F(RenderPasses, ComeBackByMaskInTheFormatAskedFor)
     EXPECT_EQ(std::bit_cast<u32>(pixel(2, 16, 12).r), znRTCryptomatte::hash("/ball/node"));
     EXPECT_EQ(pixel(3, 16, 12).a, 0.0f) << "no third rank here";
     EXPECT_LT(contrast(pixel(4, 16, 12), at(ZN_PASS_POSITION, 16, 12)), 1e-6f);
+}
+
+// One layer shown instead of the beauty is the buffer that it gets among all of them.
+TEST_F(RenderPasses, AreTheSameShownOneByOne)
+{
+    resizeAll(64, 48);
+    makeScene();
+    begin();
+    TermsMaterial material;
+    for (znRTGeometryNode* node : znRTRenderUtils::getCurrentAccelerator()->getSceneNodes())
+        node->setMaterial(&material);
+    znRTRenderTaskKey key;
+    key.qualityMode = u32(Settings::interactive);
+    key.sampleClamp = 10.0f;
+    const auto trace = [&](znRTRenderTask* made) {
+        const std::unique_ptr<znRTRenderTask> task(made);
+        task->bind(view.record);
+        for (const znRTRenderTile& tile : view.record.m_allTiles)
+            task->traceTile(tile);
+    };
+    key.passesEnabled = 1;
+    trace(createDistributedTask(key));
+    key.passesEnabled = 0;
+    u32 filled = 0;
+    for (u32 i = 1; i < u32(znRenderPassCount); ++i) {
+        if (isCryptomattePass(i))
+            continue;
+        key.singlePass = i;
+        key.sampleClamp = isDataPass(i) ? std::numeric_limits<float>::max() : 10.0f;
+        trace(createDistributedPassesTask(key));
+        for (std::size_t p = 0; p < layers[i].size(); ++p) {
+            ASSERT_LT(contrast(view.frame[p], layers[i][p]), 1e-6f) << znRenderPassNames[i] << p;
+            ASSERT_NEAR(view.frame[p].a, layers[i][p].a, 1e-6f) << znRenderPassNames[i] << p;
+        }
+        filled += at(i, 32, 24).r != 0.0f || at(i, 32, 24).b != 0.0f;
+    }
+    EXPECT_GE(filled, 24u) << "four lobes in light and colour, and the data layers";
+    for (znRTGeometryNode* node : znRTRenderUtils::getCurrentAccelerator()->getSceneNodes())
+        node->setMaterial(nullptr);
+}
+
+// A frame that is copied with plates must not get them into its layers.
+TEST_F(RenderPasses, TakePlatesOnlyWhereTheyShowThem)
+{
+    GreyPlate plate;
+    znRTRenderUtils::setBackground(&plate);
+    resizeAll(32, 24);
+    makeScene();
+    renderInteractive();
+    constexpr u32 plates = ZN_COPY_BACKPLATES | ZN_COPY_FRONTPLATES;
+    std::vector<ZN_RGBA32F> image(32 * 24);
+    for (const u32 i : {ZN_PASS_BEAUTY, ZN_PASS_DIFFUSE_LIGHT, ZN_PASS_BACKPLATES,
+                        ZN_PASS_FRONTPLATES, ZN_PASS_NORMAL}) {
+        instance->applyImageProcessing(&view.record, view.record.m_passBuffers[i], image.data(),
+                                       ZN_FORMAT_RGBA32F, false, 0, 32, 0, 24, i, plates, false);
+        const bool showsPlate = i == ZN_PASS_BEAUTY || i == ZN_PASS_BACKPLATES;
+        EXPECT_EQ(image[0].g, showsPlate ? 0.5f : 0.0f) << znRenderPassNames[i];
+    }
+    znRTRenderUtils::setBackground(nullptr);
+}
+
+// The region form traces by itself, and hands the passes of the mask out in their order.
+TEST_F(RenderPasses, ComeAsRegionsInEveryFormat)
+{
+    resizeAll(48, 32);
+    makeScene();
+    const u64 mask = u64(1) << ZN_PASS_MASK | u64(1) << ZN_PASS_VIEW | u64(1) << ZN_PASS_DEPTH |
+                     u64(1) << ZN_PASS_CRYPTO_OBJECT_00;
+    begin();
+    std::vector<void*> images = instance->getRenderpassesFrame(&view.record, mask, 0, 16, 8, 20, 12,
+                                                               ZN_FORMAT_RGBA32F, true, 16, 0);
+    ASSERT_EQ(images.size(), 4u);
+    const auto* const depths = static_cast<const ZN_RGBA32F*>(images[0]);
+    const auto* const masks = static_cast<const ZN_RGBA32F*>(images[2]);
+    for (u32 y = 0; y < 12; ++y)
+        for (u32 x = 0; x < 20; ++x) {
+            EXPECT_EQ(depths[y * 20 + x].r, at(ZN_PASS_DEPTH, 16 + x, 8 + y).r);
+            EXPECT_EQ(masks[y * 20 + x].g, at(ZN_PASS_MASK, 16 + x, 8 + y).g);
+        }
+    EXPECT_GT(depths[6 * 20 + 8].r, 0.0f);
+    for (const auto& [format, size] : {std::pair{ZN_FORMAT_RGBA, 4},
+                                       {ZN_FORMAT_RGB, 3},
+                                       {ZN_FORMAT_RGB32F, 12},
+                                       {ZN_FORMAT_BGRA, 4},
+                                       {ZN_FORMAT_RGBA16F, 8},
+                                       {ZN_FORMAT_RGBE, 4}}) {
+        images = instance->getRenderpassesFrame(&view.record, u64(1) << ZN_PASS_MASK, 0, 16, 8, 20,
+                                                12, format, true, 16, 0);
+        ASSERT_EQ(images.size(), 1u);
+        const u8* const pixel = static_cast<const u8*>(images[0]) + size * (6 * 20 + 8);
+        EXPECT_TRUE(std::any_of(pixel, pixel + size, [](u8 byte) { return byte != 0; })) << format;
+    }
+    EXPECT_TRUE(instance
+                    ->getRenderpassesFrame(&view.record, u64(1) << 50, 0, 0, 0, 8, 8,
+                                           ZN_FORMAT_RGBA, true, 16, 0)
+                    .empty());
 }

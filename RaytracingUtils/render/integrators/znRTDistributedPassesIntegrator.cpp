@@ -1,8 +1,10 @@
 #include "render/integrators/znRTDistributedPassesIntegrator.h"
 
+#include "camera/znRTCamera.h"
 #include "render/createTask.h"
 #include "render/integratorTasks.h"
 #include "render/integrators/znRTDistributedIntegrator.h"
+#include "render/layerStore.h"
 #include "render/znRTMultilayerFragment.h"
 
 #include <array>
@@ -16,7 +18,10 @@ void integratePass(u32 pass, znRTFragment& fragment, const znRTCamera& camera,
     shaded.updateFragmentColor(fragment.colour, fragment.colour.a, znFloatType<2>::allLanes());
     znRTDistributedIntegrator<znRTMultilayerFragment>().integrate(shaded, &camera, ray, block,
                                                                   sampleOffset);
-    const znRTColorPacket& shown = shaded.layers[pass];
+    const znRTColorPacket shown =
+        pass == ZN_PASS_DEPTH
+            ? znRTDepthRange(camera.nearClip, camera.farClip).storeLayer(shaded.layers[pass])
+            : shaded.layers[pass];
     fragment.updateFragmentColor(shown, shown.a, znFloatType<2>::allLanes());
     fragment.coverage = block.coverage;
 }
