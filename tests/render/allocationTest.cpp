@@ -1,6 +1,8 @@
 // No allocation while a tile is traced. The program's own malloc counts what one thread asks for
 // between two marks; everything in the process ends there, operator new included.
 
+#include "host/znRenderPasses.h"
+#include "render/znRTIntegratorTable.h"
 #include "renderFixture.h"
 
 #include <cstdlib>
@@ -98,6 +100,22 @@ TEST_F(TileAllocations, AreNone)
     EXPECT_EQ(countInTiles(false, 4, false), 0u);
     EXPECT_EQ(countInTiles(false, 2, true), 0u);
     EXPECT_EQ(countInTiles(true, 1, false), 0u);
+}
+
+TEST_F(TileAllocations, AreNoneInOtherDisplays)
+{
+    add(makeSphere(16, 32));
+    view.record.m_renderMode = ZN_RENDER_DISCONTINUITY;
+    EXPECT_EQ(countInTiles(false, 1, false), 0u);
+    view.record.m_renderMode = ZN_RENDER_OCCLUSION;
+    EXPECT_EQ(countInTiles(false, 1, false), 0u);
+    view.record.m_renderMode = ZN_RENDER_BEAUTY;
+    view.record.m_currentPass = ZN_PASS_NORMAL;
+    EXPECT_EQ(countInTiles(true, 1, false), 0u);
+    view.record.m_currentPass = 0;
+    Settings::s_renderer = 5;
+    EXPECT_EQ(countInTiles(false, 1, true), 0u);
+    Settings::s_renderer = 0;
 }
 
 TEST_F(TileAllocations, WouldBeSeen)

@@ -1,7 +1,9 @@
 // Displays that show something of the scene other than its light.
 
+#include "host/znRTSceneHandler.h"
 #include "integratorFixture.h"
 #include "render/integrators/znRTAORenderingIntegrator.h"
+#include "render/integrators/znRTAnalyticRenderingIntegrator.h"
 #include "render/integrators/znRTDebugIntegrator.h"
 #include "render/integrators/znRTDiscontinuityRenderingIntegrator.h"
 
@@ -302,4 +304,56 @@ TEST_F(DebugDisplay, GivesObjectsHuesAndTrianglesBrightnesses)
                     fragment.colour.r[2] + fragment.colour.g[2] + fragment.colour.b[2],
                     fragment.colour.r[3] + fragment.colour.g[3] + fragment.colour.b[3]);
     EXPECT_LT(fragment.colour.r[0] + fragment.colour.g[0] + fragment.colour.b[0], 2.9f);
+}
+
+// Bit for bit: a lane does not know what is in the others, nor where in the packet it is.
+void expectLanesToBeIndependent(const std::function<znRTColorPacket(int)>& coloursFrom)
+{
+    const znRTColorPacket straight = coloursFrom(0);
+    for (int first = 1; first < 4; ++first) {
+        const znRTColorPacket turned = coloursFrom(first);
+        for (int lane = 0; lane < 4; ++lane)
+            EXPECT_EQ(turned.getComponent(lane), straight.getComponent((first + lane) & 3))
+                << "turned by " << first << ", lane " << lane;
+    }
+}
+
+TEST_F(DisplayAid, GivesEachLaneTheSameWhateverItsPlaceInThePacket)
+{
+    add(makeRandomMesh(200, 11), material);
+    add(makeSquare(), other, makeTranslation(0.0f, 0.0f, -1.5f));
+    scene.build();
+    const osg::Ref<osg::SurfaceAnalysisAttachment> stripes(
+        osg::SurfaceAnalysisAttachment::create());
+    stripes->setMode(znRTSurfaceAnalysisSettings::sphere);
+    znRTSceneHandler::s_currentSurfaceAnalysisSettings.updateSettings(stripes.get().get());
+    const float xs[4] = {-0.7f, 0.2f, 0.55f, 4.0f};
+    const auto rays = [&](int first) {
+        znFloatType<2> x;
+        znIntType<2> pixels(0);
+        for (int lane = 0; lane < 4; ++lane) {
+            x.set(lane, xs[(first + lane) & 3]);
+            pixels.set(lane, (first + lane) & 3);
+        }
+        znRTRayDifferentialPacket ray = downwardPixels(x, 0.13f, pixel);
+        ray.pixelX = pixels;
+        return ray;
+    };
+    expectLanesToBeIndependent([&](int first) {
+        integrate<znRTDiscontinuityRenderingIntegrator>(rays(first));
+        return fragment.colour;
+    });
+    expectLanesToBeIndependent([&](int first) {
+        integrate<znRTAORenderingIntegrator>(rays(first));
+        return fragment.colour;
+    });
+    expectLanesToBeIndependent([&](int first) {
+        integrate<znRTDebugIntegrator>(rays(first));
+        return fragment.colour;
+    });
+    expectLanesToBeIndependent([&](int first) {
+        integrate<znRTAnalyticRenderingIntegrator>(rays(first));
+        return fragment.colour;
+    });
+    znRTSceneHandler::s_currentSurfaceAnalysisSettings = {};
 }
