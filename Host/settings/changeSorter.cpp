@@ -183,6 +183,34 @@ void ChangeSorter::sortChildren(const osg::NodePtr& node)
 
 // Changes
 
+namespace {
+
+/// Fields of a container that a part of it stands in.
+u64 fieldsThatHold(const osg::FieldContainerPtr& owner, u32 part)
+{
+    using G = osg::Geometry;
+    if (isKindOf<osg::Node>(owner))
+        return 0;
+    const auto geometry = osg::GeometryPtr::dcast(owner);
+    if (!geometry)
+        return ~u64(0);
+    u64 fields = 0;
+    const auto look = [&](const osg::GeoPropertyPtr& property, u64 mask) {
+        if (property && property->getId() == part)
+            fields |= mask;
+    };
+    look(geometry->getPositions(), G::PositionsFieldMask);
+    look(geometry->getNormals(), G::NormalsFieldMask);
+    look(geometry->getColors(), G::ColorsFieldMask);
+    look(geometry->getSecondaryColors(), G::SecondaryColorsFieldMask);
+    look(geometry->getIndices(), G::IndicesFieldMask);
+    for (int set = 0; set < G::texCoordSetCount; ++set)
+        look(geometry->getTexCoordSet(set), G::TexCoordsFieldMask << set);
+    return fields ? fields : ~u64(0);
+}
+
+} // namespace
+
 void ChangeSorter::sortChanged(const osg::FieldContainerPtr& container, u64 mask)
 {
     if (sortView(container, mask))
@@ -207,7 +235,7 @@ void ChangeSorter::sortChanged(const osg::FieldContainerPtr& container, u64 mask
         constexpr u64 parts =
             ~(osg::MaterialDrawable::MaterialFieldMask | osg::NodeCore::AttachmentsFieldMask);
         eachOwner(container->getId(), [&](const osg::FieldContainerPtr& owner) {
-            sortChanged(owner, isKindOf<osg::Node>(owner) ? 0 : parts);
+            sortChanged(owner, fieldsThatHold(owner, container->getId()) & parts);
         });
     }
 }

@@ -81,6 +81,7 @@ void znRTSceneHandler::applyChanges(const znRTSceneChanges& changes, znRTRebuild
         if (core == changes.cores.end())
             return;
         shown.insert(core->first);
+        object.setChangedFields(core->second);
         const bool rebuilt =
             core->second & primitiveFields ? scene.reinitObject(index) : scene.updateObject(index);
         if (rebuilt)

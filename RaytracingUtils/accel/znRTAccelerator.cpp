@@ -240,7 +240,7 @@ bool znRTAccelerator::updateObject(unsigned int index)
     if (!node)
         return false;
     const znRTIntersector* const before = node->getCurrentIntersector();
-    const bool needsTree = node->updateGeometry(~0ull);
+    const bool needsTree = node->updateGeometry(node->takeChangedFields());
     // With another core the intersector goes: trees must not lead to it.
     if (node->getCurrentIntersector() != before)
         dropTrees();

@@ -12,6 +12,7 @@
 #include "host/znRTVector.h"
 
 #include <string>
+#include <utility>
 
 namespace osg {
 class RaytracingGeoAttachment;
@@ -43,6 +44,11 @@ public:
     virtual bool updateTransformMatrices();
     /// Sets toWorld and, from it, toObject.
     virtual void setTransformMatrix(const osg::TransformationMatrix<float>& toWorld);
+
+    /// Fields of the core that changed since the object was last brought up to date, for whoever
+    /// does that next. Unless somebody said so before, all of them.
+    void setChangedFields(u64 fields) { m_changedFields = fields; }
+    u64 takeChangedFields() { return std::exchange(m_changedFields, ~u64(0)); }
 
     virtual u64 getCount() const { return 0; }
     virtual u64 getMemoryUsage() const { return 0; }         ///< bytes
@@ -129,5 +135,6 @@ private:
         bool operator==(const State&) const = default;
     };
     State m_lastState;
+    u64 m_changedFields = ~u64(0);
     bool m_wasUpdated = false;
 };

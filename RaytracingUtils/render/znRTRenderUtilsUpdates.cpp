@@ -28,11 +28,11 @@ constexpr unsigned buildQuality = 100;
 constexpr std::size_t manyNodes = 101;
 constexpr int rebuildFlag = 1;
 
-/// Changes after which the tree over the objects is another one.
-constexpr u32 treeChanges = znChangeNodesCreated | znChangeNodesDestroyed | znChangeTransforms |
-                            znChangeGeometry | znChangeVisibility | znChangeSelection |
-                            znChangeMaterialAssignment | znChangeMaterials | znChangeEnvironment |
-                            znChangeClipping;
+/// Changes after which the tree over the objects is another one. Geometry and destroyed containers
+/// are not among them: vertex attributes change and properties go without that any triangle moves.
+constexpr u32 treeChanges = znChangeNodesCreated | znChangeTransforms | znChangeVisibility |
+                            znChangeSelection | znChangeMaterialAssignment | znChangeMaterials |
+                            znChangeEnvironment | znChangeClipping;
 
 /// Takes over settings and attachments.
 /// @return true when materials have to look at the settings again
@@ -49,10 +49,12 @@ bool updateSettings()
 }
 
 /// Adds what was created, applies what changed, and rebuilds the objects that need it.
-void updateIncrementally(znRTAccelerator& scene, const znRTSceneChanges& changes,
+/// @return whether an object came or was built anew
+bool updateIncrementally(znRTAccelerator& scene, const znRTSceneChanges& changes,
                          const std::vector<osg::NodePtr>& geometries,
                          const std::vector<osg::NodePtr>& lights)
 {
+    const u64 objectsBefore = scene.getObjectListSize();
     znRTRenderUtils::createNodes(geometries, lights);
     scene.updateGeometryList();
     znRTRebuildMap rebuild;
@@ -69,6 +71,8 @@ void updateIncrementally(znRTAccelerator& scene, const znRTSceneChanges& changes
     znRTRebuildMap rebuildForMaterials;
     znRTSceneHandler::applyMaterialUpdates(changes, rebuildForMaterials);
     znRTRenderUtils::rebuildNodes(rebuildForMaterials);
+    return !rebuild.empty() || !rebuildForMaterials.empty() ||
+           scene.getObjectListSize() != objectsBefore;
 }
 
 void updateLighting(u32 changeFlags)
@@ -102,7 +106,9 @@ void updateFromChangeList(znRTAccelerator& scene, const osg::ChangeList* changeL
     if (changeList)
         znRTSceneHandler::filterChanges(*changeList, mask, changes);
     changeFlags |= changes.flags;
+    const u64 objectsBefore = scene.getObjectListSize();
     znRTSceneHandler::deleteNodes(changes);
+    bool needsTree = scene.getObjectListSize() != objectsBefore; // it went with the object
     std::vector<osg::NodePtr> geometries, lights;
     znRTRenderUtils::getCreatedNodes(changes.created, geometries, lights);
 
@@ -114,7 +120,7 @@ void updateFromChangeList(znRTAccelerator& scene, const osg::ChangeList* changeL
         znRTRenderUtils::rebuildEverything();
         changeFlags |= znLightChanges | znChangeSelection;
     } else {
-        updateIncrementally(scene, changes, geometries, lights);
+        needsTree |= updateIncrementally(scene, changes, geometries, lights);
         if (changeFlags & znChangeVisibility)
             znRTRenderUtils::updateVisibilities();
     }
@@ -126,7 +132,7 @@ void updateFromChangeList(znRTAccelerator& scene, const osg::ChangeList* changeL
     if (changeFlags & znChangeSelection)
         applySelection();
     updateLighting(changeFlags);
-    if (changeFlags & treeChanges)
+    if (needsTree || (changeFlags & treeChanges))
         scene.build(buildQuality);
 }
 

@@ -51,8 +51,16 @@ public:
         ++builds;
         znRTDynamicBVH::build(quality);
     }
+    bool updateObject(unsigned index) override
+    {
+        const bool needsTree = znRTDynamicBVH::updateObject(index);
+        objectTrees += needsTree;
+        ++objectUpdates;
+        return needsTree;
+    }
     bool fails = false;
     int clears = 0, builds = 0;
+    int objectUpdates = 0, objectTrees = 0; ///< calls, and those that asked for another tree
 };
 
 class SceneUpdate : public RenderTest
@@ -149,6 +157,45 @@ TEST_F(SceneUpdate, KeepsTheTreesWhenNothingHappened)
     for (int i = 0; i < 5; ++i)
         instance->applyChangeList(0);
     EXPECT_EQ(scene.builds, builds);
+}
+
+// Colours, texture coordinates and normals are no part of a tree, whether they are replaced or
+// edited in place; positions are.
+TEST_F(SceneUpdate, KeepsTheTreesWhenOnlyAttributesChange)
+{
+    TestScene& scene = useTestScene();
+    const osg::GeometryPtr square = makeSquare(1);
+    add(square);
+    const auto makeColors = [](float red) {
+        const osg::Vec3f c(red, 0, 0);
+        return osg::GeoProperty::create({c, c, c, c, c});
+    };
+    square->setColors(makeColors(0.5f));
+    renderFrame();
+    int updates = scene.objectUpdates, trees = scene.objectTrees, builds = scene.builds;
+    const auto expectUpdate = [&](bool isBuilt) {
+        instance->applyChangeList(0);
+        EXPECT_EQ(scene.objectUpdates, ++updates);
+        EXPECT_EQ(scene.objectTrees, trees += isBuilt);
+        EXPECT_EQ(scene.builds, builds += isBuilt);
+    };
+    square->setColors(makeColors(1.0f));
+    expectUpdate(false);
+    {
+        const osg::EditScope edit(square->getColors(), osg::GeoProperty::BytesFieldMask);
+    }
+    expectUpdate(false);
+    const osg::Vec3f tilted(0.6f, 0, 0.8f);
+    square->setNormals(osg::GeoProperty::create({tilted, tilted, tilted, tilted, tilted}));
+    expectUpdate(false);
+    EXPECT_FALSE(trace());
+    EXPECT_NEAR(view.pixel(24, 18).r / view.pixel(24, 18).b, 1.6f / 1.8f, 1e-2f);
+    {
+        const osg::EditScope edit(square->getPositions(), osg::GeoProperty::BytesFieldMask);
+    }
+    expectUpdate(true);
+    square->setPositions(makeSquare(0.5f)->getPositions());
+    expectUpdate(true);
 }
 
 // The image after a move is that of a scene that was loaded with the object in its new place.
