@@ -5,10 +5,12 @@
 #include "geometry/znRTGeometryNode.h"
 #include "host/osg/Geometry.h"
 #include "host/osg/Material.h"
+#include "host/osg/Materials.h"
 #include "host/znLog.h"
 #include "host/znRTSceneChanges.h"
 #include "material/materialTable.h"
 #include "material/znRTDummyMaterial.h"
+#include "render/notAvailable.h"
 
 #include <algorithm>
 
@@ -30,6 +32,14 @@ std::map<u32, Counted>& globalMaterialList()
 {
     static std::map<u32, Counted> list;
     return list;
+}
+
+void tellOfDisplacement(const osg::MaterialPtr& material)
+{
+    static znRTOnceWarning notDone("Materials do not displace yet: surfaces stay smooth.");
+    const auto brdf = osg::FCPtr<osg::UBRDFMaterial>::dcast(material);
+    if (brdf && brdf->getDisplacementHeight() != 0.0f)
+        notDone();
 }
 
 } // namespace
@@ -137,6 +147,7 @@ void znRTAccelerator::setActiveMaterial(const osg::MaterialPtr& material, const 
                                         const osg::NodeCorePtr& core, znRTGeometryNode* geometry)
 {
     if (material) {
+        tellOfDisplacement(material);
         geometry->setMaterial(createMaterial(material));
         return;
     }

@@ -337,7 +337,12 @@ znRTClippingShape* znRTAccelerator::getClippingShape(u32 nodeId) const
     return found != clippingShapesByNode.end() ? found->second : nullptr;
 }
 
-void znRTAccelerator::applyImageQuadChanges() {}
+void znRTAccelerator::applyImageQuadChanges()
+{
+    static std::atomic<bool> isTold{false};
+    tellOnce(isTold, "Image quads are not drawn yet");
+}
+
 void znRTAccelerator::updateLights() {}
 void znRTAccelerator::updateGeometryLights() {}
 void znRTAccelerator::updateRayGeometryLights() {}

@@ -10,9 +10,11 @@
 #include "core/pixelHash.h"
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTFloatControl.h"
+#include "host/osg/FogSettings.h"
 #include "host/osg/TonemappingSettings.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znUberCameraUtils.h"
+#include "render/notAvailable.h"
 #include "render/znRTRenderUtils.h"
 
 #include <new>
@@ -43,6 +45,15 @@ void znRTCamera::update(osg::Camera* newCamera, unsigned renderWidth, unsigned r
     publishMatrices();
     updateFragmentShader();
     updateLens();
+    tellOfFog();
+}
+
+void znRTCamera::tellOfFog() const
+{
+    static znRTOnceWarning notRendered("Fog is not rendered yet.");
+    const auto fog = uberCamera ? uberCamera->getFogSettings() : nullptr;
+    if (fog && (fog->getFogEnableDistance() || fog->getFogEnableHeight()))
+        notRendered();
 }
 
 void znRTCamera::updatePixelFilter()

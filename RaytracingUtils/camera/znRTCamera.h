@@ -66,6 +66,7 @@ private:
     void publishMatrices() const;
     void updateFragmentShader();
     void updateLens();
+    void tellOfFog() const;
 
     int filterTypeInUse = -1;
 };

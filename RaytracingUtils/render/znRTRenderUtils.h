@@ -137,6 +137,8 @@ public:
     static void updateLocalLights();
     /// @param rebuildHierarchy  the set of lights or their places changed
     static void updateLightDistribution(bool rebuildHierarchy);
+    /// Draws of light sampling for a number of lights: half the square root, 1 to 16.
+    static int countLightEvaluations(u64 lights);
     static void updateClippingShapes();
     static void updateParticipatingMedia();
     static void updatePixelFilter();

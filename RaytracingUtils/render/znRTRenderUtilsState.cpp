@@ -8,6 +8,7 @@
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRTSceneHandler.h"
 #include "material/znRTMaterial.h"
+#include "render/notAvailable.h"
 #include "render/znRTRenderUtils.h"
 
 #include <map>
@@ -189,6 +190,9 @@ void znRTRenderUtils::enableOcclusionPass(bool on)
 
 void znRTRenderUtils::setActiveEnvironment(osg::NodePtr node, znRTMaterial* material)
 {
+    static znRTOnceWarning noEffect("A chosen environment does not light the scene yet.");
+    if (node || material)
+        noEffect();
     s_activeEnvironment = node;
     s_activeEnvironmentMaterial = material;
 }

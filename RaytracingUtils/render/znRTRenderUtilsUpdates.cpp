@@ -11,6 +11,7 @@
 #include "host/znRTSelectionSettings.h"
 #include "host/znSceneDataManager.h"
 #include "material/znRTMaterial.h"
+#include "render/notAvailable.h"
 #include "render/selectionOverlay.h"
 #include "render/znRTRenderUtils.h"
 
@@ -270,14 +271,20 @@ void znRTRenderUtils::updateVisibilities()
 
 void znRTRenderUtils::updateLocalLights()
 {
-    // Lists of local lights stay empty as long as no light says that it is local.
+    static znRTOnceWarning noLists("Lights cannot be local yet: each reaches all objects.");
+    if (getLights().size > 0)
+        noLists();
 }
 
 void znRTRenderUtils::updateLightDistribution(bool)
 {
-    constexpr int mostDraws = 16;
-    const float count = float(getLights().size);
-    s_maxLightEvaluations = std::clamp(int(std::sqrt(count) * 0.5f), 1, mostDraws);
+    s_maxLightEvaluations = countLightEvaluations(getLights().size);
+}
+
+int znRTRenderUtils::countLightEvaluations(u64 lights)
+{
+    constexpr int most = 16;
+    return std::clamp(int(std::sqrt(float(lights)) * 0.5f), 1, most);
 }
 
 void znRTRenderUtils::updateClippingShapes()

@@ -20,7 +20,7 @@ class znRTRootTask
 public:
     explicit znRTRootTask(znRTTaskContext& taskContext);
     /// Cancels the context and waits for children that still run: they use the memory of the frame.
-    ~znRTRootTask();
+    virtual ~znRTRootTask();
     znRTRootTask(const znRTRootTask&) = delete;
     znRTRootTask& operator=(const znRTRootTask&) = delete;
 

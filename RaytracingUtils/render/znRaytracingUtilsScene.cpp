@@ -5,10 +5,12 @@
 #include "camera/znRTProjectionBasedARLens.h"
 #include "core/znRTFloatControl.h"
 #include "host/osg/RaytracingPBARSettings.h"
+#include "host/osg/Viewport.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRTSceneHandler.h"
 #include "host/znRaytracerP.h"
 #include "material/znRTMaterial.h"
+#include "render/notAvailable.h"
 #include "render/photonRefresh.h"
 #include "render/znRTRenderUtils.h"
 #include "render/znRaytracingUtils.h"
@@ -96,10 +98,13 @@ void znRaytracingUtils::setPBARSettings(osg::FCPtr<osg::RaytracingPBARSettings> 
     static_cast<znRTProjectionBasedARLens*>(lens)->setPBARSettings(settings, viewId);
 }
 
-void znRaytracingUtils::updateSceneplates(znRaytracerP*, osg::Viewport*, osg::Camera*)
+void znRaytracingUtils::updateSceneplates(znRaytracerP*, osg::Viewport* viewport, osg::Camera*)
 {
-    // Plates are not read from viewports yet. Those that were set on the render state stay, and the
-    // copy stage composes them.
+    // Plates that were set on the render state stay, and the copy stage composes them.
+    static znRTOnceWarning notDrawn("Backgrounds and scene plates of viewports are not drawn yet.");
+    if (viewport && (viewport->getBackground() || !viewport->getForegrounds().empty() ||
+                     !viewport->getSceneplates().empty()))
+        notDrawn();
 }
 
 bool znRaytracingUtils::tracePhotons(znRaytracerP* view)

@@ -3,9 +3,9 @@
 #include "host/znRaytracerP.h"
 #include "host/znRaytracingManager.h"
 #include "render/copyStage.h"
+#include "render/znRTPhotonRootTask.h"
 #include "render/znRTRenderTask.h"
 #include "render/znRTRenderUtils.h"
-#include "render/znRTRootTask.h"
 #include "render/znRTTaskContext.h"
 #include "render/znRaytracingUtils.h"
 
@@ -38,9 +38,13 @@ void znRaytracingUtils::initTasks(znRaytracerP* view)
 {
     if (!view->m_taskContext)
         view->m_taskContext = new znRTTaskContext;
-    for (const RootTaskMember member : rootTasks)
-        if (!(view->*member))
-            view->*member = new znRTRootTask(*view->m_taskContext);
+    for (const RootTaskMember member : rootTasks) {
+        if (view->*member)
+            continue;
+        const bool isPhotonRoot = member == &znRaytracerP::m_photonTraceTask;
+        view->*member = isPhotonRoot ? new znRTPhotonRootTask(*view->m_taskContext)
+                                     : new znRTRootTask(*view->m_taskContext);
+    }
     view->m_taskContext->reset();
 }
 

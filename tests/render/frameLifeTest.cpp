@@ -4,6 +4,7 @@
 #include "camera/znRTPerspectivePinholeLens.h"
 #include "host/znLog.h"
 #include "material/znRTMaterial.h"
+#include "render/znRTPhotonRootTask.h"
 
 #include <atomic>
 #include <set>
@@ -317,6 +318,31 @@ TEST_F(FrameLife, GivesTheFloatControlOfTheHostBack)
         instance->getFrame(&view.record, 0, 0, 32, 32, ZN_FORMAT_RGBA, true, 16, 182);
         EXPECT_EQ(controlWord(), mode & controlBits);
         _mm_setcsr(0x1f80);
+    }
+}
+
+TEST_F(FrameLife, RunsAloneOnTheCallingThreadWithOneTask)
+{
+    resize(64, 64);
+    begin();
+    const auto self = std::this_thread::get_id();
+    bool isAlone = true;
+    HookLens& lens = useHookLens([&] { isAlone &= std::this_thread::get_id() == self; });
+    for (u32 taskCount : {0u, 1u}) {
+        lens.calls = 0;
+        EXPECT_FALSE(trace(taskCount));
+        EXPECT_EQ(lens.calls, 16);
+        EXPECT_TRUE(isAlone);
+    }
+}
+
+TEST_F(FrameLife, StartsPhotonsWithEmptyBoxes)
+{
+    const auto* const root = dynamic_cast<znRTPhotonRootTask*>(view.record.m_photonTraceTask);
+    ASSERT_NE(root, nullptr);
+    for (const znRTAlignedBox& box : root->boxes) {
+        EXPECT_FALSE(box.isValid());
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(&box) % 32, 0u);
     }
 }
 

@@ -2,9 +2,13 @@
 
 #include "accel/znRTDynamicBVH.h"
 #include "geometry/znRTGeometryNode.h"
+#include "host/osg/FogSettings.h"
+#include "host/osg/Materials.h"
+#include "host/osg/Viewport.h"
 #include "host/znLog.h"
 #include "host/znSceneDataManager.h"
 
+#include <algorithm>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -22,10 +26,16 @@ public:
         before = znLog::setSink([this](znLog::Level level, const char* text) {
             if (level == znLog::Level::error)
                 errors.push_back(text);
+            else if (level == znLog::Level::warning)
+                warnings.push_back(text);
         });
     }
     ~LogCapture() { znLog::setSink(before); }
-    std::vector<std::string> errors;
+    long countWarnings(const std::string& text) const
+    {
+        return std::count(warnings.begin(), warnings.end(), text);
+    }
+    std::vector<std::string> errors, warnings;
 
 private:
     znLog::Sink before;
@@ -375,4 +385,47 @@ TEST_F(SceneUpdate, MarksSelectedObjectsWithoutTouchingTheOthers)
     znSceneDataManager::getSceneData(0)->setSelectedNodes({});
     renderFrame();
     EXPECT_FALSE(isSelected(0) || isSelected(1));
+}
+
+// 4 (n / 2)^2 lights are worth n draws.
+TEST(LightEvaluations, GrowWithTheRootOfTheLights)
+{
+    const int expected[][2] = {{0, 1},     {1, 1},     {15, 1},    {16, 2},
+                               {35, 2},    {36, 3},    {899, 14},  {900, 15},
+                               {1023, 15}, {1024, 16}, {1296, 16}, {100000, 16}};
+    for (const auto& [lights, draws] : expected)
+        EXPECT_EQ(znRTRenderUtils::countLightEvaluations(u64(lights)), draws) << lights;
+}
+
+// Each of these leaves something out of the picture, and says so once in the life of the process.
+TEST_F(SceneUpdate, TellsOnceWhatItLeavesOut)
+{
+    const LogCapture log;
+    const auto viewport = osg::Ref<osg::Viewport>(osg::Viewport::create());
+    const auto fog = osg::FogSettings::create();
+    const auto material = osg::UPhongMaterial::create();
+    const osg::GeometryPtr square = makeSquare(1);
+    square->setMaterial(material);
+    material->setDisplacementHeight(0.5f);
+    camera->setFogSettings(fog);
+    add(square);
+    renderFrame();
+    instance->updateSceneplates(&view.record, viewport.get().get(), camera.get().get());
+    EXPECT_EQ(log.countWarnings("Backgrounds and scene plates of viewports are not drawn yet."), 0);
+    EXPECT_EQ(log.countWarnings("Fog is not rendered yet."), 0);
+    fog->setFogEnableHeight(1);
+    viewport->setBackground(osg::SolidBackground::create());
+    for (int i = 0; i < 2; ++i) {
+        instance->updateSceneplates(&view.record, viewport.get().get(), camera.get().get());
+        updateCamera();
+        znRTRenderUtils::setActiveEnvironment(root.get(), nullptr);
+        znRTRenderUtils::getCurrentAccelerator()->applyImageQuadChanges();
+        instance->applyChangeList(1);
+    }
+    znRTRenderUtils::setActiveEnvironment(nullptr, nullptr);
+    for (const char* text :
+         {"Backgrounds and scene plates of viewports are not drawn yet.",
+          "Fog is not rendered yet.", "A chosen environment does not light the scene yet.",
+          "Image quads are not drawn yet", "Materials do not displace yet: surfaces stay smooth."})
+        EXPECT_EQ(log.countWarnings(text), 1) << text;
 }
