@@ -12,6 +12,8 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <random>
+#include <sstream>
 
 using support::ProgramResult;
 
@@ -183,6 +185,23 @@ TEST(ZnRender, RefusesAWrongCommandLineInOneLine)
         {studio, "-o", "a.png", "--filter", "sharp"},
         {studio, "-o", "a.png", "--limit", "nodes"},
         {studio, "-o", "a.png", "--mode", "moving"},
+        {studio, "-o", "a.png", "--bit-depth", "32"},
+        {studio, "-o", "a.png", "--crop", ""},
+        {studio, "-o", "a.png", "--time-limit", ""},
+        {studio, "-o", "a.png", "--eye", "1e300,0,0"},
+        {studio, "-o", "a.png", "--eye", "0x10,0,0"},
+        {studio, "-o", "a.png", "-c", ""},
+        {studio, "-o", "a.png", "-c", "hero", "--fov", "20"},
+        {studio, "-o", "a.png", "-o", "./a.png"},
+        {studio, "-o", "a.png", "--stats", "a.png"},
+        {studio, "-o", "a.png", "--up", "x"},
+        {studio, "-o", "a.png", "--unit", "furlong"},
+        {studio, "-o", "a.png", "--integrator", "norml"},
+        {"info", studio, "--pick", "1280,0"},
+        {"info", studio, "--pick", "1"},
+        {"debug-pixel", "-1,2", studio},
+        {"debug-pixel", studio},
+        {"list", "types", "extra"},
         {studio, "-o", "a.png", "-c", "no such camera", "-r", "8x8"},
         {"list", "fields", "NoSuchType"},
         {"list", "everything"},
@@ -291,6 +310,121 @@ TEST(ZnRender, FinishesTheSampleAndWritesWhenInterrupted)
         });
     EXPECT_EQ(result.exitCode, 3) << result.error;
     EXPECT_EQ(io::readImage(picture).width, 320u);
+}
+
+// Nothing is worth finishing before the first sample: a signal ends the process there and then.
+TEST(ZnRender, EndsAtOnceWhenItIsStoppedWhileItLoads)
+{
+    const TemporaryFolder folder;
+    const std::string scene = folder.path("large.obj"), picture = folder.path("a.png");
+    std::string text;
+    for (int i = 0; i < 200000; ++i)
+        text += "v " + std::to_string(i % 631) + " " + std::to_string(i % 317) + " 0\n";
+    for (int i = 1; i + 2 <= 200000; ++i)
+        text += "f " + std::to_string(i) + " " + std::to_string(i + 1) + " " +
+                std::to_string(i + 2) + "\n";
+    folder.write("large.obj", text);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const ProgramResult result =
+            support::runProgram("znrender", {scene, "-o", picture, "-r", "64x64"},
+                                [&](int process, const support::OutputCount&) {
+                                    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                                    kill(process, signal);
+                                });
+        EXPECT_TRUE(result.exitCode == 1 || result.exitCode == 128 + signal) << result.exitCode;
+        EXPECT_LE(result.errorLines(), 1) << result.error;
+        EXPECT_EQ(folder.names(), std::set<std::string>{"large.obj"});
+    }
+}
+
+// Whatever the moment, there is a whole picture and exit code 3, or none and another code.
+TEST(ZnRender, HarmsNoFileWhenItIsStoppedAtAnyTime)
+{
+    std::mt19937 random(7);
+    int whole = 0;
+    for (int round = 0; round < 24; ++round) {
+        const TemporaryFolder folder;
+        const std::string old = "an old file";
+        folder.write("a.exr", old);
+        const int signal = round % 2 ? SIGTERM : SIGINT;
+        const int pauses[2] = {int(random() % 400), int(random() % 400)};
+        const ProgramResult result = support::runProgram(
+            "znrender",
+            {studio, "-o", folder.path("a.exr"), "-r", "640x360", "-s", "4096", "--passes", "all",
+             "--overwrite", "--json-progress"},
+            [&](int process, const support::OutputCount&) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(pauses[0]));
+                kill(process, signal);
+                std::this_thread::sleep_for(std::chrono::milliseconds(pauses[1]));
+                // Twice: out.
+                if (round % 3 == 0)
+                    kill(process, SIGINT);
+                else
+                    kill(process, SIGTERM);
+            });
+        EXPECT_EQ(folder.names(), std::set<std::string>{"a.exr"}) << round;
+        if (folder.read("a.exr") == old) {
+            EXPECT_NE(result.exitCode, 0);
+            EXPECT_NE(result.exitCode, 3);
+        } else {
+            ++whole;
+            EXPECT_EQ(result.exitCode, 3) << result.error;
+            EXPECT_EQ(io::readImage(folder.path("a.exr")).width, 640u);
+        }
+    }
+    std::printf("%d of 24 pictures were written\n", whole);
+}
+
+// The middle of the picture is where the camera looks; the hit lies on the square.
+TEST(ZnRender, TellsWhatAPixelShows)
+{
+    const TemporaryFolder folder;
+    const std::string scene = squareScene(folder.path());
+    const std::vector<std::string> view = {"-r",   "201x101",    "--eye", "0.5,-5,0.25", "-q",
+                                           "--at", "0.5,0,0.25", "--fov", "45"};
+    const auto run = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), view.begin(), view.end());
+        const ProgramResult result = znrender(arguments);
+        EXPECT_EQ(result.exitCode, 0) << result.error;
+        return result.out;
+    };
+    const std::string hit = run({"info", scene, "--pick", "100,50"});
+    EXPECT_NE(hit.find("distance   5\n"), std::string::npos) << hit;
+    EXPECT_NE(hit.find("node       /"), std::string::npos) << hit;
+    float x = 0, y = 0, z = 0;
+    const std::size_t at = hit.find("position   ");
+    ASSERT_NE(at, std::string::npos);
+    ASSERT_EQ(std::sscanf(hit.c_str() + at, "position %f, %f, %f", &x, &y, &z), 3);
+    EXPECT_NEAR(x, 0.5f, 1e-4f);
+    EXPECT_NEAR(y, 0.0f, 1e-4f);
+    EXPECT_NEAR(z, 0.25f, 1e-4f);
+    // Rows count from the top. One is 0.041 high; the square ends 0.75 above and 1.25 below the
+    // middle.
+    EXPECT_NE(run({"info", scene, "--pick", "100,35"}).find("distance"), std::string::npos);
+    EXPECT_NE(run({"info", scene, "--pick", "100,25"}).find("background"), std::string::npos);
+    EXPECT_NE(run({"info", scene, "--pick", "100,75"}).find("distance"), std::string::npos);
+
+    const std::string rays = run({"debug-pixel", "100,50", scene});
+    EXPECT_NE(rays.find("1 rays"), std::string::npos) << rays;
+    EXPECT_NE(rays.find("[camera]"), std::string::npos) << rays;
+    EXPECT_NE(rays.find("distance 5,"), std::string::npos) << rays;
+    EXPECT_NE(run({"debug-pixel", "100,2", scene}).find("hits nothing"), std::string::npos);
+}
+
+// Every further ray of the occlusion view starts where the camera ray ended.
+TEST(ZnRender, PutsRaysUnderTheRayThatSentThem)
+{
+    const ProgramResult result =
+        znrender({"debug-pixel", "100,60", studio, "-r", "200x120", "--integrator", "occlusion"});
+    ASSERT_EQ(result.exitCode, 0) << result.error;
+    std::istringstream lines(result.out);
+    int cameraRays = 0, shadowRays = 0;
+    for (std::string line; std::getline(lines, line);) {
+        cameraRays += line.rfind("0 ray [camera]", 0) == 0;
+        shadowRays += line.rfind("  ", 0) == 0 && line.find(" shadow ray [") != line.npos;
+    }
+    EXPECT_EQ(cameraRays, 1) << result.out;
+    EXPECT_GE(shadowRays, 4) << result.out;
 }
 
 TEST(ZnRender, StopsWhenTheTimeIsUp)
