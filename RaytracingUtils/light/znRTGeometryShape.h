@@ -1,0 +1,68 @@
+#pragma once
+
+// The triangles of a mesh as a light. Triangles are drawn in proportion to their world areas,
+// points on them uniformly (P. Shirley, C. Wang, K. Zimmerman, "Monte Carlo Techniques for Direct
+// Lighting Calculations", ACM Transactions on Graphics 15(1), 1996, 3.2.1).
+
+#include "host/znDistribution1D.h"
+#include "light/znRTShape.h"
+
+#include <vector>
+
+class znRTGeometryNode;
+
+class znRTGeometryShape : public znRTShape
+{
+public:
+    static const znRTTypeId id;
+
+    explicit znRTGeometryShape(const znRTGeometryNode* geometryNode);
+
+    /// Reads the node's triangles anew, in world space.
+    /// @param newSideness  1 the front emits, 2 the back, 3 both
+    void update(int newSideness);
+
+    bool isValid() const override { return totalArea > 0.0f; }
+    void samplePoint(znFloatType<2>& mask, const znFloatType<2>& u, const znFloatType<2>& v,
+                     znRTShapePoint& point) const override;
+    znRTColorPacket sampleForLight(const znRTVector2fPacket& u, const znRTVector2fPacket& v,
+                                   const znFloatType<2>& mask, int flag,
+                                   znRTShapeEmission& emission) const override;
+    znFloatType<2> getPdf(const znRTVector3fPacket& origin, const znRTVector3fPacket& point,
+                          const znRTVector3fPacket& normal, const znFloatType<2>& areaPdf,
+                          const znFloatType<2>& mask) const override;
+    float getArea() const override { return totalArea; }
+    znFloatType<2> intersectOrEvaluate(const znRTVector3fPacket& origin,
+                                       const znRTVector3fPacket& direction,
+                                       const znFloatType<2>& mask, znFloatType<2>& t,
+                                       znRTShapePoint& point) const override;
+    znRTBoundingBox getBoundingBoxInner() const override;
+    znRTBoundingBox getBoundingBox() const override { return worldBox; }
+    znFloatType<2> cullLight(const znRTVector3fPacket& position, const znRTVector3fPacket& normal,
+                             const znFloatType<2>& mask) const override;
+    znRTVector3f getAveragePoint(const znRTVector3f& point) const override;
+
+    bool isTwoSided() const { return sideness == 3; }
+    std::size_t getTriangleCount() const { return triangles.size(); }
+
+private:
+    /// World space.
+    struct Triangle
+    {
+        znRTVector3f corner, edge1, edge2;
+        znRTVector3f normal; ///< unit, on the side that emits
+        znRTVector3f vertexNormals[3];
+        znRTVector2f uv[3];
+        float area;
+    };
+
+    void addTriangle(const Triangle& triangle);
+    void fillLane(int lane, int triangle, float b1, float b2, znRTShapePoint& point) const;
+
+    const znRTGeometryNode* node;
+    std::vector<Triangle> triangles;
+    znDistribution1D areaDistribution;
+    float totalArea = 0.0f, invTotalArea = 0.0f;
+    int sideness = 1;
+    znRTBoundingBox worldBox;
+};
