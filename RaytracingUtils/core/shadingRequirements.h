@@ -23,7 +23,7 @@ constexpr u32 all = 31;
 namespace vertexAttribute {
 constexpr u32 positionAndNormal = 1;
 constexpr u32 textureCoordinates = 2;  ///< all sets
-constexpr u32 vertexColor = 4;         ///< the colours as they are
+constexpr u32 vertexColor = 4;         ///< the colours as they are; white without
 constexpr u32 bakedColor = 0x40;       ///< baked colour and the mark of the lanes that have one
 constexpr u32 bakedIrradiance = 0x100; ///< vertex occlusion and baked irradiance
 constexpr u32 textureTangents = 0x400; ///< dPdu, dPdv, for bump

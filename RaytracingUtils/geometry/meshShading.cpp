@@ -172,29 +172,33 @@ void znRTMesh::fillTangents(znRTDataBlockPacket& data, const Corners& corners) c
 
 void znRTMesh::fillColors(znRTDataBlockPacket& data, const Corners& corners, u32 attributes) const
 {
+    const znFloatType<2> mask = expandLanes(corners.lanes), zero(0.0f);
+    const znRTColorPacket color = interpolateColor(data.hit, corners);
+    if (attributes & vertexAttribute::vertexColor)
+        data.vertexColor.maskedUpdate(color, mask);
+    const bool isBaked = bakedColors && vertexColors;
+    // Three numbers per vertex tell nothing of occlusion: 0 is open.
+    const znFloatType<2> occlusion = vertexColors.dimension > 3 ? color.a : zero;
+    if (attributes & vertexAttribute::bakedIrradiance)
+        data.bakedIrradiance.maskedUpdate(isBaked ? color : znRTColorPacket(zero),
+                                          isBaked ? occlusion : zero, mask);
+    if (attributes & vertexAttribute::bakedColor)
+        data.bakedColor.maskedUpdate(
+            isBaked ? color : znRTColorPacket(zero),
+            isBaked ? znFloatType<2>::allLanes() : znFloatType<2>::noLanes(), mask);
+}
+
+znRTColorPacket znRTMesh::interpolateColor(const znRTHitInfoPacket& hit,
+                                           const Corners& corners) const
+{
     if (!vertexColors)
-        return;
-    const znFloatType<2> mask = expandLanes(corners.lanes);
+        return znRTColorPacket(1.0f);
     znRTVector4fPacket corner[3];
     for (int k = 0; k < 3; ++k)
         for (int lane = 0; lane < 4; ++lane)
             corner[k].setLane(lane, vertexColors.getVector4f(corners.vertex[k][lane]));
-    const znFloatType<2> w = znFloatType<2>(1.0f) - data.hit.u - data.hit.v;
-    const znRTVector4fPacket value =
-        corner[0] * w + corner[1] * data.hit.u + corner[2] * data.hit.v;
-    const auto assign = [mask](znRTColorPacket& target, const znRTColorPacket& color) {
-        for (int channel = 0; channel < 4; ++channel)
-            target[channel] = select(mask, color[channel], target[channel]);
-    };
-    const znRTColorPacket color(value.x, value.y, value.z, value.w);
-    if (attributes & vertexAttribute::vertexColor)
-        assign(data.vertexColor, color);
-    if (!bakedColors)
-        return;
-    if (attributes & vertexAttribute::bakedIrradiance)
-        assign(data.bakedIrradiance, color);
-    if (attributes & vertexAttribute::bakedColor)
-        assign(data.bakedColor, {color.r, color.g, color.b, znFloatType<2>::allLanes()});
+    const znRTVector4fPacket value = interpolate(corner[0], corner[1], corner[2], hit);
+    return {value.x, value.y, value.z, value.w};
 }
 
 void znRTMesh::fillEdges(znRTDataBlockPacket& data, const Corners& corners) const

@@ -107,6 +107,8 @@ private:
     void fillTexCoords(unsigned set, znRTDataBlockPacket& data, const Corners& corners) const;
     void fillTangents(znRTDataBlockPacket& data, const Corners& corners) const;
     void fillColors(znRTDataBlockPacket& data, const Corners& corners, u32 attributes) const;
+    /// White where the mesh has no colours.
+    znRTColorPacket interpolateColor(const znRTHitInfoPacket& hit, const Corners& corners) const;
     void fillEdges(znRTDataBlockPacket& data, const Corners& corners) const;
     znRTVector3fPacket normalAt(const Corners& corners, int corner) const;
 

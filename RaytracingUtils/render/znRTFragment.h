@@ -75,12 +75,12 @@ class znRTFragment : public znAlignedBase32
 public:
     /// Uninitialised: the background or clear() comes first.
     znRTFragment() = default;
-    virtual ~znRTFragment() = default;
 
     znRTColorPacket colour;
     znFloatType<2> coverage; ///< above 0 where a surface lies; from the shading block
 
-    // The order of the virtual operations is part of the interface.
+    // The order of the virtual operations is part of the interface. Fragments live on the stack, so
+    // there is no destructor among them.
 
     virtual void clear();
     /// Alpha becomes 1 - alpha.

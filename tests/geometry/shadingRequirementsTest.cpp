@@ -262,8 +262,79 @@ TEST_F(ShadingRequirements, FindBareMeshesWithoutAttributes)
     EXPECT_LANES_EQ(block.uv[0].x, 0, 0, 0, 0);
     EXPECT_LANES_EQ(block.dg.dUVdx.x, 0, 0, 0, 0);
     EXPECT_LANES_EQ(block.dg.dNdx.z, 0, 0, 0, 0);
-    EXPECT_TRUE(isPoisoned(block.vertexColor.r, 0));
+    EXPECT_LANES_EQ(block.vertexColor.g, 1, 1, 1, 1);
+    EXPECT_LANES_EQ(block.bakedIrradiance.r, 0, 0, 0, 0);
+    EXPECT_LANES_EQ(block.bakedIrradiance.a, 0, 0, 0, 0);
+    EXPECT_EQ(moveMask(block.bakedColor.a), 0);
     // Along the edges, in place of texture coordinates.
     EXPECT_LANES_NEAR(block.dg.dPdu.x, 2, 2, 2, 2, 1e-6f);
     EXPECT_LANES_NEAR(block.dg.dPdv.y, 2, 2, 2, 2, 1e-6f);
+}
+
+// Baked light of three numbers is unoccluded; what a mesh does not have replaces what a packet
+// before it left behind.
+TEST_F(ShadingRequirements, CountBakedLightWithoutAlphaAsOpen)
+{
+    const osg::GeoPropertyPtr three =
+        osg::GeoProperty::create({osg::Vec3f(0.5f, 0.25f, 1.0f), osg::Vec3f(0.5f, 0.25f, 1.0f),
+                                  osg::Vec3f(0.5f, 0.25f, 1.0f), osg::Vec3f(0.5f, 0.25f, 1.0f)});
+    square->setColors(three);
+    for (znRTMesh* node : nodes)
+        node->initGeometry();
+    materials[0].ask(0, bakedIrradiance | bakedColor);
+    rays.origin.x = znFloatType<2>(0.25f);
+    const znRTDataBlockPacket block = shaded(15);
+    EXPECT_LANES_NEAR(block.bakedIrradiance.g, 0.25f, 0.25f, 0.25f, 0.25f, 1e-6f);
+    EXPECT_LANES_EQ(block.bakedIrradiance.a, 0, 0, 0, 0);
+    EXPECT_EQ(moveMask(block.bakedColor.a), 15);
+}
+
+// Lanes with a transform, without one, and without a hit.
+TEST_F(ShadingRequirements, BringTheMatricesOfEachLanesNode)
+{
+    MeshScene mixed;
+    osg::Matrix stretched = makeTranslation(10.0f, 2.0f, 0.5f);
+    stretched[0][0] = 2.0f;
+    stretched[0][2] = 0.5f;
+    const osg::NodePtr plain = mixed.add(square.get());
+    const osg::NodePtr moved = mixed.add(square.get(), stretched);
+    for (const osg::NodePtr& node : {plain, moved})
+        mixed.mesh(node).setMaterial(&materials[0]);
+    mixed.build();
+    materials[0].ask(spawnData, 0);
+    rays.origin.x = {0.25f, 10.5f, 99.0f, 9.0f};
+    rays.origin.y = {0.5f, 2.3f, 0.0f, 2.1f};
+    znRTDataBlockPacket block(mixed.trace(rays));
+    poison(block);
+    mixed.scene->getShadingData(rays, block, false, 0, 0);
+    ASSERT_EQ(block.hit.hitMask, 11u);
+    EXPECT_NE(block.hasNodeTransforms, 0u);
+    EXPECT_TRUE(isPoisoned(block.nodeToWorld[0][0], 1)) << "made by whoever shades";
+    block.computeShadingData(rays);
+    const znMatrix4x4 identity = znMatrix4x4::identity();
+    const znMatrix4x4 toWorld = mixed.mesh(moved).getToWorldMatrix();
+    const znMatrix4x4 toObject = toWorld.inverted();
+    for (int column = 0; column < 4; ++column)
+        for (int row = 0; row < 4; ++row) {
+            const float i = identity[column][row], w = toWorld[column][row];
+            const float o = toObject[column][row];
+            EXPECT_LANES_EQ(block.nodeToWorld[column][row], i, w, i, w);
+            EXPECT_LANES_NEAR(block.worldToNode[column][row], i, o, i, o, 1e-6f);
+        }
+    EXPECT_LANES_NEAR(block.objectPosition.x, 0.25f, 0.25f, block.objectPosition.x[2], -0.5f,
+                      1e-5f);
+    EXPECT_LANES_NEAR(block.objectNormal.z, 1, 1, block.objectNormal.z[2], 1, 1e-6f);
+
+    // Without a transform all lanes are the identity.
+    rays.origin.x = {0.25f, 0.3f, 99.0f, -0.2f};
+    rays.origin.y = znFloatType<2>(0.5f);
+    block.set(mixed.trace(rays));
+    mixed.scene->getShadingData(rays, block, false, 0, 0);
+    block.computeShadingData(rays);
+    EXPECT_EQ(block.hasNodeTransforms, 0u);
+    for (int column = 0; column < 4; ++column)
+        EXPECT_LANES_EQ(block.nodeToWorld[column][3], identity[column][3], identity[column][3],
+                        identity[column][3], identity[column][3]);
+    EXPECT_LANES_EQ(block.objectPosition.x, block.dg.position.x[0], block.dg.position.x[1],
+                    block.objectPosition.x[2], block.dg.position.x[3]);
 }
