@@ -26,6 +26,9 @@ double secondsSince(Clock::time_point start)
 /// A sample of a still frame is spread over this many passes, each with a quarter of the pixels.
 constexpr int passesPerSample = 4;
 
+/// Between two tests of which pixels are finished: eight samples.
+constexpr u32 testInterval = 32;
+
 constexpr int interactiveMode = 1, stillMode = 2;
 
 // What the copy stage does to a frame: white balance and correction (16), backplates (32),
@@ -123,6 +126,7 @@ void FrameDriver::prepare(const FrameSettings& settings, const osg::CameraPtr& c
     const auto& region = settings.region;
     instance->setRaytracingRenderRegion({region[0], region[1], region[2], region[3]});
     instance->setImageSamples(settings.samples);
+    instance->setAdaptiveAAThresholdQuality(settings.adaptiveQuality);
     instance->setInteractiveImageSamples(interactiveSamples(settings.samples));
     const u64 passes = settings.passes & ~u64(1); // the beauty is always there
     buffers.resize(settings.width, settings.height, 1, settings.isStill, passes);
@@ -176,6 +180,13 @@ void FrameDriver::tracePass(const osg::CameraPtr& camera, bool isFirst, int thre
         isAborted = true;
 }
 
+bool FrameDriver::hasActivePixels()
+{
+    std::vector<osg::ImagePtr> noImages;
+    instance->getFrame(&buffers.view(), noImages, false, false);
+    return buffers.countActivePixels() > 0;
+}
+
 FrameReport FrameDriver::renderStill(const FrameSettings& settings, const osg::CameraPtr& camera,
                                      const ProgressCallback& progress)
 {
@@ -188,6 +199,7 @@ FrameReport FrameDriver::renderStill(const FrameSettings& settings, const osg::C
     offsetCamera->setNear(camera->getNear());
     offsetCamera->setFar(camera->getFar());
 
+    u64 activeAtFirst = 0;
     for (u32 pass = 0; pass < view.m_iterationCount && !isAborted; ++pass) {
         const u32 sample = pass / passesPerSample;
         if (pass % passesPerSample == 0) {
@@ -206,11 +218,20 @@ FrameReport FrameDriver::renderStill(const FrameSettings& settings, const osg::C
         }
         view.m_iteration = pass;
         tracePass(offsetCamera.get(), pass == 0, threads);
+        if (pass == 0)
+            activeAtFirst = buffers.countActivePixels();
         if (!isAborted && pass % passesPerSample == passesPerSample - 1)
             ++report.samples;
+        const bool isTested = pass >= testInterval && pass % testInterval == 0 &&
+                              report.samples >= instance->getAdaptiveAASamples();
+        const bool isConverged = !isAborted && isTested && !hasActivePixels();
         if (progress)
-            progress(report.samples, settings.samples, double(pass + 1) / view.m_iterationCount);
+            progress(report.samples, settings.samples,
+                     isConverged ? 1.0 : double(pass + 1) / view.m_iterationCount);
+        if (isConverged)
+            break;
     }
+    report.finishedPixels = activeAtFirst - buffers.countActivePixels();
     return report;
 }
 
@@ -219,6 +240,7 @@ FrameReport FrameDriver::renderInteractive(const FrameSettings& settings,
                                            const ProgressCallback& progress)
 {
     FrameReport report;
+    instance->updateRendertargets(&buffers.view(), true); // what no ray reaches is black
     tracePass(camera, true, znTBBInit::the().getNumAvailableLimitedLogicalCores());
     if (!isAborted)
         report.samples = interactiveSamples(settings.samples);

@@ -25,7 +25,9 @@ struct FrameSettings
     u32 width = 1280, height = 720; ///< pixels
     /// Accumulates samples; false makes one interactive frame.
     bool isStill = true;
-    int samples = 64;       ///< per pixel; of an interactive frame at most 16
+    int samples = 64; ///< per pixel; of an interactive frame at most 16
+    /// When pixels of a still frame may end early: 0 coarse to 4 fine; 5: each takes all samples.
+    int adaptiveQuality = 2;
     double timeLimit = 0.0; ///< seconds after which no further sample begins; 0 = none
     /// Left, bottom, right, top of what is rendered, 0..1; the rest stays black.
     std::array<float, 4> region{0.0f, 0.0f, 1.0f, 1.0f};
@@ -44,7 +46,9 @@ struct FrameReport
         stopped    ///< fewer samples, since the stop callback said so
     };
     Outcome outcome = Outcome::complete;
-    int samples = 0; ///< that every pixel received; 0: the picture has holes
+    /// That every pixel received which was not finished before; 0: the picture has holes.
+    int samples = 0;
+    u64 finishedPixels = 0; ///< pixels of a still frame that ended before their samples did
     double buildSeconds = 0.0, traceSeconds = 0.0;
     double threadSeconds = 0.0; ///< sum over all threads while tracing
 };
@@ -98,6 +102,7 @@ public:
 private:
     void prepare(const FrameSettings& settings, const osg::CameraPtr& camera);
     void tracePass(const osg::CameraPtr& camera, bool isFirst, int threads);
+    bool hasActivePixels();
     FrameReport renderStill(const FrameSettings& settings, const osg::CameraPtr& camera,
                             const ProgressCallback& progress);
     FrameReport renderInteractive(const FrameSettings& settings, const osg::CameraPtr& camera,

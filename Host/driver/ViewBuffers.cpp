@@ -1,5 +1,6 @@
 #include "driver/ViewBuffers.h"
 
+#include <algorithm>
 #include <new>
 
 namespace {
@@ -38,6 +39,12 @@ u64 ViewBuffers::bytesNeeded(u32 width, u32 height, u32 supersampling, bool isSt
     for (u32 pass = 0; pass < znRenderPassCount; ++pass)
         perPixel += hasBuffer(passes, pass) ? frameBytes : 0;
     return count * perPixel;
+}
+
+u64 ViewBuffers::countActivePixels() const
+{
+    return activePixels ? u64(std::count(activePixels.get(), activePixels.get() + pixels, u8(1)))
+                        : 0;
 }
 
 template <class T>

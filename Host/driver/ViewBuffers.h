@@ -29,6 +29,9 @@ public:
     /// @throws std::bad_alloc; the view then has no buffers
     void resize(u32 width, u32 height, u32 supersampling, bool isStill, u64 passes = 0);
 
+    /// Pixels of a still frame that still take samples.
+    u64 countActivePixels() const;
+
 private:
     struct Free
     {

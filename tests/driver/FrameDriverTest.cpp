@@ -214,6 +214,76 @@ TEST(FrameDriver, RendersOnlyTheRegion)
     }
 }
 
+// What lies outside of the region shows neither old pictures nor old memory.
+TEST(FrameDriver, LeavesTheRestOfTheRegionBlack)
+{
+    FrameDriver driver;
+    Stage stage;
+    driver.setScene(stage.root.get());
+    for (bool still : {false, true}) {
+        FrameSettings settings = frame(still, 1);
+        driver.render(settings, stage.camera.get());
+        settings.region = {0.0f, 0.0f, 0.5f, 1.0f};
+        driver.render(settings, stage.camera.get());
+        const io::ImageData image = driver.getImage(FrameDriver::Colors::linear);
+        EXPECT_GT(image.getValue(47, 48, 3), 0.0f);
+        for (u32 y = 0; y < 96; ++y)
+            for (u32 x = 48; x < 96; ++x)
+                ASSERT_EQ(image.getValue(x, y, 3), 0.0f) << still << ": " << x << ", " << y;
+    }
+}
+
+// Without anything to see all pixels are finished at the first test, behind the 33rd pass.
+TEST(FrameDriver, EndsWhenNoPixelTakesSamplesAnyMore)
+{
+    FrameDriver driver;
+    Stage stage(false);
+    driver.setScene(stage.root.get());
+    double progress = 0.0;
+    const auto keepProgress = [&](int, int, double share) { progress = share; };
+    FrameSettings settings = frame(true, 64);
+    FrameReport report = driver.render(settings, stage.camera.get(), keepProgress);
+    EXPECT_EQ(report.samples, 8);
+    EXPECT_EQ(report.outcome, FrameReport::Outcome::complete);
+    EXPECT_EQ(report.finishedPixels, 96u * 96u);
+    EXPECT_EQ(progress, 1.0);
+
+    settings.adaptiveQuality = 5;
+    report = driver.render(settings, stage.camera.get(), keepProgress);
+    EXPECT_EQ(report.samples, 64);
+    EXPECT_EQ(report.finishedPixels, 0u);
+
+    // Only pixels of the region count.
+    settings.adaptiveQuality = 2;
+    settings.region = {0.0f, 0.0f, 0.5f, 1.0f};
+    report = driver.render(settings, stage.camera.get(), keepProgress);
+    EXPECT_EQ(report.samples, 8);
+    EXPECT_EQ(report.finishedPixels, 96u * 48u);
+}
+
+// The background and flat parts end early; the picture stays within what the test calls even.
+TEST(FrameDriver, ShowsTheSamePictureWithFewerSamples)
+{
+    FrameDriver driver;
+    Stage stage;
+    driver.setScene(stage.root.get());
+    FrameSettings settings = frame(true, 40);
+    settings.adaptiveQuality = 5;
+    driver.render(settings, stage.camera.get());
+    const io::ImageData all = driver.getImage(FrameDriver::Colors::linear);
+    settings.adaptiveQuality = 2;
+    const FrameReport report = driver.render(settings, stage.camera.get());
+    const io::ImageData fewer = driver.getImage(FrameDriver::Colors::linear);
+    EXPECT_EQ(report.samples, 40); // of the silhouette
+    EXPECT_GT(report.finishedPixels, 96u * 96u / 2);
+    double sum = 0.0;
+    for (u32 y = 0; y < 96; ++y)
+        for (u32 x = 0; x < 96; ++x)
+            for (u32 c = 0; c < 4; ++c)
+                sum += std::abs(all.getValue(x, y, c) - fewer.getValue(x, y, c));
+    EXPECT_LT(sum / (96 * 96 * 4), 1e-3);
+}
+
 TEST(FrameDriver, LivesTwiceInOneProcess)
 {
     Stage stage;
