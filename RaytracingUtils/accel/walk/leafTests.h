@@ -116,11 +116,14 @@ public:
 
     using Test::getT;
 
-    /// Brings near what a child reference points to.
+    /// Brings near what a child reference points to: of a leaf, which spans up to four lines of
+    /// memory, the beginning and the end; of a node, itself and what lies behind its left child.
     void prefetch(u64 reference) const
     {
         const u64 leaf = reinterpret_cast<u64>(positions + 9 * (reference >> 32));
-        _mm_prefetch(reinterpret_cast<const char*>(reference & 1 ? leaf : reference), _MM_HINT_T0);
+        const char* const place = reinterpret_cast<const char*>(reference & 1 ? leaf : reference);
+        _mm_prefetch(place, _MM_HINT_T0);
+        _mm_prefetch(place + 128, _MM_HINT_T0);
     }
 
     void test(u64 reference, int mask)

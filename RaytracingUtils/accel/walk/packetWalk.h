@@ -1,7 +1,9 @@
 #pragma once
 
-// Walk of a packet through a binary tree of either kind: the four lanes hold the four rays. Where
-// only one ray is left in a subtree, the one-lane walk takes it over.
+// Walk of a packet through a binary tree of either kind: the four lanes hold the four rays. A
+// packet that starts with one ray takes the one-lane walk. One that is left with a single ray in a
+// subtree goes on as a packet: its steps wait for branches and memory, which idle lanes do not
+// change, and starting another walk costs more than the few nodes that are left.
 
 #include "accel/walk/laneWalk.h"
 
@@ -28,8 +30,6 @@ struct znRTChildIntervals
 class znRTMixedSigns
 {
 public:
-    static constexpr bool s_isIncoherent = false;
-
     znRTMixedSigns(const znRTVector3fPacket& inverse, const znRTVector3fPacket& origin)
         : inv(inverse), o(origin)
     {
@@ -64,8 +64,6 @@ private:
 class znRTUniformSigns
 {
 public:
-    static constexpr bool s_isIncoherent = false;
-
     znRTUniformSigns(const znRTVector3fPacket& inverse, const znRTVector3fPacket& origin, int mask)
         : inv(inverse), o(origin), x(moveMask(inverse.x) & mask ? 2 : 0),
           y(moveMask(inverse.y) & mask ? 2 : 0), z(moveMask(inverse.z) & mask ? 2 : 0)
@@ -104,20 +102,11 @@ private:
     const int x, y, z; ///< place of the near planes in a node's four values
 };
 
-/// Whether so few rays are left in a subtree that each goes on alone.
-template <class Slabs>
-bool isFew(int mask)
-{
-    const int rest = mask & (mask - 1);
-    return rest == 0 || (Slabs::s_isIncoherent && (rest & (rest - 1)) == 0);
-}
-
 /// @tparam Slabs   znRTMixedSigns or znRTUniformSigns
 /// @tparam Shadow  lanes with t 0 are finished
 template <class Slabs, bool Shadow, class LeafTest>
-void walkPacketFrom(u64 reference, const Slabs& slabs, const znRTVector3fPacket& inverse,
-                    const znRTVector3fPacket& origin, const znRTVector3fPacket& direction,
-                    const znFloatType<2>& tMin, int mask, LeafTest& leafTest)
+void walkPacketFrom(u64 reference, const Slabs& slabs, const znFloatType<2>& tMin, int mask,
+                    LeafTest& leafTest)
 {
     struct Entry
     {
@@ -133,8 +122,6 @@ void walkPacketFrom(u64 reference, const Slabs& slabs, const znRTVector3fPacket&
 
     while (true) {
         while (!znRTBVHNodeLayout::isLeaf(reference)) {
-            if (isFew<Slabs>(mask))
-                break;
             const znRTBVHNodeLayout& node = *reinterpret_cast<const znRTBVHNodeLayout*>(reference);
             leafTest.prefetch(node.left);
             leafTest.prefetch(node.right);
@@ -161,12 +148,7 @@ void walkPacketFrom(u64 reference, const Slabs& slabs, const znRTVector3fPacket&
             } else
                 goto pop;
         }
-        if (znRTBVHNodeLayout::isLeaf(reference))
-            leafTest.test(reference, mask);
-        else
-            for (int lanes = mask; lanes; lanes &= lanes - 1)
-                walkLane<Shadow>(reference, std::countr_zero(unsigned(lanes)), inverse, origin,
-                                 direction, tMin, leafTest);
+        leafTest.test(reference, mask);
         t = leafTest.getT();
         if (Shadow) {
             alive &= moveMask(zero < t);
@@ -195,9 +177,9 @@ void walkPacket(u64 root, const znRTVector3fPacket& inverse, const znRTVector3fP
                                 tMin, leafTest);
     const znRTVector3fPacket local = withoutNegativeZero(inverse, direction);
     if (znRTUniformSigns::isUniform(local, mask))
-        walkPacketFrom<znRTUniformSigns, Shadow>(root, znRTUniformSigns(local, origin, mask),
-                                                 inverse, origin, direction, tMin, mask, leafTest);
+        walkPacketFrom<znRTUniformSigns, Shadow>(root, znRTUniformSigns(local, origin, mask), tMin,
+                                                 mask, leafTest);
     else
-        walkPacketFrom<znRTMixedSigns, Shadow>(root, znRTMixedSigns(local, origin), inverse, origin,
-                                               direction, tMin, mask, leafTest);
+        walkPacketFrom<znRTMixedSigns, Shadow>(root, znRTMixedSigns(local, origin), tMin, mask,
+                                               leafTest);
 }
