@@ -3,6 +3,7 @@
 #include "host/znTBBInit.h"
 
 #include <cstdlib>
+#include <limits>
 #include <set>
 #include <tuple>
 
@@ -83,6 +84,82 @@ TEST_F(TileTracing, GivesTheSameImageForEveryNumberOfTasks)
             0)
             << taskCount;
     }
+}
+
+// Each pixel of a box has one owner.
+TEST_F(TileTracing, GivesTheSameStillFrameForEveryNumberOfTasks)
+{
+    resize(96, 80);
+    add(makeSphere(20, 40));
+    begin(true);
+    accumulate(8, 1);
+    const std::vector<ZN_RGBA32F> reference = view.frame;
+    for (u32 taskCount : {2u, 7u}) {
+        begin(true);
+        accumulate(8, taskCount);
+        EXPECT_EQ(
+            std::memcmp(view.frame.data(), reference.data(), reference.size() * sizeof(ZN_RGBA32F)),
+            0)
+            << taskCount;
+    }
+}
+
+// Under a wide filter the order of additions differs, and of two adds that meet in a pixel at the
+// rim of their tiles one may be lost: a share of that pixel's samples.
+TEST_F(TileTracing, GivesNearlyTheSameSplatsForEveryNumberOfTasks)
+{
+    camera->setFilterType(3);
+    camera->setFilterSizeX(4.0f);
+    camera->setFilterSizeY(4.0f);
+    resize(96, 80);
+    add(makeSphere(20, 40));
+    const auto render = [this](u32 taskCount) {
+        begin(true);
+        accumulate(8, taskCount);
+        std::vector<float> means(96 * 80);
+        for (std::size_t i = 0; i < means.size(); ++i)
+            means[i] = view.frame[i].g / view.filterWeights[i];
+        return means;
+    };
+    const std::vector<float> reference = render(1);
+    for (u32 taskCount : {2u, 7u}) {
+        const std::vector<float> means = render(taskCount);
+        int differing = 0;
+        for (std::size_t i = 0; i < means.size(); ++i) {
+            differing += std::abs(means[i] - reference[i]) > 1e-5f;
+            ASSERT_NEAR(means[i], reference[i], 0.2f) << i;
+        }
+        EXPECT_LE(differing, 2) << taskCount;
+    }
+}
+
+TEST_F(TileTracing, KeepsTheOtherComponentsOfAnInvalidSample)
+{
+    constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+    constexpr float infinite = std::numeric_limits<float>::infinity();
+    instance->setClamping(true);
+    instance->setReflectionClampValue(8.0f);
+    znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.5f, notANumber, infinite, 1.0f);
+    for (int samples : {1, 2}) {
+        Settings::s_interactiveImageSamples = samples;
+        resize(33, 17);
+        begin();
+        ASSERT_FALSE(trace());
+        for (u32 i = 0; i < 33 * 17; ++i) {
+            ASSERT_NEAR(view.frame[i].r, 0.5f, 2e-4f);
+            ASSERT_EQ(view.frame[i].g, 0.0f);
+            ASSERT_NEAR(view.frame[i].b, 8.0f, 4e-3f);
+            ASSERT_NEAR(view.frame[i].a, 1.0f, 4e-4f);
+        }
+    }
+    begin(true);
+    accumulate(8);
+    for (u32 i = 0; i < 33 * 17; ++i) {
+        ASSERT_EQ(view.frame[i].r, 1.0f);
+        ASSERT_EQ(view.frame[i].g, 0.0f);
+        ASSERT_EQ(view.frame[i].b, 16.0f);
+    }
+    instance->setClamping(false);
 }
 
 TEST_F(TileTracing, SkipsFinishedPixelsOfAStillFrame)
