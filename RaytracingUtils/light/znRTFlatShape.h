@@ -17,6 +17,9 @@ public:
     znRTColorPacket sampleForLight(const znRTVector2fPacket& u, const znRTVector2fPacket& v,
                                    const znFloatType<2>& mask, int flag,
                                    znRTShapeEmission& emission) const override;
+    znFloatType<2> getPdf(const znRTVector3fPacket& origin, const znRTVector3fPacket& point,
+                          const znRTVector3fPacket& pointNormal, const znFloatType<2>& areaPdf,
+                          const znFloatType<2>& mask) const override;
     float getArea() const override { return area; }
     znFloatType<2> intersectOrEvaluate(const znRTVector3fPacket& origin,
                                        const znRTVector3fPacket& direction,

@@ -6,7 +6,7 @@
 #include "light/znRTUAreaLight.h"
 
 class znRTGeometryNode;
-class znRTGeometryShape;
+class znRTTextureAttributes;
 class znRTTextureSampler;
 
 class znRTGeometryLight : public znRTUAreaLight
@@ -14,11 +14,17 @@ class znRTGeometryLight : public znRTUAreaLight
 public:
     static const znRTTypeId id;
 
-    explicit znRTGeometryLight(znRTGeometryNode* geometryNode);
+    /// @param geometryNode  outlives the light
+    explicit znRTGeometryLight(znRTGeometryNode* newGeometryNode)
+        : znRTGeometryLight(id, newGeometryNode)
+    {
+    }
 
-    /// Reads material, attachment and triangles anew; without an emissive material the light is
+    /// Reads material, attachment and triangles anew. Without an emissive material the light is
     /// off.
     bool update() override;
+    /// The material's incandescence texture. One that is projected, or has coordinates of its own,
+    /// counts with its mean colour.
     znRTColorPacket evaluateTexture(const znRTVector3fPacket& lightPoint,
                                     const znRTVector2fPacket& uv,
                                     const znFloatType<2>& mask) const override;
@@ -26,10 +32,16 @@ public:
     znRTGeometryNode* getGeometryNode() const { return geometryNode; }
 
 protected:
-    znRTGeometryLight(const znRTTypeId& typeId, znRTGeometryNode* geometryNode);
+    znRTGeometryLight(const znRTTypeId& typeId, znRTGeometryNode* newGeometryNode);
 
 private:
-    void updateEmissionTexture(znRTTextureSampler* sampler);
+    /// Colour and texture of the node's material.
+    /// @return false without an emissive material
+    bool readEmission();
+    void setEmission(const znRTColor& color, const znRTTextureSampler* sampler,
+                     const znRTTextureAttributes* attributes);
 
     znRTGeometryNode* geometryNode;
+    const znRTTextureSampler* emissionSampler = nullptr; ///< of the host's material; null without
+    bool usesMean = false;
 };

@@ -95,12 +95,17 @@ protected:
     /// Colours, falloff, quality and visibility of an area light's core.
     /// @return false when the core is another one: the light is as it was
     bool updateAreaLight();
+    /// Cone of disks and rectangles.
+    void readCone();
     /// Hands place and texture to the shape, and turns the light off without a valid one.
     void updateShape();
+
+    znRTVector3fPacket middle() const;
 
     std::unique_ptr<znRTShape> shape;
     unsigned numQualitySamples = 1;
     znRTLightAttenuation attenuation;
+    float strength = 1.0f; ///< that maxIntensity and photons are scaled by, see attenuation
     int lightKind = physicalKind;
     float areaScale = 3.1415927f; ///< flux of a square unit of radiance 1
     bool visibleInReflections = true;

@@ -22,8 +22,6 @@ public:
                                  znFloatType<2>& pdf) const override;
     float getPower() const override;
     float getLuminousIntensity() const override;
-    znFloatType<2> cullLight(const znRTVector3fPacket& position, const znRTVector3fPacket& normal,
-                             const znFloatType<2>& mask) const override;
     znRTVector3fPacket getLightVector(const znRTVector3fPacket& position) const override;
 
     const znRTVector3f& getDirection() const { return direction; }

@@ -57,7 +57,7 @@ protected:
                                     const znFloatType<2>& mask) const;
     /// Diffuse colour of photons, with the falloff's scale.
     znRTColorPacket photonColor() const;
-    /// Photon of a profile.
+    /// Photon of a profile, without the texture.
     znRTColorPacket sampleProfile(const znRTVector2fPacket& u, const znFloatType<2>& mask,
                                   znRTVector3fPacket& samplePosition, znRTVector3fPacket& direction,
                                   znRTVector3fPacket& normal, znFloatType<2>& pdf) const;

@@ -1,0 +1,14 @@
+#pragma once
+
+// Values of emission textures and light profiles.
+
+#include "core/znRTColorPacket.h"
+#include "core/znRTVector2fPacket.h"
+
+class znRTTextureSampler;
+
+/// Bilinear mean of the texels around (u, v), by the sampler's wrap modes; a sampler with a
+/// transform of its coordinates gives the nearest texel.
+/// @return 1 on all channels without data; 0 in lanes off the mask
+znRTColorPacket lookUpTexture(const znRTTextureSampler& sampler, const znRTVector2fPacket& uv,
+                              const znFloatType<2>& mask);
