@@ -37,6 +37,7 @@ std::vector<Attribute> attributesOf(const osg::Geometry& geometry)
     std::vector<Attribute> list = {
         {Geometry::positionBit, "positions", geometry.getPositions()},
         {Geometry::normalBit, "normals", geometry.getNormals()},
+        {Geometry::normalBit, "tangents", geometry.getTangents()},
         {Geometry::colorBit, "colours", geometry.getColors()},
         {Geometry::secondaryColorBit, "secondary colours", geometry.getSecondaryColors()}};
     for (int set = 0; set < Geometry::texCoordSetCount; ++set)

@@ -11,7 +11,7 @@ namespace io {
 namespace {
 
 /// What an array becomes; arrays in the same role can be shared.
-enum Role { positionRole, normalRole, texCoordRole, colorRole };
+enum Role { positionRole, normalRole, tangentRole, texCoordRole, colorRole };
 
 std::optional<u64> attributeAccessor(const Json& primitive, const char* name)
 {
@@ -140,6 +140,10 @@ void GltfMeshes::readAttributes(osg::Geometry& geometry, const Json& primitive,
     };
     geometry.setNormals(
         optional("NORMAL", [&] { return property(primitive, "NORMAL", 3, normalRole, weights); }));
+    // A morphed surface has other tangents than the file's, which the renderer derives.
+    if (!isMorphed(primitive, "POSITION", weights) && !isMorphed(primitive, "TANGENT", weights))
+        geometry.setTangents(optional(
+            "TANGENT", [&] { return property(primitive, "TANGENT", 4, tangentRole, weights); }));
     geometry.setColors(optional("COLOR_0", [&] { return colors(primitive); }));
     for (int set = 0; set < osg::Geometry::texCoordSetCount; ++set) {
         const std::string name = fmt::format("TEXCOORD_{}", set);

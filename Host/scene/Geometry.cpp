@@ -116,6 +116,8 @@ void Geometry::makeSingleIndexed()
         setPositions(gathered(getPositions(), columnOf(positionBit)));
     if (getNormals())
         setNormals(gathered(getNormals(), columnOf(normalBit)));
+    if (getTangents())
+        setTangents(gathered(getTangents(), columnOf(normalBit)));
     if (getColors())
         setColors(gathered(getColors(), columnOf(colorBit)));
     if (getSecondaryColors())

@@ -201,6 +201,7 @@ u64 fieldsThatHold(const osg::FieldContainerPtr& owner, u32 part)
     };
     look(geometry->getPositions(), G::PositionsFieldMask);
     look(geometry->getNormals(), G::NormalsFieldMask);
+    look(geometry->getTangents(), G::TangentsFieldMask);
     look(geometry->getColors(), G::ColorsFieldMask);
     look(geometry->getSecondaryColors(), G::SecondaryColorsFieldMask);
     look(geometry->getIndices(), G::IndicesFieldMask);

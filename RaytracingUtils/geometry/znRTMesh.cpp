@@ -70,6 +70,8 @@ bool znRTMesh::readPositions(const osg::Geometry& geometry)
     const osg::GeoProperty* const directions = geometry.getNormals().get();
     positionStamp = znRTPropertyStamp(points);
     normalStamp = znRTPropertyStamp(directions);
+    tangentStamp = znRTPropertyStamp(geometry.getTangents().get());
+    ownTangents = znRTVertexAttribute(geometry.getTangents().get());
     indexStamp = znRTPropertyStamp(geometry.getIndices().get());
     undeformedPositions = undeformedNormals = positions = normals = nullptr;
     vertexCount = 0;
@@ -120,6 +122,7 @@ bool znRTMesh::verifyData()
         return true;
     if (znRTPropertyStamp(geometry->getPositions().get()) != positionStamp ||
         znRTPropertyStamp(geometry->getNormals().get()) != normalStamp ||
+        znRTPropertyStamp(geometry->getTangents().get()) != tangentStamp ||
         znRTPropertyStamp(geometry->getIndices().get()) != indexStamp || hasVertexColorsChanged())
         return true;
     for (unsigned set = 0; set < s_textureSets; ++set)
@@ -139,7 +142,8 @@ bool znRTMesh::updateGeometry(const unsigned long long& mask)
     initGeometry();
     // Arrays may have been edited in place, which no fingerprint shows. The first node of a core
     // that hears of it drops the tangents; to the others the tree already tells that it happened.
-    constexpr u64 tangential = structure | G::NormalsFieldMask | G::TexCoordsFieldMask;
+    constexpr u64 tangential =
+        structure | G::NormalsFieldMask | G::TangentsFieldMask | G::TexCoordsFieldMask;
     if (sharedVolume && (mask & tangential) && !(needsTree && sharedVolume->needsBuild()))
         sharedVolume->tangentVersion = 0;
     if (needsTree)
@@ -229,20 +233,43 @@ const float* znRTMesh::getTangents() const
 bool znRTMesh::calculateTangents()
 {
     const osg::Geometry* const geometry = getGeometry();
-    if (!geometry || !positions || !normals || !texCoords[0] || vertexCount == 0)
+    const bool isTaken = hasOwnTangents();
+    if (!geometry || !positions || vertexCount == 0 || (!isTaken && (!normals || !texCoords[0])))
         return false;
     u64 version = normalStamp.hash(texCoordStamps[0].hash(getGeometryVersion()));
-    version ^= reinterpret_cast<std::uintptr_t>(normals);
+    version = tangentStamp.hash(version) ^ reinterpret_cast<std::uintptr_t>(normals);
     // Instances of a core arrive at once; the one that computes does so without handing out tasks
     // under the lock, except isolated ones.
     const std::lock_guard lock(sharedVolume->tangentLock);
     if (sharedVolume->tangentVersion != version) {
-        tbb::this_task_arena::isolate(
-            [&] { accumulateTangents(*geometry, sharedVolume->tangents); });
+        if (isTaken)
+            copyTangents(sharedVolume->tangents);
+        else
+            tbb::this_task_arena::isolate(
+                [&] { accumulateTangents(*geometry, sharedVolume->tangents); });
         sharedVolume->tangentVersion = version;
     }
     usesTangents = true;
     return true;
+}
+
+bool znRTMesh::hasOwnTangents() const
+{
+    return ownTangents && ownTangents.type == osg::GeoProperty::Float32 &&
+           ownTangents.dimension >= 3 && ownTangents.count >= vertexCount &&
+           positions == undeformedPositions;
+}
+
+void znRTMesh::copyTangents(std::vector<float>& tangents) const
+{
+    tangents.resize(3 * u64(vertexCount));
+    for (u32 vertex = 0; vertex < vertexCount; ++vertex) {
+        const znRTVector4f tangent = ownTangents.getVector4f(vertex);
+        float* const target = &tangents[3 * u64(vertex)];
+        target[0] = tangent.x;
+        target[1] = tangent.y;
+        target[2] = tangent.z;
+    }
 }
 
 void znRTMesh::accumulateTangents(const osg::Geometry& geometry, std::vector<float>& tangents) const

@@ -44,8 +44,10 @@ public:
 
     /// Takes the deformed arrays of an enabled skin, or the plain ones.
     void calculateDeformer();
-    /// Makes vertex tangents along the first texture set, shared by all nodes of the core.
-    /// @return false without positions, normals or texture coordinates
+    /// Makes vertex tangents along the first texture set, shared by all nodes of the core; takes
+    /// those that the core has, unless a skin moves the vertices.
+    /// @return false without positions, or when neither the core's tangents nor normals and texture
+    ///         coordinates are there
     bool calculateTangents();
 
     // Attributes of hits, in the lanes of a mask or in one lane with its vertices; false, and
@@ -92,6 +94,8 @@ private:
     };
 
     bool readPositions(const osg::Geometry& geometry);
+    bool hasOwnTangents() const;
+    void copyTangents(std::vector<float>& tangents) const;
     void calculateTangent(const unsigned int& i0, const unsigned int& i1, const unsigned int& i2,
                           float* tangents) const;
     void accumulateTangents(const osg::Geometry& geometry, std::vector<float>& tangents) const;
@@ -145,8 +149,9 @@ private:
     u32 vertexCount = 0;
     bool bakedColors = false; ///< vertex colours are baked light
     znRTVertexAttribute vertexColors;
+    znRTVertexAttribute ownTangents; ///< of the core
     znRTVertexAttribute texCoords[s_textureSets];
-    znRTPropertyStamp positionStamp, normalStamp, indexStamp, colorStamp;
+    znRTPropertyStamp positionStamp, normalStamp, tangentStamp, indexStamp, colorStamp;
     znRTPropertyStamp texCoordStamps[s_textureSets];
     bool usesTangents = false;
 };

@@ -102,6 +102,48 @@ TEST(MeshTangents, RunAlongTheFirstTextureCoordinate)
         expectNear(tangentOf(mesh, v), {1, 0, 0}, 1e-6f);
 }
 
+// The core's tangents win over those that texture coordinates would give, as they are; the fourth
+// number is a side. A changed array is noticed.
+TEST(MeshTangents, AreTakenFromTheCoreThatHasThem)
+{
+    MeshScene scene;
+    const GeometryRef geometry = makeSquare();
+    const float t[16] = {0, 1, 0, 1, 0, 1, 0, -1, 0, 0.6f, 0.8f, 1, 0, 1, 0, 1};
+    const osg::GeoPropertyPtr property = osg::GeoProperty::create({0u});
+    property->set(osg::GeoProperty::Float32, 4, t, 4, false);
+    geometry->setTangents(property);
+    const osg::NodePtr node = scene.add(geometry.get());
+    znRTMesh& mesh = meshWithTangents(scene, node);
+    expectNear(tangentOf(mesh, 1), {0, 1, 0}, 0.0f);
+    expectNear(tangentOf(mesh, 2), {0, 0.6f, 0.8f}, 0.0f);
+    EXPECT_EQ(mesh.getGeometryMemoryUsage(), 4 * 3 * sizeof(float));
+
+    EXPECT_FALSE(mesh.verifyData());
+    geometry->setTangents({});
+    EXPECT_TRUE(mesh.verifyData());
+    mesh.updateGeometry(osg::Geometry::TangentsFieldMask);
+    mesh.calculateTangents();
+    expectNear(tangentOf(mesh, 2), {1, 0, 0}, 1e-6f);
+
+    // Too few of them count as none.
+    const osg::GeoPropertyPtr few = osg::GeoProperty::create({0u});
+    few->set(osg::GeoProperty::Float32, 4, t, 3, false);
+    geometry->setTangents(few);
+    mesh.updateGeometry(osg::Geometry::TangentsFieldMask);
+    mesh.calculateTangents();
+    expectNear(tangentOf(mesh, 1), {1, 0, 0}, 1e-6f);
+}
+
+TEST(MeshTangents, NeedNeitherNormalsNorTextureWhenTheCoreHasThem)
+{
+    MeshScene scene;
+    const GeometryRef geometry = makeMesh({{-1, -1, 0}, {1, -1, 0}, {0, 1, 0}}, {0, 1, 2});
+    geometry->setTangents(osg::GeoProperty::create({osg::Vec3f(1, 0, 0), {1, 0, 0}, {1, 0, 0}}));
+    const osg::NodePtr node = scene.add(geometry.get());
+    scene.build();
+    EXPECT_TRUE(scene.mesh(node).calculateTangents());
+}
+
 TEST(MeshTangents, RunAlongTheFirstEdgeWithoutTextureArea)
 {
     MeshScene scene;

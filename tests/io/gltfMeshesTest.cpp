@@ -154,6 +154,27 @@ TEST(GltfMeshes, LeavesOutAttributesOfAnotherLength)
     EXPECT_NE(log.warnings.find("NORMAL has 2 entries for 4 vertices"), std::string::npos);
 }
 
+// Four numbers per vertex; a morphed surface has others than the file's.
+TEST(GltfMeshes, ReadsTangentsOfSurfacesAsTheyStand)
+{
+    GltfBuilder file;
+    const int positions = file.vectors({0, 0, 0, 1, 0, 0, 0, 1, 0});
+    const int tangents =
+        file.accessor(std::vector<float>{1, 0, 0, 1, 0, 1, 0, -1, 0.6f, 0, 0.8f, 1}, "VEC4", 4,
+                      GltfBuilder::real);
+    const int up = file.vectors({0, 0, 2, 0, 0, 2, 0, 0, 2});
+    const int mesh = file.mesh({{"attributes", {{"POSITION", positions}, {"TANGENT", tangents}}},
+                                {"targets", {{{"POSITION", up}}}}});
+    file.node({{"mesh", mesh}});
+    file.node({{"mesh", mesh}, {"weights", {0.5}}});
+    const io::SceneFile scene = readGltfText(file.text());
+    const auto found = geometriesOf(scene);
+    ASSERT_EQ(found.size(), 2u);
+    ASSERT_TRUE(found[0].geometry->getTangents());
+    EXPECT_EQ(found[0].geometry->getTangents()->getVec3(2), Vec3f(0.6f, 0.0f, 0.8f));
+    EXPECT_FALSE(found[1].geometry->getTangents());
+}
+
 TEST(GltfMeshes, SharesArraysBetweenPrimitives)
 {
     GltfBuilder file;

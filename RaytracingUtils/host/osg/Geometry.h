@@ -64,6 +64,9 @@ class Geometry : public MaterialDrawable
     ZN_SLOT(std::vector<u32>, types, Types)
     /// The colours are baked light: rgb irradiance, alpha occlusion.
     ZN_FLAG(bakedColors, BakedColors, false)
+    /// Directions along the first texture coordinate, three floats (a fourth one, the side, is not
+    /// read); addressed with the normals. Null: meshes derive them from the texture coordinates.
+    ZN_SLOT(GeoPropertyPtr, tangents, Tangents)
 
     /// @param set  0 to 7; null for others
     GeoPropertyPtr getTexCoordSet(int set) const;
