@@ -99,7 +99,8 @@ struct HalfVector
     {
         const znFloatType<2> zero(0.0f);
         h = (wo + wi).getNormalized();
-        cosine = lobeMath::positive(h.z);
+        // Not above 1: a high power would make much of the rounding.
+        cosine = minimum(lobeMath::positive(h.z), 1.0f);
         woDotH = lobeMath::positive(dot(wo, h));
         valid = (wo.z > zero) & (wi.z > zero) & (cosine > zero) & (woDotH > zero);
     }

@@ -154,8 +154,8 @@ TEST(RefractionLobe, SpreadsTheChannelsByFullSpectraAlone)
     inside.pop_back();
     lobe.setup(record, 4);
     EXPECT_FALSE(lobe.getRatios().dispersive);
-    EXPECT_FLOAT_EQ(lobe.getRatios().enter[0], 0.5f);
-    EXPECT_FLOAT_EQ(lobe.getRatios().exit[2], 2.0f);
+    EXPECT_FLOAT_EQ(lobe.getRatios().etaEnter[0], 0.5f);
+    EXPECT_FLOAT_EQ(lobe.getRatios().etaExit[2], 2.0f);
     record.indices.spectrumA = nullptr;
     lobe.setup(record, 4);
     EXPECT_FALSE(lobe.getRatios().dispersive);

@@ -5,9 +5,11 @@
 #include "brdf/analytic/znRTPhongBRDF.h"
 #include "brdf/analytic/znRTSpecularBRDF.h"
 #include "brdf/lobeCases.h"
+#include "brdf/znRTFresnelOP.h"
 #include "brdf/znRTRoughnessTextures.h"
 #include "support/lanes.h"
 
+#include <cstring>
 #include <thread>
 
 namespace {
@@ -83,6 +85,76 @@ const znRTDifferentialGeometry dg{};
 const znRTVector3fPacket up(0.0f, 0.0f, 1.0f);
 
 } // namespace
+
+// Users hold the interface by its table of virtual functions, after the destructor's two entries. A
+// pointer to a virtual member is the offset of its entry plus 1 (Itanium C++ ABI, 2.3).
+TEST(LobeInterface, KeepsTheOrderOfItsOperations)
+{
+    const auto slotOf = [](auto member) {
+        std::ptrdiff_t offset = 0;
+        static_assert(sizeof(member) >= sizeof(offset));
+        std::memcpy(&offset, &member, sizeof(offset));
+        return (offset - 1) / std::ptrdiff_t(sizeof(void*));
+    };
+    using B = znRTBRDF;
+    using F = const znFloatType<2>&;
+    using V = const znRTVector3fPacket&;
+    using U = const znRTVector2fPacket&;
+    using D = const znRTDifferentialGeometry&;
+    using R = znFloatType<2>;
+    using Color = znRTColorPacket;
+    const std::ptrdiff_t lobe[] = {
+        slotOf(&B::getFresnel),
+        slotOf(&B::setPhotonData),
+        slotOf(&B::setup),
+        slotOf(static_cast<R (B::*)(unsigned, U, V, D, znRTVector3fPacket&) const>(&B::sample)),
+        slotOf(static_cast<R (B::*)(U, V, D, znRTVector3fPacket&) const>(&B::sample)),
+        slotOf(static_cast<void (B::*)(U, V, D, znRTVector3fPacket&, R&) const>(&B::sample)),
+        slotOf(static_cast<R (B::*)(unsigned, V, V, D) const>(&B::pdf)),
+        slotOf(static_cast<R (B::*)(V, V, D) const>(&B::pdf)),
+        slotOf(static_cast<Color (B::*)(unsigned, V, V, D, R&) const>(&B::evaluate)),
+        slotOf(static_cast<Color (B::*)(unsigned, V, V, D) const>(&B::evaluate)),
+        slotOf(static_cast<Color (B::*)(V, V, D, R&) const>(&B::evaluate)),
+        slotOf(static_cast<Color (B::*)(V, V, D) const>(&B::evaluate)),
+        slotOf(&B::evaluateSplit),
+        slotOf(&B::getReflectionWeight),
+        slotOf(&B::getTransmissionWeightA),
+        slotOf(&B::getTransmissionWeightB),
+        slotOf(&B::convertExponent),
+        slotOf(&B::setSampleCount),
+        slotOf(&B::getSamplePower),
+        slotOf(&B::lerpParameter),
+        slotOf(&B::evaluateRoughnessTexture),
+        slotOf(&B::evaluateRoughnessTexture2),
+        slotOf(&B::prepareParameterLanes),
+        slotOf(&B::prepareParameterLanes2),
+        slotOf(&B::finishParameterLanes),
+        slotOf(&B::getBlendWeight),
+        slotOf(&B::rho)};
+    std::ptrdiff_t expected = 2;
+    for (const std::ptrdiff_t slot : lobe)
+        EXPECT_EQ(slot, expected++);
+
+    using T = znRTFresnelOP;
+    const std::ptrdiff_t fresnel[] = {slotOf(&T::setRefraction),
+                                      slotOf(&T::setReflectance),
+                                      slotOf(&T::getApproximateReflectance),
+                                      slotOf(&T::getTableIndex),
+                                      slotOf(&T::setFromTable),
+                                      slotOf(&T::schlick),
+                                      slotOf(&T::schlickColor),
+                                      slotOf(&T::evaluateColor),
+                                      slotOf(&T::dielectricExact),
+                                      slotOf(static_cast<R (T::*)(F) const>(&T::dielectric)),
+                                      slotOf(static_cast<R (T::*)(F, F) const>(&T::dielectric)),
+                                      slotOf(&T::dielectricColor),
+                                      slotOf(&T::conductor),
+                                      slotOf(&T::conductorColor),
+                                      slotOf(&T::setReflectanceColor)};
+    expected = 2;
+    for (const std::ptrdiff_t slot : fresnel)
+        EXPECT_EQ(slot, expected++);
+}
 
 TEST(LobeInterface, GivesNothingByItself)
 {

@@ -27,11 +27,11 @@ protected:
     {
     }
 
-    /// A Fresnel colour times the value of the lobe; alpha stays that of the colour.
+    /// A Fresnel colour times the value of the lobe, in lanes with a density above 0.
     static znRTColorPacket tinted(const znRTColorPacket& fresnel, znFloatType<2> value,
-                                  const znFloatType<2>& pdf)
+                                  znFloatType<2> alpha, const znFloatType<2>& pdf)
     {
-        return znRTColorPacket(fresnel.r * value, fresnel.g * value, fresnel.b * value, fresnel.a) &
+        return znRTColorPacket(fresnel.r * value, fresnel.g * value, fresnel.b * value, alpha) &
                (pdf > znFloatType<2>(0.0f));
     }
 

@@ -10,8 +10,8 @@ struct znRTRefractionRatios
     static constexpr std::size_t s_minBands = 40;
 
     /// Ratio for rays that come from outside, and its reciprocal: outside over inside first.
-    float enter[3] = {1.0f, 1.0f, 1.0f};
-    float exit[3] = {1.0f, 1.0f, 1.0f};
+    float etaEnter[3] = {1.0f, 1.0f, 1.0f};
+    float etaExit[3] = {1.0f, 1.0f, 1.0f};
     bool dispersive = false; ///< the channels differ
 
     /// Channels differ where both spectra have all bands; otherwise the plain indices count.
@@ -22,6 +22,7 @@ struct znRTRefractionRatios
     /// @param channel      0 to 2
     znFloatType<2> get(const znFloatType<2>& frontFacing, int channel) const
     {
-        return select(frontFacing, znFloatType<2>(enter[channel]), znFloatType<2>(exit[channel]));
+        return select(frontFacing, znFloatType<2>(etaEnter[channel]),
+                      znFloatType<2>(etaExit[channel]));
     }
 };

@@ -122,7 +122,8 @@ znRTColorPacket znRTAnisotropicASBRDF<PerLane>::evaluate(const znRTVector3fPacke
     const znFloatType<2> ofCosine = power(lanes, half.h, half.cosine, hasTwoAxes(dg));
     pdfOut = powerLobe::pdf(half, lanes.pdfNorm, ofCosine);
     const znFloatType<2> value = powerLobe::value(half, lanes.evalNorm, ofCosine, wo, wi);
-    return this->tinted(this->template fresnelColor<PerLane>(half.woDotH, dg), value, pdfOut);
+    const znRTColorPacket fresnel = this->template fresnelColor<PerLane>(half.woDotH, dg);
+    return this->tinted(fresnel, value, fresnel.a, pdfOut);
 }
 
 template <int PerLane>

@@ -47,7 +47,7 @@ znRTColorPacket znRTCookTorranceBRDF<PerLane>::evaluate(const znRTVector3fPacket
     const lobeSampling::HalfVector half(wo, wi);
     pdfOut = powerLobe::pdf(half, lanes.pdfNorm, pow(half.cosine, lanes.exponent));
     return this->tinted(this->template fresnelColor<PerLane>(half.woDotH, dg),
-                        facetValue(half, lanes.exponent, wo, wi), pdfOut);
+                        facetValue(half, lanes.exponent, wo, wi), 1.0f, pdfOut);
 }
 
 template class znRTCookTorranceBRDF<0>;

@@ -21,7 +21,6 @@ public:
     void setup(const znRTBxDFAttributes& attributes, unsigned count) override;
 
     using znRTFresnelLobe::evaluate;
-    /// Alpha is that of the Fresnel term.
     znRTColorPacket evaluate(const znRTVector3fPacket& wo, const znRTVector3fPacket& wi,
                              const znRTDifferentialGeometry& dg,
                              znFloatType<2>& pdfOut) const override;

@@ -91,7 +91,7 @@ znRTGGXBRDF<PerLane>::evaluate(const znRTVector3fPacket& wo, const znRTVector3fP
     const znFloatType<2> visibility =
         reciprocalOrZero(wo.z * facets.stretched(wi) + wi.z * facets.stretched(wo)) * 0.5f;
     return tinted(this->template fresnelColor<PerLane>(facets.half.woDotH, dg),
-                  facets.distribution * visibility, pdfOut);
+                  facets.distribution * visibility, 1.0f, pdfOut);
 }
 
 template <int PerLane>

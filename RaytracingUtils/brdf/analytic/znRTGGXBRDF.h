@@ -35,7 +35,6 @@ public:
                 znFloatType<2>& mask) const override;
     znFloatType<2> pdf(const znRTVector3fPacket& wo, const znRTVector3fPacket& wi,
                        const znRTDifferentialGeometry& dg) const override;
-    /// Alpha is that of the Fresnel term.
     znRTColorPacket evaluate(const znRTVector3fPacket& wo, const znRTVector3fPacket& wi,
                              const znRTDifferentialGeometry& dg,
                              znFloatType<2>& pdfOut) const override;

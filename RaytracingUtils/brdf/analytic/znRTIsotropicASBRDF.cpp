@@ -23,7 +23,8 @@ znRTColorPacket znRTIsotropicASBRDF<PerLane>::evaluate(const znRTVector3fPacket&
     const znFloatType<2> power = pow(half.cosine, lanes.exponent);
     pdfOut = powerLobe::pdf(half, lanes.pdfNorm, power);
     const znFloatType<2> value = powerLobe::value(half, lanes.evalNorm, power, wo, wi);
-    return this->tinted(this->template fresnelColor<PerLane>(half.woDotH, dg), value, pdfOut);
+    const znRTColorPacket fresnel = this->template fresnelColor<PerLane>(half.woDotH, dg);
+    return this->tinted(fresnel, value, fresnel.a, pdfOut);
 }
 
 template class znRTIsotropicASBRDF<0>;
