@@ -2,8 +2,8 @@
 
 // What a scene reader returns, whatever the format: a tree and what was found in it.
 
-#include "host/osg/Camera.h"
 #include "host/osg/UberLight.h"
+#include "scene/sceneQueries.h"
 
 #include <string>
 #include <vector>
@@ -12,12 +12,6 @@ namespace io {
 
 struct SceneFile
 {
-    struct CameraEntry
-    {
-        std::string name;
-        osg::CameraPtr camera;
-        osg::NodePtr node; ///< whose core it is
-    };
     struct LightEntry
     {
         std::string name;
@@ -26,7 +20,7 @@ struct SceneFile
     };
 
     osg::Ref<osg::Node> root; ///< z up, metres; owns everything below
-    std::vector<CameraEntry> cameras;
+    std::vector<scene::NamedCamera> cameras;
     std::vector<LightEntry> lights;
     std::vector<std::string> variants; ///< the choices of all switch materials, by number
     std::string look;                  ///< JSON of a look block in the file, "" without

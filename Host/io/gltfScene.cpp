@@ -64,6 +64,7 @@ SceneFile GltfScene::read()
     createNodes(scene);
     for (const u64 index : inScene)
         fillNode(scene, index);
+    scene.cameras = scene::findCameras(scene.root.get());
     if (instances == 0 && scene.cameras.empty() && scene.lights.empty())
         document.fail("holds nothing that could be shown");
     if (const Json* extras = member(document.getRoot(), "extras"))
@@ -167,7 +168,7 @@ void GltfScene::fillNode(SceneFile& scene, u64 index)
         }
     };
     attempt("mesh", [&] { addMesh(description, index); });
-    attempt("camera", [&] { addCamera(scene, description, index); });
+    attempt("camera", [&] { addCamera(description, index); });
     attempt("light", [&] { addLight(scene, description, index); });
 }
 
@@ -244,7 +245,7 @@ void GltfScene::addInstances(const Json& instancing, const osg::NodePtr& parent,
     }
 }
 
-void GltfScene::addCamera(SceneFile& scene, const Json& description, u64 index)
+void GltfScene::addCamera(const Json& description, u64 index)
 {
     const std::optional<u64> number = wholeNumber(description, "camera");
     if (!number)
@@ -255,7 +256,6 @@ void GltfScene::addCamera(SceneFile& scene, const Json& description, u64 index)
     const osg::NodePtr holder = osg::Node::create(camera.get(), getName(camera.get()));
     nodes[index]->addChild(holder);
     camera->setBeacon(holder);
-    scene.cameras.push_back({getName(camera.get()), camera.get(), holder});
 }
 
 void GltfScene::addLight(SceneFile& scene, const Json& description, u64 index)

@@ -25,7 +25,7 @@ private:
     void addParts(const osg::NodePtr& parent, const std::vector<GltfMeshes::Part>& parts);
     void addInstances(const Json& instancing, const osg::NodePtr& parent,
                       const std::vector<GltfMeshes::Part>& parts);
-    void addCamera(SceneFile& scene, const Json& description, u64 index);
+    void addCamera(const Json& description, u64 index);
     void addLight(SceneFile& scene, const Json& description, u64 index);
     void countInstances(u64 count);
 

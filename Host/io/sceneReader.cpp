@@ -58,8 +58,7 @@ SceneFile fromRoot(const std::string& path, const osg::Ref<osg::FieldContainer>&
     if (!root)
         throw InputError(path, "is an archive of something else than a scene");
     SceneFile scene;
-    for (const scene::NamedCamera& camera : scene::findCameras(root.get()))
-        scene.cameras.push_back({camera.name, camera.camera, camera.node});
+    scene.cameras = scene::findCameras(root.get());
     scene.triangles = scene::countContent(root.get()).triangles;
     scene.root = std::move(root);
     return scene;

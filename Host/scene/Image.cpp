@@ -1,7 +1,7 @@
 #include "host/osg/Image.h"
 
+#include <Imath/half.h>
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 namespace osg {
@@ -14,19 +14,6 @@ namespace {
 bool multiply(u64& product, u64 factor)
 {
     return !__builtin_mul_overflow(product, factor, &product);
-}
-
-float halfToFloat(u16 bits)
-{
-    const u32 sign = u32(bits & 0x8000u) << 16;
-    const u32 exponent = (bits >> 10) & 31u, mantissa = bits & 1023u;
-    if (exponent == 31)
-        return std::bit_cast<float>(sign | 0x7f800000u | (mantissa << 13));
-    // Subnormal halves are multiples of 2^-24.
-    const float value = exponent == 0
-                            ? float(mantissa) * 5.9604644775390625e-8f
-                            : std::bit_cast<float>(((exponent + 112u) << 23) | (mantissa << 13));
-    return sign ? -value : value;
 }
 
 float readChannel(const u8* data, u64 index, u32 dataType)
@@ -42,7 +29,7 @@ float readChannel(const u8* data, u64 index, u32 dataType)
     case Image::Float16: {
         u16 value;
         std::memcpy(&value, data + 2 * index, 2);
-        return halfToFloat(value);
+        return imath_half_to_float(value);
     }
     default: {
         float value;

@@ -40,7 +40,7 @@ const char* projectionName(int mode)
 void printCameras(const io::SceneFile& scene)
 {
     for (std::size_t i = 0; i < scene.cameras.size(); ++i) {
-        const io::SceneFile::CameraEntry& entry = scene.cameras[i];
+        const scene::NamedCamera& entry = scene.cameras[i];
         osg::Pnt3f from, at;
         osg::Vec3f up;
         entry.camera->getFromAtUp(from, at, up);

@@ -18,7 +18,7 @@ io::SceneFile loadScene(const Options& options)
 
 osg::CameraPtr findCamera(const io::SceneFile& scene, const std::string& name)
 {
-    for (const io::SceneFile::CameraEntry& camera : scene.cameras)
+    for (const scene::NamedCamera& camera : scene.cameras)
         if (camera.name == name)
             return camera.camera;
     std::size_t number = 0;
