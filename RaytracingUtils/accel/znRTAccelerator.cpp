@@ -1,5 +1,6 @@
 #include "accel/znRTAccelerator.h"
 
+#include "accel/sceneLights.h"
 #include "geometry/znRTGeometryNode.h"
 #include "geometry/znRTMesh.h"
 #include "host/osg/ClipPlane.h"
@@ -43,7 +44,7 @@ void makeHomogeneous(osg::Surface& surface)
 
 } // namespace
 
-znRTAccelerator::znRTAccelerator() = default;
+znRTAccelerator::znRTAccelerator() : sceneLights(std::make_unique<znRTSceneLights>()) {}
 
 znRTAccelerator::~znRTAccelerator()
 {
@@ -58,6 +59,8 @@ void znRTAccelerator::clear()
     geometryNodes.clear();
     sceneNodes.clear();
     releaseMaterials();
+    sceneLights->clear();
+    headlightId = 0;
     lights.clear();
     rayLights.clear();
     rayGeometryLights.clear();
@@ -258,16 +261,8 @@ bool znRTAccelerator::reinitObject(unsigned int index)
     return true;
 }
 
-// Lights, clipping shapes, image quads: their containers stand, their objects do not exist yet.
-
-void znRTAccelerator::addLight(const osg::NodePtr& node)
-{
-    static std::atomic<bool> isTold{false};
-    if (!node || !node->getCore())
-        znLog::error("Bad Light");
-    else
-        tellOnce(isTold, "Lights do not shine yet");
-}
+// Environments, clipping shapes, image quads: their containers stand, their objects do not exist
+// yet.
 
 void znRTAccelerator::addEnvironmentLight(const osg::MaterialPtr& material)
 {
@@ -302,17 +297,6 @@ znRTLight* znRTAccelerator::getEnvironmentLight(unsigned int)
 
 void znRTAccelerator::updateEnvironmentLights() {}
 
-void znRTAccelerator::setHeadlight(const osg::NodePtr& node)
-{
-    if (node)
-        addLight(node);
-}
-
-bool znRTAccelerator::deleteLight(unsigned long long)
-{
-    return false;
-}
-
 bool znRTAccelerator::updateClippingShape(const osg::NodePtr& node, unsigned int& flags)
 {
     static std::atomic<bool> isTold{false};
@@ -343,8 +327,6 @@ void znRTAccelerator::applyImageQuadChanges()
     tellOnce(isTold, "Image quads are not drawn yet");
 }
 
-void znRTAccelerator::updateLights() {}
-void znRTAccelerator::updateGeometryLights() {}
 void znRTAccelerator::updateRayGeometryLights() {}
 void znRTAccelerator::updateLightPortals() {}
 
@@ -356,16 +338,6 @@ void znRTAccelerator::setListed(std::vector<znRTGeometryNode*>& list, znRTGeomet
     std::erase(list, node);
     if (isListed)
         list.push_back(node);
-}
-
-void znRTAccelerator::addGeometryLight(znRTGeometryNode* node)
-{
-    setListed(emittingNodes, node, true);
-}
-
-void znRTAccelerator::deleteGeometryLight(znRTGeometryNode* node)
-{
-    setListed(emittingNodes, node, false);
 }
 
 void znRTAccelerator::addRayGeometryLight(znRTGeometryNode* node)

@@ -16,6 +16,7 @@
 #include "host/znRTSceneBase.h"
 
 #include <map>
+#include <memory>
 #include <tbb/concurrent_unordered_map.h>
 #include <vector>
 
@@ -35,6 +36,7 @@ class znRTParticipatingMedia;
 class znRTRayDifferentialPacket;
 class znRTRayPacket;
 class znRTRayPacketBundle;
+class znRTSceneLights;
 
 namespace osg {
 class Geometry;
@@ -173,9 +175,12 @@ public:
     /// How many scenes use a material.
     static unsigned getMaterialUseCount(u32 id);
 
-    // Lists for shading. Lights and media have no objects of their own yet.
+    // Lists for shading.
 
+    /// Lights of nodes in the order in which they came, then meshes that emit.
     const znDynArray<znRTLight*>& getLights() const { return lights; }
+    /// The light that goes with the camera; null without.
+    znRTLight* getHeadlight() const;
     const znDynArray<znRTLight*>& getRayLights() const { return rayLights; }
     const znDynArray<znRTLight*>& getRayGeometryLights() const { return rayGeometryLights; }
     const znDynArray<znRTLensFlare*>& getLensFlares() const { return lensFlares; }
@@ -222,6 +227,8 @@ protected:
     tbb::concurrent_unordered_map<u32, znRTMaterial*> materials;
     bool objectsChanged = false;
 
+    std::unique_ptr<znRTSceneLights> sceneLights; ///< owner of the lights in the list
+    u64 headlightId = 0;                          ///< node of the headlight, 0 without
     znDynArray<znRTLight*> lights, rayLights, rayGeometryLights;
     znDynArray<znRTLensFlare*> lensFlares;
     znDynArray<znRTLightPortalNode*> lightPortals;
@@ -242,6 +249,7 @@ private:
     osg::MaterialPtr getDefaultMaterial();
     void releaseMaterials();
     static void releaseMaterial(u32 id);
+    void listLights();
     void setListed(std::vector<znRTGeometryNode*>& list, znRTGeometryNode* node, bool isListed);
 
     osg::Ref<osg::Material> defaultMaterial;

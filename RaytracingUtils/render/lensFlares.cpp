@@ -4,7 +4,6 @@
 
 znRTColorPacket evaluateLensFlares(const znRTRayPacket&)
 {
-    // Lights have no objects yet, so nothing fills the list of flares but the host.
     static znRTOnceWarning notDrawn("Lens flares are not drawn yet.");
     notDrawn();
     return znRTColorPacket(0.0f);
