@@ -208,12 +208,13 @@ znRTSplatTarget znRTLayerStore::splatTarget() const
 
 void znRTLayerStore::splatLight(const LightValues& values, u32 x, u32 y, int lane) const
 {
-    znRTSplatTarget target = splatTarget();
-    splatSample(target, *filter, x, y, values.values[0][lane]);
-    for (u32 i = 1; i < values.count; ++i) {
-        target.frame = values.buffers[i];
-        splatSampleLayer(target, *filter, x, y, values.values[i][lane]);
-    }
+    znRTSplatPixel pixels[znMostSplatPixels];
+    u32 count = 0;
+    forEachSplatPixel(splatTarget(), *filter, x, y, [&](u32 xj, u32 yj, float weight) {
+        pixels[count++] = {yj * rowStride + xj, weight};
+    });
+    splatSampleLayers(pixels, count, filterWeights,
+                      {values.buffers, &values.values[0][lane], values.count});
 }
 
 void znRTLayerStore::addToMattes(const znRTLayerPacket& packet, int lane) const

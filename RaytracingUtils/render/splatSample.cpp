@@ -26,11 +26,13 @@ __attribute__((noinline)) void splatSample(const znRTSplatTarget& target,
     });
 }
 
-__attribute__((noinline)) void splatSampleLayer(const znRTSplatTarget& target,
-                                                const znPixelfilterSampleSet& filter, u32 x, u32 y,
-                                                __m128 colour)
+__attribute__((noinline)) void splatSampleLayers(const znRTSplatPixel* pixels, u32 count,
+                                                 float* filterWeights,
+                                                 const znRTSplatLayers& layers)
 {
-    forEachSplatPixel(target, filter, x, y, [&](u32 xj, u32 yj, float weight) {
-        addWeighted(target.frame[u64(yj) * target.stride + xj], weight, colour);
-    });
+    for (u32 j = 0; j < count; ++j)
+        filterWeights[pixels[j].index] += pixels[j].weight;
+    for (u32 i = 0; i < layers.count; ++i)
+        for (u32 j = 0; j < count; ++j)
+            addWeighted(layers.frames[i][pixels[j].index], pixels[j].weight, layers.colours[4 * i]);
 }

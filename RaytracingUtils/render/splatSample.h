@@ -43,6 +43,25 @@ void forEachSplatPixel(const znRTSplatTarget& target, const znPixelfilterSampleS
 void splatSample(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter, u32 x, u32 y,
                  __m128 colour);
 
-/// The same for another layer of the frame: the weights have been added already.
-void splatSampleLayer(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter, u32 x,
-                      u32 y, __m128 colour);
+/// A pixel that a sample counts for.
+struct znRTSplatPixel
+{
+    u64 index;
+    float weight;
+};
+
+/// Pixels under the largest filter.
+constexpr u32 znMostSplatPixels = 33 * 33;
+
+/// Layers of a frame that a sample is added to: the colours of one lane, as they lie in an array of
+/// four lanes per layer.
+struct znRTSplatLayers
+{
+    ZN_RGBA32F* const* frames;
+    const __m128* colours; ///< every fourth
+    u32 count;
+};
+
+/// Adds a sample to several layers and, once, to the weights.
+void splatSampleLayers(const znRTSplatPixel* pixels, u32 count, float* filterWeights,
+                       const znRTSplatLayers& layers);
