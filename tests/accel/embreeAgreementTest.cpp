@@ -5,60 +5,13 @@
 #ifdef ZN_WITH_EMBREE
 
 #include "core/znRTFloatControl.h"
+#include "support/embreeScene.h"
 #include "support/treeFixture.h"
 
-#include <algorithm>
 #include <cmath>
-#include <embree3/rtcore.h>
 #include <gtest/gtest.h>
 
 namespace {
-class EmbreeScene
-{
-public:
-    explicit EmbreeScene(const TestMesh& mesh)
-        : device(rtcNewDevice("threads=1")), scene(rtcNewScene(device))
-    {
-        rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST);
-        RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
-        void* const vertices =
-            rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3,
-                                    3 * sizeof(float), mesh.positions.size() / 3);
-        void* const indices =
-            rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3,
-                                    sizeof(znRTTriangle), mesh.triangles.size());
-        std::copy(mesh.positions.begin(), mesh.positions.end(), static_cast<float*>(vertices));
-        std::copy(mesh.triangles.begin(), mesh.triangles.end(),
-                  static_cast<znRTTriangle*>(indices));
-        rtcCommitGeometry(geometry);
-        rtcAttachGeometry(scene, geometry);
-        rtcReleaseGeometry(geometry);
-        rtcCommitScene(scene);
-    }
-    ~EmbreeScene()
-    {
-        rtcReleaseScene(scene);
-        rtcReleaseDevice(device);
-    }
-    /// @return distance, infinite for a miss
-    float trace(const znRTRayPacket& ray, int lane) const
-    {
-        RTCIntersectContext context;
-        rtcInitIntersectContext(&context);
-        const znRTVector3f o = ray.origin.getLane(lane), d = ray.direction.getLane(lane);
-        RTCRayHit r{};
-        r.ray = {o.x, o.y, o.z, 0, d.x, d.y, d.z, 0, 1e30f, ~0u, 0, 0};
-        r.hit.geomID = r.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
-        rtcIntersect1(scene, &context, &r);
-        return r.hit.geomID == RTC_INVALID_GEOMETRY_ID ? std::numeric_limits<float>::infinity()
-                                                       : r.ray.tfar;
-    }
-
-private:
-    RTCDevice device;
-    RTCScene scene;
-};
-
 void compareMesh(const TestMesh& mesh, bool isCoherent)
 {
     const znRTFloatControl floatControl;
@@ -78,7 +31,7 @@ void compareMesh(const TestMesh& mesh, bool isCoherent)
         ASSERT_EQ(packet.hitMask, shadow.hitMask);
         for (int lane = 0; lane < 4; ++lane) {
             ASSERT_EQ(packet.t[lane], lanes.t[lane]);
-            const float expected = other.trace(ray, lane);
+            const float expected = other.trace(ray, lane).t;
             const bool isHit = (packet.hitMask >> lane) & 1;
             hits += isHit;
             if (isHit != std::isfinite(expected))

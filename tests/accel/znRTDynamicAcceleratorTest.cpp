@@ -234,7 +234,7 @@ TEST(ShadingData, GroupsLanesByMaterial)
         return data;
     };
 
-    const znRTDataBlockPacket four = shade({0.5f, 3.5f, 6.5f, 9.5f}, false);
+    znRTDataBlockPacket four = shade({0.5f, 3.5f, 6.5f, 9.5f}, false);
     ASSERT_EQ(four.materialCount, 4u);
     for (int i = 0; i < 4; ++i) {
         EXPECT_EQ(four.materials[i]->getHostMaterial(), materials[i].get());
@@ -242,6 +242,8 @@ TEST(ShadingData, GroupsLanesByMaterial)
         EXPECT_EQ(four.nodes[i], scene.scene->getSceneNode(u64(i)));
     }
     EXPECT_LANES_NEAR(four.dg.position.z, 0, 1, 2, 3, 1e-5f);
+    // Whoever shades makes the matrices, from the nodes that were entered.
+    four.computeMatrices();
     EXPECT_LANES_NEAR(four.nodeToWorld[3][0], 0, 3, 6, 9, 0.0f);
 
     // Two nodes with one material, a miss, and another.

@@ -14,9 +14,10 @@
 #include "accel/znRTLeafIntersector.h"
 #include "core/znRTRayPacketBundle.h"
 
-/// Traces the packets from first on, each in the lanes of its mask. Distances are bit for bit those
-/// of the packet walk; packets with different signs of direction among close neighbours are walked
-/// one by one.
+/// Traces the packets from first on, each in the lanes of its mask. Each triangle's distance is bit
+/// for bit that of the packet walk; of two triangles that are less than a rounding apart another
+/// one may be found, since the walks visit boxes in different order. Packets with different signs
+/// of direction among close neighbours are walked one by one.
 /// @param transform  world to object; null takes the rays as they stand
 /// @param tree       with positions in leaf order
 /// @param leaf       a plain triangle leaf
