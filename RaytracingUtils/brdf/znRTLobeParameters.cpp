@@ -25,7 +25,7 @@ void znRTLobeParameters::setSlopes(znFloatType<2> aX, znFloatType<2> aY, znFloat
     setTurn(1.0f, 0.0f, lanes);
     diffuseRoughness =
         select(lanes, znFloatType<2>(0.5f) * (squareRoot(x) + squareRoot(y)), diffuseRoughness);
-    mask |= lanes;
+    slopeMask |= lanes;
 }
 
 void znRTLobeParameters::setRotation(znFloatType<2> radians, znFloatType<2> lanes)

@@ -10,7 +10,7 @@
 
 struct znRTLobeParameters : znAlignedBase16
 {
-    /// Lanes in which exponents and slopes stand.
+    /// Lanes in which exponents stand.
     znFloatType<2> mask;
 
     // Phong family. (e + 1) / (2 pi) normalizes the density of half vectors, (e + 2) / (2 pi) the
@@ -19,6 +19,9 @@ struct znRTLobeParameters : znAlignedBase16
     znFloatType<2> level; ///< see lobeMath::environmentLevel
     /// Second axis, and the norms with the geometric mean of both axes.
     znFloatType<2> exponentV, pdfNorm2, evalNorm2;
+
+    /// Lanes in which slopes stand.
+    znFloatType<2> slopeMask;
 
     // Facet distributions: slopes along both axes, and the turn of the axes about the normal.
     znFloatType<2> alphaX, alphaY;
@@ -29,7 +32,7 @@ struct znRTLobeParameters : znAlignedBase16
     /// Lanes in which the two below stand.
     znFloatType<2> reflectanceMask;
     znRTColorPacket f0;         ///< reflectance at normal incidence
-    znFloatType<2> reflectance; ///< the same as one value, for the diffuse lobe below
+    znFloatType<2> reflectance; ///< the same as one value, for a diffuse lobe below a layer
 
     /// Lanes with a second point: where light entered, for subsurface lobes; world space.
     znFloatType<2> entryMask;
@@ -55,6 +58,7 @@ struct znRTLobeParameters : znAlignedBase16
 inline void znRTLobeParameters::clear()
 {
     mask = znFloatType<2>::noLanes();
+    slopeMask = znFloatType<2>::noLanes();
     reflectanceMask = znFloatType<2>::noLanes();
     entryMask = znFloatType<2>::noLanes();
 }

@@ -361,6 +361,7 @@ TEST_P(LobeForms, MixBothKindsOfLanesInOnePacket)
     const LobeSetting fromBlock(lobeCase(GetParam().second));
     LobeSetting mixed(lobeCase(GetParam().second)), none(lobeCase(GetParam().second));
     mixed.block[0].mask &= expandLanes(0b0101);
+    mixed.block[0].slopeMask &= expandLanes(0b0101);
     mixed.block[0].reflectanceMask &= expandLanes(0b0101);
     none.dg.parameters = nullptr;
     Uniform uniform(9);

@@ -74,12 +74,14 @@ TEST(LobeParameters, LeaveLanesOutsideTheMaskAlone)
     block.setExponents(10.0f, expandLanes(0b0001));
     block.setExponents(20.0f, expandLanes(0b0100));
     block.setReflectance({0.9f, 0.6f, 0.3f, 1.0f}, expandLanes(0b0010));
+    block.setSlopes(0.5f, 0.25f, expandLanes(0b1000));
     EXPECT_EQ(moveMask(block.mask), 0b0101);
+    EXPECT_EQ(moveMask(block.slopeMask), 0b1000);
+    EXPECT_LANES_EQ(block.alphaY, 0, 0, 0, 0.25f);
     EXPECT_EQ(moveMask(block.reflectanceMask), 0b0010);
     EXPECT_LANES_EQ(block.exponent, 10, 0, 20, 0);
     EXPECT_LANES_NEAR(block.reflectance, 0, 0.6f, 0, 0, 1e-6f);
     EXPECT_LANES_EQ(block.f0.b, 0, 0.3f, 0, 0);
     block.clear();
-    EXPECT_EQ(moveMask(block.mask) | moveMask(block.reflectanceMask) | moveMask(block.entryMask),
-              0);
+    EXPECT_EQ(moveMask(block.mask | block.slopeMask | block.reflectanceMask | block.entryMask), 0);
 }

@@ -65,10 +65,10 @@ inline znRTFacetSlopesLanes znRTFacetSlopesLanes::fetch(const znRTFacetSlopes& s
                                stored.cosRotation};
     if constexpr (PerLane) {
         if (const znRTLobeParameters* const block = dg.parameters) {
-            lanes.alphaX = select(block->mask, block->alphaX, lanes.alphaX);
-            lanes.alphaY = select(block->mask, block->alphaY, lanes.alphaY);
-            lanes.sinRotation = select(block->mask, block->sinRotation, lanes.sinRotation);
-            lanes.cosRotation = select(block->mask, block->cosRotation, lanes.cosRotation);
+            lanes.alphaX = select(block->slopeMask, block->alphaX, lanes.alphaX);
+            lanes.alphaY = select(block->slopeMask, block->alphaY, lanes.alphaY);
+            lanes.sinRotation = select(block->slopeMask, block->sinRotation, lanes.sinRotation);
+            lanes.cosRotation = select(block->slopeMask, block->cosRotation, lanes.cosRotation);
         }
     }
     return lanes;

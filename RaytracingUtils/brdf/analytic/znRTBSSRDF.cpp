@@ -49,7 +49,9 @@ void znRTBSSRDF::setup(const znRTBxDFAttributes& attributes, unsigned count)
     // Mean reflectance from inside. W. Egan, T. Hilgeman, "Optical Properties of Inhomogeneous
     // Materials", 1979; it holds for a body that is denser than what surrounds it.
     const float dense = std::max(1.0f, eta);
-    diffuseFresnel = -1.4399f / (dense * dense) + 0.7099f / dense + 0.6681f + 0.0636f * dense;
+    // The fit exceeds 1 from an index of 5 on, where the boundary term would turn around.
+    const float fit = -1.4399f / (dense * dense) + 0.7099f / dense + 0.6681f + 0.0636f * dense;
+    diffuseFresnel = std::min(fit, 0.99f);
     boundary = (1.0f + diffuseFresnel) / (1.0f - diffuseFresnel);
     zv = invMfp * (1.0f + 4.0f / 3.0f * boundary);
     attenuation = mfp * std::sqrt(3.0f * (1.0f - scatterAlbedo));
@@ -134,5 +136,6 @@ znFloatType<2> znRTBSSRDF::getPhase(const znFloatType<2>& cosTheta) const
 
 znFloatType<2> znRTBSSRDF::transmittance(const znFloatType<2>& cosTheta) const
 {
-    return znFloatType<2>(1.0f) - lobeMath::schlick(r0, lobeMath::schlickRise(cosTheta));
+    const znFloatType<2> reflected = lobeMath::schlick(r0, lobeMath::schlickRise(cosTheta));
+    return lobeMath::positive(znFloatType<2>(1.0f) - reflected);
 }

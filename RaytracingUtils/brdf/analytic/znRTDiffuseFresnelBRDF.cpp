@@ -29,7 +29,7 @@ znRTColorPacket znRTDiffuseFresnelBRDF::evaluate(const znRTVector3fPacket& wo,
     pdfOut = lobeSampling::cosinePdf(wo, wi);
     znFloatType<2> r(roughness);
     if (const znRTLobeParameters* const block = dg.parameters)
-        r = select(block->mask, block->diffuseRoughness, r);
+        r = select(block->slopeMask, block->diffuseRoughness, r);
 
     // Half vectors of reflecting pairs are never short; others drop out by their density.
     const znFloatType<2> cosHalf = dot((wo + wi).getNormalized(), wi);
