@@ -158,6 +158,12 @@ void znRTLayerStore::gatherLight(const znRTLayerPacket& packet, LightValues& val
         // Most layers of a packet are empty, and to add nothing is not worth fetching the pixels.
         if (!buffers[i] || isBlack(fragment.layers[i]))
             continue;
+        // The pixels are on their way while the other layers are looked at: a still frame's lanes
+        // lie in four different cache lines of each buffer.
+        forEachLane(15, [&](int lane) {
+            _mm_prefetch(reinterpret_cast<const char*>(buffers[i] + indexOf(packet, lane)),
+                         _MM_HINT_T0);
+        });
         toLanes(fragment.layers[i], fragment.coverage, isLightPass(i) ? &clampValue : nullptr,
                 values.values[values.count]);
         values.buffers[values.count++] = buffers[i];
