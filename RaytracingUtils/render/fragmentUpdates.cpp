@@ -27,7 +27,7 @@ void znRTFragment::updateToColor(const znRTRayDifferentialPacket& ray, znRTDataB
     updateFragmentColor(result, opacity, mask);
 }
 
-#define ZN_FRAGMENT_UPDATE(name, ...)                                                              \
+#define ZN_DEFINE_UPDATE(name, ...)                                                                \
     void znRTFragment::name(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,      \
                             const znRTColorPacket* surface, const znRTLightTerms& terms,           \
                             znRTShadingState& state, const znRTThroughput& throughput,             \
@@ -35,16 +35,8 @@ void znRTFragment::updateToColor(const znRTRayDifferentialPacket& ray, znRTDataB
     {                                                                                              \
         updateLobes<__VA_ARGS__>(ray, block, surface, terms, state, throughput, mask);             \
     }
-ZN_FRAGMENT_UPDATE(updateD, surfaceDiffuse)
-ZN_FRAGMENT_UPDATE(updateG, surfaceGlossy)
-ZN_FRAGMENT_UPDATE(updateS, surfaceSpecular)
-ZN_FRAGMENT_UPDATE(updateDG, surfaceDiffuse, surfaceGlossy)
-ZN_FRAGMENT_UPDATE(updateDS, surfaceDiffuse, surfaceSpecular)
-ZN_FRAGMENT_UPDATE(updateDGS, surfaceDiffuse, surfaceGlossy, surfaceSpecular)
-ZN_FRAGMENT_UPDATE(updateDGT, surfaceDiffuse, surfaceGlossy, surfaceTranslucent)
-ZN_FRAGMENT_UPDATE(updateDGST, surfaceDiffuse, surfaceGlossy, surfaceSpecular, surfaceTranslucent)
-ZN_FRAGMENT_UPDATE(updateDST, surfaceDiffuse, surfaceSpecular, surfaceTranslucent)
-#undef ZN_FRAGMENT_UPDATE
+ZN_FOR_EACH_LOBE_UPDATE(ZN_DEFINE_UPDATE)
+#undef ZN_DEFINE_UPDATE
 
 void znRTFragment::updateGlass(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
                                const znRTGlassTerms& terms,

@@ -44,7 +44,7 @@ void znRTMultilayerFragment::updateLobes(const znRTRayDifferentialPacket& ray,
     updateDGST(ray, block, color, ibl, light, indirect, surface, state, throughput, mask);
 }
 
-#define ZN_FRAGMENT_UPDATE(name, ...)                                                              \
+#define ZN_DEFINE_UPDATE(name, ...)                                                                \
     void znRTMultilayerFragment::name(                                                             \
         const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,                          \
         const znRTColorPacket* surface, const znRTLightTerms& terms, znRTShadingState& state,      \
@@ -52,16 +52,8 @@ void znRTMultilayerFragment::updateLobes(const znRTRayDifferentialPacket& ray,
     {                                                                                              \
         updateLobes<__VA_ARGS__>(ray, block, surface, terms, state, throughput, mask);             \
     }
-ZN_FRAGMENT_UPDATE(updateD, surfaceDiffuse)
-ZN_FRAGMENT_UPDATE(updateG, surfaceGlossy)
-ZN_FRAGMENT_UPDATE(updateS, surfaceSpecular)
-ZN_FRAGMENT_UPDATE(updateDG, surfaceDiffuse, surfaceGlossy)
-ZN_FRAGMENT_UPDATE(updateDS, surfaceDiffuse, surfaceSpecular)
-ZN_FRAGMENT_UPDATE(updateDGS, surfaceDiffuse, surfaceGlossy, surfaceSpecular)
-ZN_FRAGMENT_UPDATE(updateDGT, surfaceDiffuse, surfaceGlossy, surfaceTranslucent)
-ZN_FRAGMENT_UPDATE(updateDGST, surfaceDiffuse, surfaceGlossy, surfaceSpecular, surfaceTranslucent)
-ZN_FRAGMENT_UPDATE(updateDST, surfaceDiffuse, surfaceSpecular, surfaceTranslucent)
-#undef ZN_FRAGMENT_UPDATE
+ZN_FOR_EACH_LOBE_UPDATE(ZN_DEFINE_UPDATE)
+#undef ZN_DEFINE_UPDATE
 
 void znRTMultilayerFragment::updateDGST(
     const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
@@ -131,9 +123,7 @@ void znRTMultilayerFragment::updateDiffuseColor(const znRTMaterial* material,
     clearTerms(mask);
     setLayer(ZN_PASS_INCANDESCENCE, color, mask);
     setLayer(ZN_PASS_DIFFUSE_COLOR, color, mask);
-    znRTThroughput opaque;
-    opaque.material = material;
-    writeSurface(ray, block, color, alpha, opaque, mask);
+    finishReady(material, ray, block, color, alpha, mask);
 }
 
 void znRTMultilayerFragment::updateBackgroundColor(const znRTMaterial* material,
@@ -145,6 +135,15 @@ void znRTMultilayerFragment::updateBackgroundColor(const znRTMaterial* material,
 {
     clearTerms(mask);
     setLayer(ZN_PASS_BACKGROUND_COLOR, color, mask);
+    finishReady(material, ray, block, color, alpha, mask);
+}
+
+void znRTMultilayerFragment::finishReady(const znRTMaterial* material,
+                                         const znRTRayDifferentialPacket& ray,
+                                         const znRTDataBlockPacket& block,
+                                         const znRTColorPacket& color, const znFloatType<2>& alpha,
+                                         const znFloatType<2>& mask)
+{
     znRTThroughput opaque;
     opaque.material = material;
     writeSurface(ray, block, color, alpha, opaque, mask);

@@ -70,6 +70,18 @@ struct znRTThroughput
     const znRTMaterial* material = nullptr; ///< whose id colour shows; null: the block's
 };
 
+/// The update operations of surfaces with lobes, in the order of the interface: X(name, lobes).
+#define ZN_FOR_EACH_LOBE_UPDATE(X)                                                                 \
+    X(updateD, surfaceDiffuse)                                                                     \
+    X(updateG, surfaceGlossy)                                                                      \
+    X(updateS, surfaceSpecular)                                                                    \
+    X(updateDG, surfaceDiffuse, surfaceGlossy)                                                     \
+    X(updateDS, surfaceDiffuse, surfaceSpecular)                                                   \
+    X(updateDGS, surfaceDiffuse, surfaceGlossy, surfaceSpecular)                                   \
+    X(updateDGT, surfaceDiffuse, surfaceGlossy, surfaceTranslucent)                                \
+    X(updateDGST, surfaceDiffuse, surfaceGlossy, surfaceSpecular, surfaceTranslucent)              \
+    X(updateDST, surfaceDiffuse, surfaceSpecular, surfaceTranslucent)
+
 class znRTFragment : public znAlignedBase32
 {
 public:
@@ -125,21 +137,13 @@ public:
                                const znRTColorPacket& color,
                                const znRTColorPacket& transparencyColor, znRTShadingState& state,
                                const znRTThroughput& throughput, const znFloatType<2>& mask);
-#define ZN_FRAGMENT_UPDATE(name)                                                                   \
+#define ZN_DECLARE_UPDATE(name, ...)                                                               \
     virtual void name(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,            \
                       const znRTColorPacket* surface, const znRTLightTerms& terms,                 \
                       znRTShadingState& state, const znRTThroughput& throughput,                   \
                       const znFloatType<2>& mask);
-    ZN_FRAGMENT_UPDATE(updateD)
-    ZN_FRAGMENT_UPDATE(updateG)
-    ZN_FRAGMENT_UPDATE(updateS)
-    ZN_FRAGMENT_UPDATE(updateDG)
-    ZN_FRAGMENT_UPDATE(updateDS)
-    ZN_FRAGMENT_UPDATE(updateDGS)
-    ZN_FRAGMENT_UPDATE(updateDGT)
-    ZN_FRAGMENT_UPDATE(updateDGST)
-    ZN_FRAGMENT_UPDATE(updateDST)
-#undef ZN_FRAGMENT_UPDATE
+    ZN_FOR_EACH_LOBE_UPDATE(ZN_DECLARE_UPDATE)
+#undef ZN_DECLARE_UPDATE
     /// Glass, whose light is traced; the clear form and the rough one.
     virtual void updateGlass(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
                              const znRTGlassTerms& terms, const znRTColorPacket& transparencyColor,

@@ -54,21 +54,13 @@ public:
                        const znRTColorPacket& color, const znRTColorPacket& transparencyColor,
                        znRTShadingState& state, const znRTThroughput& throughput,
                        const znFloatType<2>& mask) override;
-#define ZN_FRAGMENT_UPDATE(name)                                                                   \
+#define ZN_DECLARE_UPDATE(name, ...)                                                               \
     void name(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,                    \
               const znRTColorPacket* surface, const znRTLightTerms& terms,                         \
               znRTShadingState& state, const znRTThroughput& throughput,                           \
               const znFloatType<2>& mask) override;
-    ZN_FRAGMENT_UPDATE(updateD)
-    ZN_FRAGMENT_UPDATE(updateG)
-    ZN_FRAGMENT_UPDATE(updateS)
-    ZN_FRAGMENT_UPDATE(updateDG)
-    ZN_FRAGMENT_UPDATE(updateDS)
-    ZN_FRAGMENT_UPDATE(updateDGS)
-    ZN_FRAGMENT_UPDATE(updateDGT)
-    ZN_FRAGMENT_UPDATE(updateDGST)
-    ZN_FRAGMENT_UPDATE(updateDST)
-#undef ZN_FRAGMENT_UPDATE
+    ZN_FOR_EACH_LOBE_UPDATE(ZN_DECLARE_UPDATE)
+#undef ZN_DECLARE_UPDATE
     /// Traced light goes to the specular layers.
     void updateGlass(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
                      const znRTGlassTerms& terms, const znRTColorPacket& transparencyColor,
@@ -171,6 +163,10 @@ private:
                        const znRTColorPacket& color, const znFloatType<2>& opacity,
                        const znRTColorPacket& transparencyColor, znRTShadingState& state,
                        const znRTThroughput& throughput, const znFloatType<2>& mask);
+    /// The end of updates by a ready colour, which is in its layers.
+    void finishReady(const znRTMaterial* material, const znRTRayDifferentialPacket& ray,
+                     const znRTDataBlockPacket& block, const znRTColorPacket& color,
+                     const znFloatType<2>& alpha, const znFloatType<2>& mask);
     /// The end where something is seen behind the surface.
     void finishOver(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& block,
                     znRTColorPacket color, const znFloatType<2>& opacity,
