@@ -11,9 +11,9 @@
 
 template <class I>
 void integrateLayers(znRTMultilayerFragment& fragment, const znRTCamera& camera,
-                     znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data)
+                     znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data, u32 sampleOffset)
 {
-    I().integrate(fragment, &camera, ray, data, 0);
+    I().integrate(fragment, &camera, ray, data, sampleOffset);
 }
 
 /// @tparam I  integrator over the fragment with layers

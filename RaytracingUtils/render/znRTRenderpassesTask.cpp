@@ -40,40 +40,52 @@ void showFlares(const znRTRayPacket& ray, znRTMultilayerFragment& fragment)
 } // namespace
 
 template <class Take>
-void znRTLayerTileLoop::traceLayers(const znRTRenderTile& tile, const u8* pixelMask, Take&& take)
+void znRTLayerTileLoop::traceLayers(const znRTRenderTile& tile, u32 step, const u8* pixelMask,
+                                    Take&& take)
 {
     znRTPacketBlock block;
     znRTMultilayerFragment empty, fragment;
     beginFragment(empty);
     const bool hasFlares = showsLensFlares();
-    forEachBlock(tile, znBlockSize, [&](const znRTPixelRectangle& r) {
-        const int count =
-            int(camera->trace_eye_rays(r.x0, r.x1, r.y0, r.y1, block.rays, block.hits, block.tMin,
-                                       block.tMax, block.laneMasks, 0, 1, 1.0f, pixelMask));
-        for (int i = 0; i < count; ++i) {
-            znRTRayDifferentialPacket& ray = block.rays.rays[i];
-            const znRTHitInfoPacket& hit = block.hits.hits[i];
-            if (hit.hitMask == 0) {
-                if (hasFlares)
-                    showFlares(ray, empty);
-                take(znRTLayerPacket{empty, ray, hit, block.laneMasks[i]});
-                continue;
-            }
-            beginFragment(fragment);
-            znRTDataBlockPacket data(hit);
-            integrateLayers(fragment, *camera, ray, data);
-            take(znRTLayerPacket{fragment, ray, hit, block.laneMasks[i]});
+    const auto integratePacket = [&](int i, u32 sampleOffset) {
+        znRTRayDifferentialPacket& ray = block.rays.rays[i];
+        const znRTHitInfoPacket& hit = block.hits.hits[i];
+        if (hit.hitMask == 0) {
+            if (hasFlares)
+                showFlares(ray, empty);
+            take(znRTLayerPacket{empty, ray, hit, block.laneMasks[i]});
+            return;
         }
+        beginFragment(fragment);
+        znRTDataBlockPacket data(hit);
+        integrateLayers(fragment, *camera, ray, data, sampleOffset);
+        take(znRTLayerPacket{fragment, ray, hit, block.laneMasks[i]});
+    };
+    forEachBlock(tile, znBlockSize * step, [&](const znRTPixelRectangle& r) {
+        u32 sampleOffset = 0;
+        for (u32 dy = 0; dy < step; ++dy)
+            for (u32 dx = 0; dx < step; ++dx) {
+                const int count = int(camera->trace_eye_rays(
+                    r.x0 + dx, r.x1, r.y0 + dy, r.y1, block.rays, block.hits, block.tMin,
+                    block.tMax, block.laneMasks, 0, 1, 1.0f, pixelMask));
+                for (int i = 0; i < count; ++i)
+                    integratePacket(i, sampleOffset);
+                sampleOffset += count > 0;
+            }
     });
 }
 
 void znRTRenderpassesTileLoop::traceTile(const znRTRenderTile& tile)
 {
-    traceLayers(tile, nullptr, [this](const znRTLayerPacket& packet) { layerStore.store(packet); });
+    traceLayers(tile, 1, nullptr,
+                [this](const znRTLayerPacket& packet) { layerStore.store(packet); });
 }
 
 void znRTHQRenderpassesTileLoop::traceTile(const znRTRenderTile& tile)
 {
-    traceLayers(tile, activePixels,
+    // The lens steps over the pixels between its samples whatever is rendered, so that a single
+    // call per block would leave most of them out.
+    const u32 step = u32(std::max(znRTRaytracingSettings::s_stillFrameSupersampling, 1));
+    traceLayers(tile, step, activePixels,
                 [this](const znRTLayerPacket& packet) { layerStore.accumulate(packet); });
 }

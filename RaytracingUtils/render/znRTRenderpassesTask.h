@@ -9,9 +9,10 @@
 
 /// Integrates one packet that hit something into a fragment that holds the background.
 using znRTIntegrateLayers = void (*)(znRTMultilayerFragment& fragment, const znRTCamera& camera,
-                                     znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data);
+                                     znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                     u32 sampleOffset);
 
-/// What both loops share: one sample per pixel, whatever the settings say.
+/// What both loops share: one sample per pixel and frame, whatever the settings say.
 class znRTLayerTileLoop : public znRTRenderTask
 {
 public:
@@ -23,10 +24,11 @@ public:
 
 protected:
     /// Traces and integrates a tile block by block.
+    /// @param step       pixels between those that one call of the lens visits, over four
     /// @param pixelMask  pixels to trace, or null for all
     /// @param take       called with each packet
     template <class Take>
-    void traceLayers(const znRTRenderTile& tile, const u8* pixelMask, Take&& take);
+    void traceLayers(const znRTRenderTile& tile, u32 step, const u8* pixelMask, Take&& take);
 
     znRTLayerStore layerStore;
 
@@ -57,7 +59,7 @@ private:
 /// Integrates with I; one definition per integrator, see render/createTask.h.
 template <class I>
 void integrateLayers(znRTMultilayerFragment& fragment, const znRTCamera& camera,
-                     znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data);
+                     znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data, u32 sampleOffset);
 
 template <class F, class I>
 class znRTRenderpassesTileTraceTask final : public znRTRenderpassesTileLoop

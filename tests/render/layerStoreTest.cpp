@@ -315,6 +315,21 @@ TEST_F(LayerStore, AddsLightAndCountsWithTheBox)
     }
 }
 
+TEST_F(LayerStore, ClampsLightAloneInStillFrames)
+{
+    for (znRTColorPacket& layer : fragment.layers)
+        layer = znRTColorPacket(znFloatType<2>(-1.0f, 2.0f, 50.0f, 1000.0f));
+    fragment.colour = fragment.layers[0];
+    bindStill();
+    layers.accumulate(packet());
+    for (u32 i = 0; i < u32(znRenderPassCount); ++i) {
+        if (isCryptomattePass(i) || i == ZN_PASS_DEPTH)
+            continue;
+        EXPECT_EQ(at(i, 4, 3).g, i < 30 ? 0.0f : -1.0f) << znRenderPassNames[i];
+        EXPECT_EQ(at(i, 6, 3).g, i < 30 ? 10.0f : 50.0f) << znRenderPassNames[i];
+    }
+}
+
 TEST_F(LayerStore, LeavesFinishedPixelsAlone)
 {
     for (znRTColorPacket& layer : fragment.layers)

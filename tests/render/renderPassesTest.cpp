@@ -34,6 +34,7 @@ protected:
     void TearDown() override
     {
         znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.0f, 0.0f, 0.0f, 0.0f);
+        Settings::s_stillFrameSupersampling = 1;
         RenderTest::TearDown();
     }
     osg::NodePtr addNamed(const osg::GeometryPtr& core, const std::string& name,
@@ -335,6 +336,9 @@ TEST_F(RenderPasses, CollectIdsOfObjectsAndMaterialsWithTheFilter)
         EXPECT_NEAR(object.g, 1.0f, 1e-5f);
         EXPECT_EQ(std::bit_cast<u32>(material.r), paint);
         EXPECT_NEAR(material.g, 1.0f, 1e-5f);
+        const ZN_RGBA32F behind = matte.getLayer(60, 24, 0), plaster = matte.getLayer(60, 24, 3);
+        EXPECT_EQ(std::bit_cast<u32>(behind.r), znRTCryptomatte::hash("/wall/node"));
+        EXPECT_EQ(std::bit_cast<u32>(plaster.r), znRTCryptomatte::hash("plaster"));
         // At a silhouette both objects take their shares, which make up the whole.
         u32 edges = 0;
         forEachPixel([&](u32 x, u32 y) {
@@ -347,6 +351,47 @@ TEST_F(RenderPasses, CollectIdsOfObjectsAndMaterialsWithTheFilter)
         EXPECT_NE(matte.getManifest(znRTCryptomatte::objects).find("/ball/node"),
                   std::string::npos);
         EXPECT_NE(matte.getManifest(znRTCryptomatte::materials).find("plaster"), std::string::npos);
+    }
+}
+
+// The alpha of an object before nothing is its share of the pixel, under the same filter.
+TEST_F(RenderPasses, GiveMattesTheCoverageThatTheBeautyShows)
+{
+    addNamed(makeSphere(48, 96), "ball", "red paint", 0, 0, 0);
+    for (const int filter : {1, 3}) {
+        camera->setFilterType(filter);
+        camera->setFilterSizeX(filter == 1 ? 1.0f : 4.0f);
+        camera->setFilterSizeY(filter == 1 ? 1.0f : 4.0f);
+        resizeAll(64, 48);
+        renderStill(4);
+        matte.sort();
+        const u32 id = znRTCryptomatte::hash("/ball/node");
+        u32 partly = 0;
+        forEachPixel([&](u32 x, u32 y) {
+            const ZN_RGBA32F ranks = matte.getLayer(int(x), int(y), 0);
+            const float coverage = std::bit_cast<u32>(ranks.r) == id   ? ranks.g
+                                   : std::bit_cast<u32>(ranks.b) == id ? ranks.a
+                                                                       : 0.0f;
+            const std::size_t p = std::size_t(y) * 64 + x;
+            ASSERT_NEAR(coverage, view.frame[p].a / view.filterWeights[p], 1e-4f) << x << ", " << y;
+            partly += coverage > 0.1f && coverage < 0.9f;
+        });
+        EXPECT_GT(partly, 20u);
+    }
+}
+
+// The lens skips pixels between the samples of a supersampled frame: its calls must be repeated
+// until all are covered.
+TEST_F(RenderPasses, CoverEveryPixelOfASupersampledFrame)
+{
+    for (const int s : {1, 2, 3}) {
+        Settings::s_stillFrameSupersampling = s;
+        resizeAll(50, 37);
+        if (!sphere)
+            makeScene();
+        renderStill(1);
+        for (const float weight : view.filterWeights)
+            ASSERT_EQ(weight, 1.0f) << s;
     }
 }
 
