@@ -100,6 +100,17 @@ private:
     znRTHitInfoPacket& hit;
 };
 
+/// Brings near what a child reference points to: of a leaf, the three lines of memory that its
+/// positions fill; of a node, itself and the two that follow it down the left side.
+inline void prefetchChild(const float* leafPositions, u64 reference)
+{
+    const u64 leaf = reinterpret_cast<u64>(leafPositions) + 9 * sizeof(float) * (reference >> 32);
+    const char* const place = reinterpret_cast<const char*>(reference & 1 ? leaf : reference);
+    _mm_prefetch(place, _MM_HINT_T0);
+    _mm_prefetch(place + 64, _MM_HINT_T0);
+    _mm_prefetch(place + 128, _MM_HINT_T0);
+}
+
 /// Plain triangles from positions in leaf order.
 template <int Sides, bool Shadow>
 class znRTTriangleLeafTest : private znRTTriangleTest<Sides, Shadow>
@@ -116,15 +127,7 @@ public:
 
     using Test::getT;
 
-    /// Brings near what a child reference points to: of a leaf, which spans up to four lines of
-    /// memory, the beginning and the end; of a node, itself and what lies behind its left child.
-    void prefetch(u64 reference) const
-    {
-        const u64 leaf = reinterpret_cast<u64>(positions + 9 * (reference >> 32));
-        const char* const place = reinterpret_cast<const char*>(reference & 1 ? leaf : reference);
-        _mm_prefetch(place, _MM_HINT_T0);
-        _mm_prefetch(place + 128, _MM_HINT_T0);
-    }
+    void prefetch(u64 reference) const { prefetchChild(positions, reference); }
 
     void test(u64 reference, int mask)
     {

@@ -110,15 +110,7 @@ private:
     void start(unsigned group);
     bool isUniform(const Members& m, int mask, int* nearPlanes) const;
     void walk(unsigned group, int mask);
-    /// Brings near what a child reference points to: of a leaf, its positions.
-    void prefetch(u64 reference) const
-    {
-        const float* const leafData = tree.leafPositions.data + 9 * (reference >> 32);
-        const void* const p = znRTBVHNodeLayout::isLeaf(reference)
-                                  ? leafData
-                                  : reinterpret_cast<const void*>(reference);
-        _mm_prefetch(static_cast<const char*>(p), _MM_HINT_T0);
-    }
+    void prefetch(u64 reference) const { prefetchChild(tree.leafPositions.data, reference); }
     NodePlanes getPlanes(const znRTBVHNodeLayout& node) const;
     BoxPlanes getPlanes(const znRTBVHNodeLayout& node, int side) const;
     int testMembers(const Members& m, const NodePlanes& planes, int mask, int& right,
