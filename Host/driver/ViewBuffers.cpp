@@ -7,8 +7,8 @@ namespace {
 
 constexpr u64 frameBytes = sizeof(ZN_RGBA32F);
 constexpr u64 stillBytes = sizeof(float) * 2 + sizeof(u8);
-/// Lists of a pixel in the id mattes: most pixels show one or two objects.
-constexpr u64 matteBytes = 160;
+/// A pixel of the id mattes: three objects and materials in place; more take memory of their own.
+constexpr u64 matteBytes = 64;
 
 /// Those that have a buffer; the id mattes share a store of their own.
 bool hasBuffer(u64 passes, u32 pass)
