@@ -19,6 +19,7 @@ void znRTStillFrameTileLoop::traceTile(const znRTRenderTile& tile)
     znRTPacketBlock block;
     const u32 s = u32(std::max(znRTRaytracingSettings::s_stillFrameSupersampling, 1));
     forEachBlock(tile, znBlockSize * s, [&](const znRTPixelRectangle& r) {
+        fetchPixels(r);
         // The lens steps by four times s, so s x s calls cover the block between them.
         u32 sampleOffset = 0;
         for (u32 dy = 0; dy < s; ++dy)
@@ -34,7 +35,50 @@ void znRTStillFrameTileLoop::traceTile(const znRTRenderTile& tile)
     });
 }
 
+void znRTStillFrameTileLoop::fetchPixels(const znRTPixelRectangle& r) const
+{
+    constexpr u32 pixelsPerLine = 64 / sizeof(ZN_RGBA32F), weightsPerLine = 64 / sizeof(float);
+    const u64 stride = camera->rowStride;
+    for (u32 y = r.y0; y < r.y1; ++y) {
+        const char* const pixels = reinterpret_cast<const char*>(target + y * stride);
+        const char* const weights = reinterpret_cast<const char*>(filterWeights + y * stride);
+        for (u32 x = r.x0; x < r.x1; x += pixelsPerLine)
+            _mm_prefetch(pixels + x * sizeof(ZN_RGBA32F), _MM_HINT_T0);
+        for (u32 x = r.x0; x < r.x1; x += weightsPerLine)
+            _mm_prefetch(weights + x * sizeof(float), _MM_HINT_T0);
+    }
+}
+
 void znRTStillFrameTileLoop::accumulate(const znRTPacketBlock& block, int count)
+{
+    if (camera->pixelFilterSet.isBox())
+        addToPixels(block, count);
+    else
+        splat(block, count);
+}
+
+void znRTStillFrameTileLoop::addToPixels(const znRTPacketBlock& block, int count)
+{
+    // In locals: stores of floats could change members as far as the compiler knows.
+    ZN_RGBA32F* const frame = target;
+    float* const weights = filterWeights;
+    const u8* const active = activePixels;
+    const u64 stride = camera->rowStride;
+    forEachLane(block, count, [=](u32 x, u32 y, const ZN_RGBA32F& colour) {
+        const u64 i = y * stride + x;
+        if (active[i] == 0)
+            return;
+        weights[i] += 1.0f;
+        const __m128 sample = _mm_load_ps(&colour.r);
+        // Most pictures stand before nothing, whose pixels need not be written back then.
+        if (_mm_movemask_ps(_mm_cmpneq_ps(sample, _mm_setzero_ps())) == 0)
+            return;
+        float* const pixel = &frame[i].r;
+        _mm_store_ps(pixel, _mm_add_ps(_mm_load_ps(pixel), sample));
+    });
+}
+
+void znRTStillFrameTileLoop::splat(const znRTPacketBlock& block, int count)
 {
     using Settings = znRTRaytracingSettings;
     const znRTSplatTarget splatTarget{target,
@@ -46,18 +90,8 @@ void znRTStillFrameTileLoop::accumulate(const znRTPacketBlock& block, int count)
                                       Settings::s_imageBottomBound,
                                       Settings::s_imageTopBound};
     const znPixelfilterSampleSet& filter = camera->pixelFilterSet;
-    const u64 stride = splatTarget.stride;
     forEachLane(block, count, [&](u32 x, u32 y, const ZN_RGBA32F& colour) {
-        const u64 i = y * stride + x;
-        if (activePixels[i] == 0)
-            return;
-        const __m128 sample = _mm_load_ps(&colour.r);
-        if (filter.isBox()) {
-            float* const pixel = &target[i].r;
-            filterWeights[i] += 1.0f;
-            _mm_store_ps(pixel, _mm_add_ps(_mm_load_ps(pixel), sample));
-        } else {
-            splatSample(splatTarget, filter, x, y, sample);
-        }
+        if (activePixels[y * u64(splatTarget.stride) + x] != 0)
+            splatSample(splatTarget, filter, x, y, _mm_load_ps(&colour.r));
     });
 }
