@@ -126,6 +126,8 @@ void FrameDriver::prepare(const FrameSettings& settings, const osg::CameraPtr& c
     const auto& region = settings.region;
     instance->setRaytracingRenderRegion({region[0], region[1], region[2], region[3]});
     instance->setImageSamples(settings.samples);
+    if (settings.renderer >= 0)
+        instance->setRenderer(settings.renderer);
     instance->setAdaptiveAAThresholdQuality(settings.adaptiveQuality);
     instance->setInteractiveImageSamples(interactiveSamples(settings.samples));
     const u64 passes = settings.passes & ~u64(1); // the beauty is always there

@@ -32,10 +32,13 @@ struct FrameSettings
     /// Left, bottom, right, top of what is rendered, 0..1; the rest stays black.
     std::array<float, 4> region{0.0f, 0.0f, 1.0f, 1.0f};
     u32 renderMode = 1; ///< integrator: 0 beauty, 1 normals
-    u64 passes = 0;     ///< layers to render beside the picture, one bit per pass (znRenderPass)
-    u32 shownPass = 0;  ///< layer that the picture shows instead of the beauty; not with passes
-    int threads = 0;    ///< 0 = all that the process may use
-    u32 tileSize = 32;  ///< pixels
+    /// Variant of the beauty: 0 itself, 4 luminance, 5 objects and triangles, 6 illuminance; -1 as
+    /// the scene's settings say.
+    int renderer = -1;
+    u64 passes = 0;    ///< layers to render beside the picture, one bit per pass (znRenderPass)
+    u32 shownPass = 0; ///< layer that the picture shows instead of the beauty; not with passes
+    int threads = 0;   ///< 0 = all that the process may use
+    u32 tileSize = 32; ///< pixels
 };
 
 struct FrameReport

@@ -16,8 +16,12 @@ const std::vector<std::pair<std::string, Verb>> verbs = {{"render", Verb::render
                                                          {"convert", Verb::convert},
                                                          {"debug-pixel", Verb::debugPixel}};
 
-const std::vector<std::string> integrators = {"beauty",   "normal",   "discontinuity", "occlusion",
-                                              "indirect", "analysis", "illuminance"};
+/// Places in the list are render modes; behind them come variants of the beauty.
+const std::vector<std::string> integrators = {"beauty",      "normal",    "discontinuity",
+                                              "occlusion",   "indirect",  "analysis",
+                                              "illuminance", "luminance", "debug"};
+constexpr std::size_t firstVariant = 7;
+constexpr int luminanceRenderer = 4; ///< the first variant's
 constexpr u32 beautyMode = 0;
 
 const std::vector<std::string> filters = {"box",      "triangle", "gaussian",
@@ -248,8 +252,11 @@ void takePasses(const Words& words, Options& options)
                                                  : PassOptions::Layout::multipart;
     passes.allRgba = words.exrChannels == "rgba";
     options.halfFloat = words.exrFloat == "data";
-    options.renderMode =
-        u32(findName(words.integrator.value_or("normal"), integrators, "--integrator"));
+    const std::size_t shown =
+        findName(words.integrator.value_or("normal"), integrators, "--integrator");
+    options.renderMode = shown < firstVariant ? u32(shown) : beautyMode;
+    if (shown >= firstVariant)
+        options.renderer = luminanceRenderer + int(shown - firstVariant);
     if (!words.passes && !words.shownPass)
         return;
     if (words.integrator && options.renderMode != beautyMode)

@@ -68,6 +68,7 @@ struct Options
     double timeLimit = 0.0; ///< seconds, 0 = none
     bool still = true;
     u32 renderMode = 1; ///< integrator, a znRenderMode
+    int renderer = -1;  ///< variant of the beauty, see FrameSettings
     std::string filterName = "gaussian";
     double filterWidth = 2.0; ///< pixels, full width
 

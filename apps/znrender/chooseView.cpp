@@ -67,6 +67,7 @@ FrameSettings frameSettings(const Options& options)
     settings.threads = options.threads;
     settings.tileSize = options.tileSize;
     settings.renderMode = options.renderMode;
+    settings.renderer = options.renderer;
     settings.passes = options.passes.written;
     settings.shownPass = options.passes.shown;
     return settings;

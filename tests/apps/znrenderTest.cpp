@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <set>
 #include <sstream>
 
 using support::ProgramResult;
@@ -425,6 +426,22 @@ TEST(ZnRender, PutsRaysUnderTheRayThatSentThem)
     }
     EXPECT_EQ(cameraRays, 1) << result.out;
     EXPECT_GE(shadowRays, 4) << result.out;
+}
+
+// Displays that need no light show the same scene in their own ways.
+TEST(ZnRender, ShowsWhatTheIntegratorIsNamedAfter)
+{
+    const TemporaryFolder folder;
+    std::set<std::string> pictures;
+    for (const char* name : {"normal", "discontinuity", "occlusion", "debug"}) {
+        const std::string picture = folder.path(std::string(name) + ".png");
+        const ProgramResult result =
+            znrender({studio, "-o", picture, "-r", "64x36", "-s", "1", "--integrator", name, "-q"});
+        ASSERT_EQ(result.exitCode, 0) << result.error;
+        std::ifstream file(picture, std::ios::binary);
+        pictures.emplace(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    }
+    EXPECT_EQ(pictures.size(), 4u);
 }
 
 TEST(ZnRender, StopsWhenTheTimeIsUp)
