@@ -1,6 +1,6 @@
-#include "render/znRTFragment.h"
-
+#include "render/znRTMultilayerFragment.h"
 #include "support/lanes.h"
+#include "support/virtualSlot.h"
 
 #include <limits>
 
@@ -130,4 +130,41 @@ TEST(Fragment, ClampsBetweenZeroAndTheLimit)
     expectColor(f, 0.0f, 0.5f, 2.0f, 4.0f, 0.0f);
     f.clampRGBA(znFloatType<2>(1.0f));
     expectColor(f, 0.0f, 0.5f, 1.0f, 1.0f, 0.0f);
+}
+
+TEST(Fragment, KeepsTheOrderOfItsOperations)
+{
+    using F = znRTFragment;
+    using M = znRTMultilayerFragment;
+    using Lanes = const znFloatType<2>&;
+    const std::ptrdiff_t slots[] = {
+        virtualSlot(&F::clear),
+        virtualSlot(&F::invertAlpha),
+        virtualSlot(&F::reserved),
+        virtualSlot(static_cast<void (F::*)(const F&, Lanes, Lanes)>(&F::blendFragment)),
+        virtualSlot(static_cast<void (F::*)(const F&, Lanes)>(&F::blendFragment)),
+        virtualSlot(&F::updateDiffuseColor),
+        virtualSlot(&F::updateBackgroundColor),
+        virtualSlot(&F::updateVectorPasses),
+        virtualSlot(&F::updateFragmentColor),
+        virtualSlot(&F::updateToColor),
+        virtualSlot(&F::updateD),
+        virtualSlot(&F::updateG),
+        virtualSlot(&F::updateS),
+        virtualSlot(&F::updateDG),
+        virtualSlot(&F::updateDS),
+        virtualSlot(&F::updateDGS),
+        virtualSlot(&F::updateDGT),
+        virtualSlot(&F::updateDGST),
+        virtualSlot(&F::updateDST),
+        virtualSlot(&F::updateGlass),
+        virtualSlot(&F::updateFrostedGlass),
+        virtualSlot(&F::maskInvalidRGBA),
+        virtualSlot(static_cast<void (M::*)(const M&, Lanes, Lanes)>(&M::blendFragment)),
+        virtualSlot(static_cast<void (M::*)(const M&, Lanes)>(&M::blendFragment)),
+        virtualSlot(&M::setDiffuseAlpha),
+        virtualSlot(&M::setAlpha),
+        virtualSlot(&M::mixColorWithLayer)};
+    for (std::ptrdiff_t i = 0; i < std::ssize(slots); ++i)
+        EXPECT_EQ(slots[i], i);
 }
