@@ -146,6 +146,22 @@ void scale(Source& source, u32 width, u32 height)
     source.height = height;
 }
 
+/// The pixel in the middle of what an output pixel covers, for values that have no mean.
+void pickMiddle(Source& source, u32 width, u32 height)
+{
+    if (width == source.width && height == source.height)
+        return;
+    PixelBuffer picked(new ZN_RGBA32F[u64(width) * height]);
+    forEachRow(height, [&](u32 y) {
+        const u64 row = u64((y + 0.5) * source.height / height) * source.width;
+        for (u32 x = 0; x < width; ++x)
+            picked[u64(y) * width + x] = source.pixels[row + u64((x + 0.5) * source.width / width)];
+    });
+    takeOver(source, std::move(picked));
+    source.width = width;
+    source.height = height;
+}
+
 Source prepareSource(const znRaytracerP& view, const znRTCopyRequest& request)
 {
     Source source;
@@ -154,8 +170,12 @@ Source prepareSource(const znRaytracerP& view, const znRTCopyRequest& request)
     source.height = view.m_renderHeight;
     const bool isWeighted = isStillFrame() && request.pass <= znFirstDataPass;
     source.filterWeights = isWeighted ? view.m_filterWeights : nullptr;
-    if (!request.source)
+    if (!request.source) {
+        // Id mattes are looked up pixel by pixel, at the place in the frame.
+        source.width = request.imageWidth;
+        source.height = request.imageHeight;
         return source;
+    }
     const bool isLight = request.pass < znFirstDataPass;
     if (isLight && request.denoised &&
         znRTRaytracingSettings::s_denoiseFilter >= denoiseStillFrames)
@@ -164,6 +184,8 @@ Source prepareSource(const znRaytracerP& view, const znRTCopyRequest& request)
         postProcess(source, view);
     if (request.pass <= znFirstDataPass)
         scale(source, request.imageWidth, request.imageHeight);
+    else
+        pickMiddle(source, request.imageWidth, request.imageHeight);
     return source;
 }
 

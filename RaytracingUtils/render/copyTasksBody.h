@@ -78,8 +78,10 @@ void znRTRenderpassesCopyTask<S, P>::operator()(const znRTCopyRange& range) cons
     const u32 pass = this->pass;
     forEachCopiedPixel(*this, range, [this, pass](P& out, u64 index, int x, int y) {
         if (pass >= znFirstCryptomattePass && pass <= znLastCryptomattePass) {
+            const float scale = this->pipeline.pixelScale;
+            const int xm = int((float(x) + 0.5f) * scale), ym = int((float(y) + 0.5f) * scale);
             const ZN_RGBA32F layer =
-                cryptomatte ? cryptomatte->getLayer(x, y, int(pass - znFirstCryptomattePass))
+                cryptomatte ? cryptomatte->getLayer(xm, ym, int(pass - znFirstCryptomattePass))
                             : ZN_RGBA32F{0, 0, 0, 0};
             store(out, _mm_load_ps(&layer.r));
             return;

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -526,4 +527,27 @@ TEST_F(RenderPasses, ComeAsRegionsInEveryFormat)
                     ->getRenderpassesFrame(&view.record, u64(1) << 50, 0, 0, 0, 8, 8,
                                            ZN_FORMAT_RGBA, true, 16, 0)
                     .empty());
+}
+
+// Values that have no mean are picked from the middle of what an output pixel covers.
+TEST_F(RenderPasses, PickTheMiddleWhereTheOutputIsSmaller)
+{
+    resizeAll(60, 40);
+    makeScene();
+    renderStill(1);
+    view.record.m_renderScale = 2.0f;
+    const u64 mask = u64(1) << ZN_PASS_POSITION | u64(1) << ZN_PASS_CRYPTO_OBJECT_00;
+    const std::vector<void*> images =
+        instance->getRenderpassesSubFrame(&view.record, mask, ZN_FORMAT_RGBA32F, true, 0);
+    view.record.m_renderScale = 1.0f;
+    ASSERT_EQ(images.size(), 2u);
+    const auto* const mattes = static_cast<const ZN_RGBA32F*>(images[0]);
+    const auto* const places = static_cast<const ZN_RGBA32F*>(images[1]);
+    for (u32 y = 0; y < 20; ++y)
+        for (u32 x = 0; x < 30; ++x) {
+            ASSERT_EQ(contrast(places[y * 30 + x], at(ZN_PASS_POSITION, 2 * x + 1, 2 * y + 1)),
+                      0.0f);
+            const ZN_RGBA32F expected = matte.getLayer(int(2 * x + 1), int(2 * y + 1), 0);
+            ASSERT_EQ(std::memcmp(&mattes[y * 30 + x], &expected, sizeof expected), 0);
+        }
 }
