@@ -29,7 +29,8 @@ int sampleIndexOf(const znRTCamera& camera, u32 sampleOffset)
     int frame = int(camera.iteration >> 2);
     if (s >= 2)
         frame *= s * s;
-    return int(sampleOffset) + Settings::s_raytracingSampleOffset + frame;
+    const int baseDimension = int(sampleOffset) + Settings::s_raytracingSampleOffset + frame;
+    return baseDimension;
 }
 
 znRTShadingState primaryState(const znRTCamera& camera, const znRTRayPacket& ray, u32 sampleOffset)

@@ -240,7 +240,7 @@ TEST_F(OcclusionDisplay, DarkensInFrontOfAWallByItsFormFactor)
     scene.build();
     const float xs[4] = {0.05f, 0.5f, 1.0f, 3.0f};
     double sums[4] = {0, 0, 0, 0};
-    constexpr int samples = 200;
+    constexpr int samples = 400;
     for (int sample = 0; sample < samples; ++sample) {
         znRTRayDifferentialPacket ray = downward({xs[0], xs[1], xs[2], xs[3]}, 0.1f);
         ray.pixelX = znIntType<2>(0, 1, 2, 3);

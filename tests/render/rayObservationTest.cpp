@@ -85,7 +85,7 @@ TEST_F(RayObservation, TellsTheRaysThatIntegratorsSend)
     scene.build();
     const Recorder recorder(2, 5);
     integrate<znRTAORenderingIntegrator>(downwardPixels({-0.5f, 0.25f, 0.5f, 4.0f}, 0.0f, 0.1f));
-    ASSERT_EQ(recorder.rays.size(), 16u);
+    ASSERT_EQ(recorder.rays.size(), 8u);
     bool isAnyBlocked = false;
     for (const znRTObservedRay& seen : recorder.rays) {
         EXPECT_EQ(seen.query, znRTObservedRay::shadow);

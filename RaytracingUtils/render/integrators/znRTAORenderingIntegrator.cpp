@@ -16,7 +16,7 @@ namespace {
 /// Rays over each hit; still frames add up many samples.
 int raysPerHit()
 {
-    return znRTRaytracingSettings::isStillFrame() ? 4 : 16;
+    return znRTRaytracingSettings::isStillFrame() ? 4 : 8;
 }
 
 /// Reach of occlusion. Without a range of its own a scene darkens what is near in relation to its
