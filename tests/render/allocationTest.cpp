@@ -1,6 +1,7 @@
 // No allocation while a tile is traced. The program's own malloc counts what one thread asks for
 // between two marks; everything in the process ends there, operator new included.
 
+#include "host/znRTCryptomatte.h"
 #include "host/znRenderPasses.h"
 #include "render/znRTIntegratorTable.h"
 #include "renderFixture.h"
@@ -116,6 +117,25 @@ TEST_F(TileAllocations, AreNoneInOtherDisplays)
     Settings::s_renderer = 5;
     EXPECT_EQ(countInTiles(false, 1, true), 0u);
     Settings::s_renderer = 0;
+}
+
+TEST_F(TileAllocations, AreNoneWithLayersAndMattes)
+{
+    add(makeSphere(16, 32));
+    constexpr std::size_t pixels = 64 * 48;
+    std::vector<ZN_RGBA32F> layers(znRenderPassCount * pixels);
+    znRTCryptomatte matte(64, 48);
+    for (u32 i = 1; i < u32(znRenderPassCount); ++i)
+        if (!isCryptomattePass(i))
+            view.record.m_passBuffers[i] = &layers[i * pixels];
+    view.record.m_cryptomatte = &matte;
+    view.record.m_renderPassesEnabled = 1;
+    EXPECT_EQ(countInTiles(false, 1, false), 0u);
+    EXPECT_EQ(countInTiles(true, 1, false), 0u);
+    camera->setFilterType(3);
+    camera->setFilterSizeX(4.0f);
+    camera->setFilterSizeY(4.0f);
+    EXPECT_EQ(countInTiles(true, 1, false), 0u);
 }
 
 TEST_F(TileAllocations, WouldBeSeen)
