@@ -2,6 +2,7 @@
 
 #include "camera/znRTCamera.h"
 #include "core/rayTypes.h"
+#include "core/surfaceOffset.h"
 #include "core/znRTShadingState.h"
 #include "gi/randomDecisions.h"
 #include "material/znRTMaterial.h"
@@ -17,19 +18,12 @@ constexpr float leastTransmittance = 0.0005f;
 /// Ray interval without a camera.
 constexpr float farWithoutCamera = 1e6f;
 
-/// Largest component by size.
-znFloatType<2> largestCoordinate(const znRTVector3fPacket& p)
-{
-    return maximum(absolute(p.x), maximum(absolute(p.y), absolute(p.z)));
-}
-
-/// Moves the rays behind their hits. Origins leave the surface by a part of the coordinates'
-/// rounding error, against the normal, which faces the viewer: so tMin can be 0.
+/// Moves the rays behind their hits, off the surface against the normal, which faces the viewer.
 void moveBehind(znRTRayDifferentialPacket& ray, const znRTVector3fPacket& position,
                 const znRTVector3fPacket& normal, const znFloatType<2>& t,
                 const znFloatType<2>& lanes)
 {
-    const znFloatType<2> offset = maximum(largestCoordinate(position), t) * 1e-6f;
+    const znFloatType<2> offset = surfaceOffset(position, t);
     ray.origin.setMasked(position - normal * offset, lanes);
     if (!ray.hasDifferentials)
         return;
