@@ -551,3 +551,29 @@ TEST_F(RenderPasses, PickTheMiddleWhereTheOutputIsSmaller)
             ASSERT_EQ(std::memcmp(&mattes[y * 30 + x], &expected, sizeof expected), 0);
         }
 }
+
+// Tiles share no pixel but under a wide filter, so who traces them does not show.
+TEST_F(RenderPasses, AreTheSameForEveryNumberOfTasks)
+{
+    resizeAll(97, 65);
+    makeScene();
+    std::vector<ZN_RGBA32F> reference[znRenderPassCount];
+    for (const bool isStillFrame : {false, true})
+        for (const u32 tasks : {1u, 2u, 5u}) {
+            begin(isStillFrame);
+            if (isStillFrame)
+                accumulate(4, tasks);
+            else
+                ASSERT_FALSE(trace(tasks));
+            for (u32 i = 1; i < u32(znRenderPassCount); ++i) {
+                if (isCryptomattePass(i))
+                    continue;
+                if (tasks == 1)
+                    reference[i] = layers[i];
+                ASSERT_EQ(std::memcmp(reference[i].data(), layers[i].data(),
+                                      layers[i].size() * sizeof(ZN_RGBA32F)),
+                          0)
+                    << znRenderPassNames[i] << ", tasks " << tasks;
+            }
+        }
+}
