@@ -36,7 +36,7 @@ public:
         double value = 0.0;
         const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
         if (error != std::errc() || end != word.data() + word.size() || !std::isfinite(value))
-            file.fail("\"" + std::string(whole.substr(0, 40)) +
+            file.fail(std::string(1, '"') + std::string(whole.substr(0, 40)) +
                       "\" is no number, in the place of " + what);
         return value;
     }
