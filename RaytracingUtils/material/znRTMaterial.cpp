@@ -10,6 +10,9 @@ int znRTMaterial::s_renderer = 0;
 unsigned znRTMaterial::s_maxReflectionDepth = 100;
 float znRTMaterial::s_photonRadius = 0.0f;
 bool znRTMaterial::s_enableOcclusionPass = false;
+const znRTInfiniteAreaLight* znRTMaterial::s_environmentLight = nullptr;
+znFloatType<2> znRTMaterial::s_minWeightThreshold(0.0005f);
+znFloatType<2> znRTMaterial::s_weightThresholdScale(1.0f);
 
 znRTMaterial::znRTMaterial(const znRTTypeId& typeId, const osg::MaterialPtr& material)
     : znRTNode(typeId), hostMaterial(material), materialId(material ? material->getId() : 0)
@@ -62,13 +65,6 @@ void znRTMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPack
                          znRTShadingState& state) const
 {
     shade(ray, data, static_cast<znRTFragment&>(fragment), mask, state);
-}
-
-void znRTMaterial::shadeAnalytic(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-                                 znRTFragment& fragment, const znFloatType<2>& mask,
-                                 znRTShadingState& state) const
-{
-    shade(ray, data, fragment, mask, state);
 }
 
 znRTColorPacket znRTMaterial::getTransparency(const znRTRayDifferentialPacket&,

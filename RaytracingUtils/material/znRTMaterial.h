@@ -19,9 +19,11 @@
 #include "host/znAligned.h"
 #include "host/znRTMaterialState.h"
 #include "host/znRTNode.h"
+#include "material/analyticShading.h"
 
 class znRTDataBlockPacket;
 class znRTFragment;
+class znRTInfiniteAreaLight;
 class znRTMultilayerFragment;
 class znRTRayDifferentialPacket;
 class znRTRayPacket;
@@ -69,8 +71,8 @@ public:
     virtual void evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                                   znRTSurfaceProperties& surface, const znFloatType<2>& mask,
                                   znRTShadingState& state, int group, EvaluationType type) const;
-    /// Shading of previews, from the plain colours of the host material. The form with layers
-    /// forwards to the other one here, as shade does.
+    /// Shading of previews, from the plain colours of the host material; materials without such
+    /// shade as always. The form with layers forwards to the other one here, as shade does.
     virtual void shadeAnalytic(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                                znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
                                znRTShadingState& state) const;
@@ -96,7 +98,7 @@ public:
                                                   znRTDataBlockPacket& data,
                                                   const znFloatType<2>& mask,
                                                   znRTShadingState& state) const;
-    virtual bool isTransparent() const { return false; }
+    virtual bool isTransparent() const;
     virtual bool needsConsistentVertexTangents() const { return needsConsistentTangents; }
     virtual const znRTMaterial* getFirstNonTransparentMaterial(const znRTRayDifferentialPacket& ray,
                                                                znRTDataBlockPacket& data,
@@ -105,7 +107,8 @@ public:
     virtual znRTColorPacket evaluateEmission(const znRTRayDifferentialPacket& ray,
                                              znRTDataBlockPacket& data,
                                              const znFloatType<2>& mask) const;
-    virtual bool isLightSource() const { return false; }
+    /// Whether the surface emits enough to be a light.
+    virtual bool isLightSource() const;
 
     /// Replaces the normals of hits near edges that are to look rounded: facedNormal of the block
     /// becomes the new unit normal, in the stored orientation.
@@ -123,7 +126,17 @@ public:
 
     bool isRayLight() const { return materialState.rayLight; }
     bool isPhotonTarget() const { return photonTarget; }
-    bool hasTransparencyTexture() const { return false; }
+    bool hasTransparencyTexture() const;
+    /// a, or b in lanes of baked colours (block's bakedColor) of a material that uses them.
+    znRTColorPacket useBaking(const znRTColorPacket& a, const znRTColorPacket& b,
+                              const znRTDataBlockPacket& data) const;
+    /// Reflections and refractions in a row that rays of the material may take.
+    int getTraceDepth() const { return stamp.traceDepth; }
+    /// Samples of indirect light and of the environment per point; 0 is none.
+    int getIndirectQuality() const { return stamp.indirect; }
+    int getEnvironmentQuality() const { return stamp.environment; }
+    /// The lobe of what goes straight on.
+    const znRTPassThroughBTDF& getPassThroughLobe() const { return analytic.passThrough; }
     const znRTCommonAttributes* getCommonMaterialAttributes() const { return commonAttributes; }
     const znRTMaterialState& getState() const { return materialState; }
 
@@ -141,16 +154,40 @@ public:
     static unsigned s_maxReflectionDepth;
     static float s_photonRadius;
     static bool s_enableOcclusionPass;
+    static const znRTInfiniteAreaLight* s_environmentLight; ///< null without an environment
+    /// Luminance of a weight below which a path ends: the first times the second.
+    static znFloatType<2> s_minWeightThreshold, s_weightThresholdScale;
 
 protected:
     znRTMaterial(const znRTTypeId& typeId, const osg::MaterialPtr& material);
 
+    /// Takes over what all records share, and derives from the settings of the frame which light
+    /// counts.
+    /// @return true when lobes and colours have to be read again
+    bool setRaytracingCommonSettings(znRTCommonAttributes& attributes);
+    /// The environment that lights the surface.
+    void updateEnvironmentLight();
+
+    /// What the lobes depend on of the settings, as selected for the quality of the frame.
+    struct SettingsStamp
+    {
+        int traceDepth = -1, indirect = -1, environment = -1, illumination = -1;
+        bool operator==(const SettingsStamp&) const = default;
+    };
+
     osg::MaterialPtr hostMaterial;
-    u32 materialId = 0; ///< container id, 0 for the fallback material
-    const znRTCommonAttributes* commonAttributes = nullptr;
+    u32 materialId = 0;                               ///< container id, 0 for the fallback material
+    znRTCommonAttributes* commonAttributes = nullptr; ///< record of the host; null without
+    znRTAnalyticShading analytic;
+    const znRTInfiniteAreaLight* environmentLight = nullptr;
     float materialIDColor[4] = {0.0f, 0.0f, 0.0f, 1.0f};
     znRTMaterialState materialState;
     bool needsConsistentTangents = false;
     bool photonTarget = false;
     float version = 1.0f;
+    SettingsStamp stamp;
+
+private:
+    SettingsStamp selectSettings(const znRTCommonAttributes& attributes);
+    void deriveQuality(const SettingsStamp& selected, bool environmentIsOverridden);
 };

@@ -1,0 +1,146 @@
+// What all materials take over from their records, and which light counts at the quality of the
+// frame.
+
+#include "core/znRTDataBlockPacket.h"
+#include "host/osg/materials/UberMaterial.h"
+#include "host/znRTRaytracingSettings.h"
+#include "light/znRTLight.h"
+#include "material/znRTMaterial.h"
+
+#include "brdf/znRTBxDFAttributes.h"
+#include "render/znRTRenderUtils.h"
+
+#include <algorithm>
+
+namespace {
+
+using Settings = znRTRaytracingSettings;
+
+constexpr float leastPower = 1e-6f; ///< photometric, of surfaces that are lights
+
+/// One value for the frame: the material's own where it may override, else the settings'.
+/// @param isVetoed  materials may not override
+int selectValue(bool overrides, bool isVetoed, int interactive, int still, int otherwise)
+{
+    if (!overrides || isVetoed)
+        return otherwise;
+    return Settings::isStillFrame() ? still : interactive;
+}
+
+znRTColor opaque(const znRTVector3f& rgb)
+{
+    return {rgb.x, rgb.y, rgb.z, 1.0f};
+}
+
+bool overridesEnvironment(const znRTCommonAttributes& attributes)
+{
+    return attributes.overrideEnvironment && !Settings::s_ignoreOverrideIBLQuality;
+}
+
+} // namespace
+
+void znRTAnalyticShading::set(const znRTCommonAttributes& attributes)
+{
+    diffuse = opaque(attributes.analyticDiffuse);
+    specular = opaque(attributes.analyticSpecular);
+    emission = opaque(attributes.analyticEmission);
+    shininess = attributes.analyticShininess;
+    transparency = attributes.analyticTransparency;
+    znRTBRDFAttributes record;
+    record.setExponents(shininess, shininess);
+    blend.setup(record, 1);
+}
+
+bool znRTMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attributes)
+{
+    commonAttributes = &attributes;
+    analytic.set(attributes);
+    for (int i = 0; i < 4; ++i)
+        materialIDColor[i] = attributes.materialIDColor[i];
+    materialState.sideness = attributes.sideness;
+    materialState.materialFlagA = attributes.flagA;
+    photonTarget = attributes.photonTarget;
+
+    const int lighting = attributes.lightingMode;
+    materialState.usesEnvironmentMap = lighting >= 0 && lighting < 4;
+    materialState.usesIndirectTerm = lighting == 0 || lighting == 1;
+    materialState.usesDirectLights = lighting == 0 || lighting == 2 || lighting == 4;
+
+    const SettingsStamp selected = selectSettings(attributes);
+    deriveQuality(selected, overridesEnvironment(attributes));
+    updateEnvironmentLight();
+    if (selected == stamp && !attributes.settingsDirty)
+        return false;
+    stamp = selected;
+    attributes.settingsDirty = false;
+    return true;
+}
+
+znRTMaterial::SettingsStamp znRTMaterial::selectSettings(const znRTCommonAttributes& a)
+{
+    int indirectInteractive, indirectStill, environmentInteractive, environmentStill;
+    znRTRenderUtils::getReflectionQualitySettings(indirectInteractive, indirectStill);
+    znRTRenderUtils::getEnvironmentQualitySettings(environmentInteractive, environmentStill);
+    const bool isStill = Settings::isStillFrame();
+    SettingsStamp selected;
+    selected.traceDepth =
+        selectValue(a.overrideTraceDepth, Settings::s_ignoreOverrideTraceDepth,
+                    a.traceDepthInteractive, a.traceDepthStill, int(s_maxReflectionDepth));
+    selected.illumination =
+        selectValue(a.overrideIllumination, Settings::s_ignoreOverrideIlluminationMode,
+                    a.illuminationInteractive, a.illuminationStill, Settings::illuminationMode());
+    selected.indirect = selectValue(a.overrideIndirect, Settings::s_ignoreOverrideReflectionQuality,
+                                    a.indirectInteractive, a.indirectStill,
+                                    isStill ? indirectStill : indirectInteractive);
+    selected.environment = selectValue(a.overrideEnvironment, Settings::s_ignoreOverrideIBLQuality,
+                                       a.environmentInteractive, a.environmentStill,
+                                       isStill ? environmentStill : environmentInteractive);
+    return selected;
+}
+
+void znRTMaterial::deriveQuality(const SettingsStamp& selected, bool environmentIsOverridden)
+{
+    const int illumination = selected.illumination;
+    znRTMaterialState& state = materialState;
+    state.sampleEnvironment = illumination > 1 && selected.environment != 0;
+    state.traceIndirect = selected.indirect != 0 && illumination > 2;
+    state.traceEnvironmentShadows = illumination == 1 && selected.environment != 0;
+    if (state.traceEnvironmentShadows)
+        state.sampleEnvironment = false;
+    state.useBaking = illumination < 1;
+    state.fullLighting = illumination > 1;
+    state.environmentQualityOverride = environmentIsOverridden;
+}
+
+void znRTMaterial::updateEnvironmentLight()
+{
+    // A material's own environment takes the scene's place once environments are lights.
+    environmentLight = s_environmentLight;
+}
+
+bool znRTMaterial::isTransparent() const
+{
+    return commonAttributes && (commonAttributes->transparent || commonAttributes->cutoutActive);
+}
+
+bool znRTMaterial::hasTransparencyTexture() const
+{
+    return commonAttributes && commonAttributes->transparencyActive;
+}
+
+bool znRTMaterial::isLightSource() const
+{
+    if (!commonAttributes || !commonAttributes->incandescenceActive)
+        return false;
+    const znRTCommonAttributes& a = *commonAttributes;
+    const znRTColor light = znRTLight::calculateLightSpectrum(
+        a.incandescenceSpectrum, a.incandescenceIntensity, a.incandescenceUnitA,
+        a.incandescenceUnitB, a.incandescenceUnitC);
+    return luminance(znRTColorPacket(light))[0] > leastPower;
+}
+
+znRTColorPacket znRTMaterial::useBaking(const znRTColorPacket& a, const znRTColorPacket& b,
+                                        const znRTDataBlockPacket& data) const
+{
+    return materialState.useBaking ? select(data.bakedColor.a, b, a) : a;
+}

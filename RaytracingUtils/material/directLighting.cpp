@@ -1,0 +1,207 @@
+#include "material/directLighting.h"
+
+#include "core/surfaceOffset.h"
+#include "core/znRTDataBlockPacket.h"
+#include "core/znRTRayPacket.h"
+#include "gi/randomDecisions.h"
+#include "host/znDistribution1D.h"
+#include "host/znRTRaytracingSettings.h"
+#include "light/znRTUAreaLight.h"
+#include "material/lightSample.h"
+#include "render/znRTRenderUtils.h"
+
+#include <algorithm>
+
+namespace {
+
+/// Below this number of lights all are evaluated.
+constexpr u64 fewLights = 5;
+/// Draws per point at least, when lights are drawn.
+constexpr int leastDraws = 4;
+
+/// Lanes of mask that a light reaches whose reach is limited to some objects.
+znFloatType<2> localLanes(const znRTLight& light, const znRTDataBlockPacket& data,
+                          const znFloatType<2>& mask)
+{
+    if (!light.getLocalLighting())
+        return mask;
+    if (!data.hasLocalLights)
+        return znFloatType<2>::noLanes();
+    int lanes = 0;
+    for (int lane = 0; lane < 4; ++lane) {
+        const znDynArray<const znRTLight*>* const list = data.localLights[lane];
+        if (!list)
+            continue;
+        const znRTLight* const* const end = list->data + list->size;
+        if (std::find(static_cast<const znRTLight* const*>(list->data), end, &light) != end)
+            lanes |= 1 << lane;
+    }
+    return mask & expandLanes(lanes);
+}
+
+class Estimate
+{
+public:
+    Estimate(const znRTRayDifferentialPacket& newRay, const znRTDataBlockPacket& newData,
+             const znRTDifferentialGeometry& newDg, const znRTLobeSet& newLobes,
+             const znRTVector3fPacket& newWo, const znFloatType<2>& newMask,
+             const znRTShadingState& newState)
+        : ray(newRay), data(newData), dg(newDg), lobes(newLobes), wo(newWo), mask(newMask),
+          state(newState), visibility(znRTLight::shadowVisibility(newRay)), diffuse(0.0f),
+          glossy(0.0f)
+    {
+    }
+
+    void addAll(const znDynArray<znRTLight*>& lights)
+    {
+        for (const znRTLight* light : lights) {
+            const znFloatType<2> lanes = litLanes(*light, mask);
+            if (anyLane(lanes))
+                addWhole(*light, lanes);
+        }
+    }
+
+    /// Draws lights in proportion to their power. All lanes walk through the table together, so one
+    /// pass serves the packet.
+    void addDrawn(const znDynArray<znRTLight*>& lights, const znDistribution1D& distribution)
+    {
+        const int count = int(lights.size);
+        const int draws = std::max(znRTRenderUtils::s_maxLightEvaluations, leastDraws);
+        const int laneMask = moveMask(mask);
+        for (int k = 0; k < draws; ++k) {
+            const znFloatType<2> choice =
+                drawPair(state, RandomDecision::lightChoice, draws, k, laneMask).x;
+            const znRTVector2fPacket place =
+                drawPair(state, RandomDecision::lightPoint, draws, k, laneMask);
+            LightEvalSample sample;
+            znFloatType<2> open = mask;
+            for (int i = firstCell(distribution, choice, laneMask, count);
+                 i <= count && anyLane(open); ++i) {
+                const znFloatType<2> caught =
+                    open & (choice <= znFloatType<2>(distribution.cdf[i]));
+                if (!anyLane(caught))
+                    continue;
+                // A light that cannot light the lane loses it the draw: no other takes its place.
+                open = andNot(caught, open);
+                const float probability = distribution.cdf[i] - distribution.cdf[i - 1];
+                const znRTLight& light = *lights.data[i - 1];
+                const znFloatType<2> lanes = litLanes(light, caught);
+                if (probability > 0.0f && anyLane(lanes))
+                    sample.take(light, dg, place, 1.0f / (probability * float(draws)), lanes);
+            }
+            add(sample);
+        }
+    }
+
+    const znRTRayDifferentialPacket& ray;
+    const znRTDataBlockPacket& data;
+    const znRTDifferentialGeometry& dg;
+    const znRTLobeSet& lobes;
+    const znRTVector3fPacket& wo;
+    const znFloatType<2> mask;
+    const znRTShadingState& state;
+    const znIntType<2> visibility;
+    znRTColorPacket diffuse, glossy;
+
+private:
+    /// Lanes that a light takes part in at all.
+    znFloatType<2> litLanes(const znRTLight& light, const znFloatType<2>& lanes) const
+    {
+        if (!light.isOn() || light.getDirectWithPhotons())
+            return znFloatType<2>::noLanes();
+        const znFloatType<2> local = localLanes(light, data, lanes);
+        return anyLane(local) ? light.cullLight(dg.position, dg.shadingNormal, local) : local;
+    }
+
+    /// The first cell worth testing in any lane.
+    static int firstCell(const znDistribution1D& distribution, const znFloatType<2>& choice,
+                         int laneMask, int count)
+    {
+        constexpr float cells = float(znDistribution1D::startTableSize - 1);
+        int first = count;
+        for (int lane = 0; lane < 4; ++lane)
+            if (laneMask >> lane & 1)
+                first = std::min(first, distribution.startTable[int(choice[lane] * cells)]);
+        return std::max(first, 1);
+    }
+
+    /// All samples that a light asks for.
+    void addWhole(const znRTLight& light, const znFloatType<2>& lanes)
+    {
+        const auto* const area = dynamic_cast<const znRTUAreaLight*>(&light);
+        const int samples = area ? int(area->getNumSamples()) : 1;
+        for (int i = 0; i < samples; ++i) {
+            LightEvalSample sample;
+            const znRTVector2fPacket place =
+                area ? drawPair(state, RandomDecision::lightPoint, samples, i, moveMask(lanes))
+                     : znRTVector2fPacket(0.0f, 0.0f);
+            sample.take(light, dg, place, 1.0f / float(samples), lanes);
+            add(sample);
+        }
+    }
+
+    void add(const LightEvalSample& sample)
+    {
+        if (!anyLane(sample.mask))
+            return;
+        znRTColorPacket onDiffuse(0.0f), onGlossy(0.0f);
+        for (const znRTLobeSet::Entry& entry : lobes) {
+            const znFloatType<2> lanes = sample.mask & entry.mask;
+            if (entry.lobe->isDelta() || !anyLane(lanes))
+                continue;
+            const bool isGlossy = entry.lobe->isSelected(lobeType::glossy);
+            znRTColorPacket& sum = isGlossy ? onGlossy : onDiffuse;
+            sum +=
+                (reflected(entry, sample.wi) * (isGlossy ? sample.glossy : sample.diffuse)) & lanes;
+        }
+        const znFloatType<2> lit =
+            maximum(onDiffuse.getMax(), onGlossy.getMax()) > znFloatType<2>(0.0f);
+        if (!anyLane(lit))
+            return;
+        const znRTColorPacket passed = znRTLight::getShadowFactor(
+            ray, shadowOrigin(sample.wi), sample.wi, 0.0f, sample.distance, visibility, lit,
+            sample.shadowIntensity, state);
+        diffuse += (onDiffuse * passed) & lit;
+        glossy += (onGlossy * passed) & lit;
+    }
+
+    /// Value of a lobe times the cosine at the surface.
+    znRTColorPacket reflected(const znRTLobeSet::Entry& entry, const znRTVector3fPacket& wi) const
+    {
+        const znRTVector3fPacket local = entry.onb->toLocal(wi);
+        znFloatType<2> pdf;
+        return entry.lobe->evaluate(entry.onb->toLocal(wo), local, dg, pdf) *
+               maximum(local.z, 0.0f);
+    }
+
+    /// Off the surface on the side that the light is on: a light below the real surface, seen by an
+    /// interpolated normal, meets the body of the object.
+    znRTVector3fPacket shadowOrigin(const znRTVector3fPacket& wi) const
+    {
+        const znFloatType<2> offset = surfaceOffset(dg.position, data.hit.t);
+        const znFloatType<2> isBelow = dot(wi, dg.geometricNormal) < znFloatType<2>(0.0f);
+        return dg.position + dg.geometricNormal * select(isBelow, -offset, offset);
+    }
+};
+
+} // namespace
+
+void evaluateDirectLighting(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
+                            const znRTDifferentialGeometry& dg, const znRTLobeSet& lobes,
+                            const znRTVector3fPacket& wo, const znFloatType<2>& mask,
+                            const znRTMaterial&, const znRTShadingState& state,
+                            znRTColorPacket& diffuse, znRTColorPacket& glossy)
+{
+    Estimate estimate(ray, data, dg, lobes, wo, mask, state);
+    const znDynArray<znRTLight*>& lights = znRTRenderUtils::getLights();
+    const znDistribution1D* const distribution = znRTRenderUtils::getLightDistribution();
+    const bool drawsLights =
+        znRTRaytracingSettings::s_lightOptimizationMode != 0 || state.counterC >= 1;
+    const bool isTabulated = distribution && u64(distribution->count) == lights.size;
+    if (lights.size < fewLights || !drawsLights || !isTabulated)
+        estimate.addAll(lights);
+    else
+        estimate.addDrawn(lights, *distribution);
+    diffuse = estimate.diffuse;
+    glossy = estimate.glossy;
+}

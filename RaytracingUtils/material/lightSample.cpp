@@ -1,0 +1,68 @@
+#include "material/lightSample.h"
+
+#include "core/surfaceOffset.h"
+#include "light/znRTUAreaLight.h"
+#include "light/znRTUDeltaLight.h"
+
+namespace {
+
+/// Where a light is, seen from the points.
+struct Sight
+{
+    znRTVector3fPacket wi;
+    znFloatType<2> distance;
+    znRTColorPacket intensity;
+    znFloatType<2> pdf;
+};
+
+Sight sightOf(const znRTUDeltaLight& light, const znRTDifferentialGeometry& dg,
+              const znFloatType<2>& lanes)
+{
+    const znRTVector3fPacket wi = light.getLightVector(dg.position);
+    return {wi, light.getDistance(dg.position), light.getIntensity(dg.position, wi, dg.uv, lanes),
+            light.getPDF(dg.position, wi, lanes)};
+}
+
+Sight sightOf(const znRTUAreaLight& light, const znRTDifferentialGeometry& dg,
+              const znRTVector2fPacket& u, const znFloatType<2>& lanes)
+{
+    znRTShapePoint point;
+    const znFloatType<2> pdf =
+        light.getPointOnLightAndPdf(dg.position, dg.shadingNormal, u, lanes, point);
+    const znRTVector3fPacket toward = point.position - dg.position;
+    const znFloatType<2> distance = toward.getLength();
+    const znRTVector3fPacket wi = toward * reciprocalOrZero(distance);
+    // The surface of the light does not shade the light.
+    return {wi, distance - surfaceOffset(point.position, distance),
+            light.getIntensity(dg.position, wi, point.position, point.uv, lanes), pdf};
+}
+
+/// Red, green and blue of a light's colour times what arrives.
+znRTColorPacket arriving(const znRTColor& color, const Sight& sight, const znFloatType<2>& factor)
+{
+    return {sight.intensity.r * factor * color.r, sight.intensity.g * factor * color.g,
+            sight.intensity.b * factor * color.b, 1.0f};
+}
+
+} // namespace
+
+void LightEvalSample::take(const znRTLight& light, const znRTDifferentialGeometry& dg,
+                           const znRTVector2fPacket& u, const znFloatType<2>& weight,
+                           const znFloatType<2>& lanes)
+{
+    Sight sight;
+    if (const auto* const delta = dynamic_cast<const znRTUDeltaLight*>(&light))
+        sight = sightOf(*delta, dg, lanes);
+    else if (const auto* const area = dynamic_cast<const znRTUAreaLight*>(&light))
+        sight = sightOf(*area, dg, u, lanes);
+    else
+        return;
+    const znFloatType<2> reached = lanes & (sight.pdf > znFloatType<2>(0.0f));
+    const znFloatType<2> factor = weight * reciprocalOrZero(sight.pdf);
+    wi.setMasked(sight.wi, reached);
+    distance = select(reached, sight.distance, distance);
+    diffuse.maskedUpdate(arriving(light.getDiffuseColor(), sight, factor), reached);
+    glossy.maskedUpdate(arriving(light.getGlossyColor(), sight, factor), reached);
+    shadowIntensity = select(reached, light.getShadowIntensity(), shadowIntensity);
+    mask |= reached;
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+// One sample of the scene's lights at four points. Lanes may hold samples of different lights, so
+// that one packet of shadow rays serves several of them.
+
+#include "core/znRTColorPacket.h"
+#include "core/znRTDifferentialGeometry.h"
+
+class znRTLight;
+
+struct LightEvalSample : znAlignedBase16
+{
+    LightEvalSample() : mask(znFloatType<2>::noLanes()) {}
+
+    /// Takes a sample of a light over in the lanes that it can light.
+    /// @param dg      points and normals, on the side that is lit
+    /// @param u       place on a light with area; not read by others
+    /// @param weight  of the sample: 1 over its probability and number
+    void take(const znRTLight& light, const znRTDifferentialGeometry& dg,
+              const znRTVector2fPacket& u, const znFloatType<2>& weight,
+              const znFloatType<2>& lanes);
+
+    znFloatType<2> mask;     ///< lanes with a sample
+    znRTVector3fPacket wi;   ///< unit, world space, toward the light
+    znFloatType<2> distance; ///< end of shadow rays
+    znRTColorPacket diffuse; ///< light over density, for diffuse lobes
+    znRTColorPacket glossy;  ///< the same for glossy lobes
+    znFloatType<2> shadowIntensity;
+};

@@ -1,0 +1,137 @@
+#include "material/shadePipeline.h"
+
+#include "core/rayTypes.h"
+#include "material/directLighting.h"
+#include "material/surroundingLight.h"
+#include "material/znRTSurfaceProperties.h"
+#include "render/znRTFragment.h"
+
+namespace {
+
+constexpr int lobeTerms = 4;
+
+using Update = void (znRTFragment::*)(const znRTRayDifferentialPacket&, znRTDataBlockPacket&,
+                                      const znRTColorPacket*, const znRTLightTerms&,
+                                      znRTShadingState&, const znRTThroughput&,
+                                      const znFloatType<2>&);
+
+/// The operation that names the terms; null for sets that no kind has.
+constexpr Update updateOf[16] = {nullptr,
+                                 &znRTFragment::updateD,
+                                 &znRTFragment::updateG,
+                                 &znRTFragment::updateDG,
+                                 &znRTFragment::updateS,
+                                 &znRTFragment::updateDS,
+                                 nullptr,
+                                 &znRTFragment::updateDGS,
+                                 nullptr,
+                                 nullptr,
+                                 nullptr,
+                                 &znRTFragment::updateDGT,
+                                 nullptr,
+                                 &znRTFragment::updateDST,
+                                 nullptr,
+                                 &znRTFragment::updateDGST};
+
+struct Light
+{
+    Light()
+    {
+        for (znRTColorPacket* term : {ibl, direct, indirect})
+            for (int lobe = 0; lobe < lobeTerms; ++lobe)
+                term[lobe] = znRTColorPacket(0.0f);
+    }
+    znRTColorPacket ibl[lobeTerms], direct[lobeTerms], indirect[lobeTerms];
+};
+
+void gather(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTHitSurface& hit,
+            Light& light)
+{
+    const znRTMaterialState& quality = material.getState();
+    if (quality.usesDirectLights)
+        evaluateDirectLighting(lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, lit.mask, material,
+                               lit.state, light.direct[surfaceDiffuse],
+                               light.direct[surfaceGlossy]);
+    const znRTColorPacket occlusion = quality.traceEnvironmentShadows
+                                          ? evaluateOcclusion(lit)
+                                          : material.getEnvironmentOcclusion(lit.data);
+    evaluateEnvironmentIllumination(lit, occlusion, light.ibl[surfaceDiffuse],
+                                    light.ibl[surfaceGlossy]);
+    evaluateEnvironmentLights(lit, light.ibl[surfaceDiffuse], light.ibl[surfaceGlossy]);
+    evaluateIndirect(lit, hit.diffuse * hit.alpha, hit.glossy * hit.alpha, hit.ambient,
+                     light.indirect[surfaceDiffuse], light.indirect[surfaceGlossy]);
+}
+
+/// What the surface emits, for the rays that see it.
+znRTColorPacket emissionOf(const znRTBRDFMaterial& material, const znRTRayPacket& ray,
+                           const znRTDataBlockPacket& data, const znRTHitSurface& hit,
+                           const znFloatType<2>& lanes)
+{
+    const znIntType<2> seeing = ray.type & znIntType<2>(int(rayType::seesEmission));
+    const znFloatType<2> sees = andNot(asFloat(seeing == znIntType<2>(0)), lanes);
+    if (!anyLane(sees))
+        return znRTColorPacket(0.0f);
+    znRTColorPacket emission = hit.emission;
+    if (material.getState().materialFlagA)
+        evaluateRayLightPhotons(data, sees, emission);
+    return emission & sees;
+}
+
+} // namespace
+
+void shadeLobes(const znRTBRDFMaterial& material, unsigned terms,
+                const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                znRTHitSurface& hit, const znRTAlphaSplit& split, znRTFragment& fragment,
+                const znFloatType<2>& mask, znRTShadingState& state)
+{
+    Light light;
+    const znRTLitHit lit{ray, data, hit.dg, hit.lobes, hit.wo, split.shaded, material, state};
+    gather(lit, material, hit, light);
+
+    znRTColorPacket surface[surfaceTermCount];
+    surface[surfaceDiffuse] = hit.diffuse;
+    surface[surfaceGlossy] = hit.glossy;
+    surface[surfaceSpecular] = hit.specular;
+    surface[surfaceTranslucent] = hit.translucent;
+    surface[surfaceEmission] = emissionOf(material, ray, data, hit, split.shaded);
+    surface[surfaceTransparency] = hit.transparency;
+
+    znRTThroughput throughput;
+    throughput.blend = split.shaded;
+    throughput.surfaceAlpha = split.surfaceAlpha;
+    throughput.hitLanes = split.passing;
+    throughput.shadingNormal = &hit.dg.shadingNormal;
+    throughput.material = &material;
+    if (const Update update = updateOf[terms & 15])
+        (fragment.*update)(ray, data, surface, {light.ibl, light.direct, light.indirect}, state,
+                           throughput, mask);
+}
+
+void showBehind(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                const znRTHitSurface& hit, znRTFragment& fragment, const znFloatType<2>& mask,
+                znRTShadingState& state)
+{
+    znRTThroughput throughput;
+    throughput.blend = znFloatType<2>::noLanes();
+    throughput.surfaceAlpha = 0.0f;
+    throughput.hitLanes = mask;
+    fragment.updateToColor(ray, data, znRTColorPacket(0.0f), hit.transparency, state, throughput,
+                           mask);
+}
+
+void enterLobes(const znRTHitSurface& hit, const znRTBRDF& passThrough,
+                znRTSurfaceProperties& surface, const znFloatType<2>& mask, int group)
+{
+    const auto isWanted = [group](const znRTBRDF& lobe) {
+        return group < 0 || znRTSurfaceProperties::getGroup(lobe.getTypeFlags()) == group;
+    };
+    for (const znRTLobeSet::Entry& entry : hit.lobes)
+        if (isWanted(*entry.lobe))
+            surface.addComponent(*entry.lobe, entry.color, *entry.onb, entry.mask, hit.alpha);
+    const znFloatType<2> passing = mask & (hit.alpha < znFloatType<2>(1.0f));
+    if (anyLane(passing) && isWanted(passThrough)) {
+        znRTColorPacket color = hit.transparency;
+        color.a = 1.0f;
+        surface.addComponent(passThrough, color, hit.onb, passing);
+    }
+}

@@ -1,0 +1,109 @@
+#pragma once
+
+// From a material's colours and lobes to the light of a hit: one sequence for all kinds. A kind
+// supplies, as members that are never virtual,
+//
+//   static constexpr unsigned terms;                       what it shows, bits of znRTShadeTerm
+//   void fetchParameters(ray, data, mask, Hit&) const;     colours, opacity: all textures
+//   void buildFrame(Hit&) const;                           onb from normal and tangent
+//   void addLobes(Hit&, lanes) const;                      entries of Hit::lobes
+//
+// and three overrides of one line each, on shadeByPipeline, evaluateByPipeline and, where a texture
+// drives it, getTransparency. Both forms start from the same fetch, so that colours and lobes of a
+// shade and of the record are the same.
+
+#include "brdf/znRTLobeParameters.h"
+#include "brdf/znRTLobeSet.h"
+#include "core/znRTDataBlockPacket.h"
+#include "core/znRTRayPacket.h"
+#include "material/znRTBRDFMaterial.h"
+
+/// Illumination terms of a kind.
+enum znRTShadeTerm : unsigned {
+    shadeDiffuse = 1,
+    shadeGlossy = 2,
+    shadeSpecular = 4,
+    shadeTranslucent = 8
+};
+
+/// Four hits as the steps of the pipeline fill them in. Kinds that keep more from one step to the
+/// next derive from it.
+struct znRTHitSurface : znAlignedBase16
+{
+    znRTHitSurface(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data)
+        : dg(data.dg), wo(-ray.direction)
+    {
+        dg.parameters = nullptr;
+    }
+
+    /// Blocks of per-lane parameters, empty at first: [0] for the glossy lobe, [1] for a second.
+    znRTLobeParameters* useLanes()
+    {
+        if (!dg.parameters) {
+            lanes[0].clear();
+            lanes[1].clear();
+            dg.parameters = lanes;
+        }
+        return lanes;
+    }
+
+    znRTDifferentialGeometry dg; ///< with the normal that is shaded
+    znRTVector3fPacket wo;       ///< unit, world space, toward the viewer
+    znRTONB onb;
+
+    znRTColorPacket diffuse{0.0f}, glossy{0.0f}, specular{0.0f}, translucent{0.0f};
+    znRTColorPacket ambient{1.0f}; ///< tint of baked light
+    znRTColorPacket emission{0.0f};
+    znRTColorPacket transparency{0.0f}; ///< colour that passes; alpha: opacity
+    znFloatType<2> alpha{1.0f};         ///< opacity
+    znRTLobeSet lobes;
+
+private:
+    znRTLobeParameters lanes[2];
+};
+
+/// Steps that follow lobes and colours: light, and the fragment's update operation.
+/// @param terms  bits of znRTShadeTerm
+void shadeLobes(const znRTBRDFMaterial& material, unsigned terms,
+                const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                znRTHitSurface& hit, const znRTAlphaSplit& split, znRTFragment& fragment,
+                const znFloatType<2>& mask, znRTShadingState& state);
+/// The end of a shade that shows nothing of its surface.
+void showBehind(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                const znRTHitSurface& hit, znRTFragment& fragment, const znFloatType<2>& mask,
+                znRTShadingState& state);
+/// Enters the lobes of a hit, and a straight one where the surface lets light through.
+/// @param group  the only group to enter, or -1 for all
+void enterLobes(const znRTHitSurface& hit, const znRTBRDF& passThrough,
+                znRTSurfaceProperties& surface, const znFloatType<2>& mask, int group);
+
+template <class Class>
+void shadeByPipeline(const Class& material, const znRTRayDifferentialPacket& ray,
+                     znRTDataBlockPacket& data, znRTFragment& fragment, const znFloatType<2>& mask,
+                     znRTShadingState& state)
+{
+    typename Class::Hit hit(ray, data);
+    material.fetchParameters(ray, data, mask, hit);
+    const znRTAlphaSplit split = material.handleTransparency(ray, hit.alpha, mask, state);
+    if (!anyLane(split.shaded)) {
+        showBehind(ray, data, hit, fragment, mask, state);
+        return;
+    }
+    material.buildFrame(hit);
+    material.addLobes(hit, split.shaded);
+    shadeLobes(material, Class::terms, ray, data, hit, split, fragment, mask, state);
+}
+
+template <class Class>
+void evaluateByPipeline(const Class& material, const znRTRayDifferentialPacket& ray,
+                        const znRTDataBlockPacket& data, znRTSurfaceProperties& surface,
+                        const znFloatType<2>& mask, int group, znRTMaterial::EvaluationType type)
+{
+    if (type == znRTMaterial::emissionOnly)
+        return;
+    typename Class::Hit hit(ray, data);
+    material.fetchParameters(ray, data, mask, hit);
+    material.buildFrame(hit);
+    material.addLobes(hit, mask & (hit.alpha > znFloatType<2>(0.0f)));
+    enterLobes(hit, material.getPassThroughLobe(), surface, mask, group);
+}

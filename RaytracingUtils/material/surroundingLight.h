@@ -1,0 +1,48 @@
+#pragma once
+
+// Light that does not come from the lights of the scene: environment, other surfaces, light baked
+// into vertices, photons. Results are without the colours of the lobes and 0 outside the mask.
+//
+// Who may add what, so that nothing counts twice:
+// - the environment is sampled at each shaded point; rays that miss everything add none of it;
+// - lights that were taken out of an environment are added here, never by evaluateDirectLighting;
+// - light baked into the environment's place is not also added as indirect light.
+
+#include "brdf/znRTLobeSet.h"
+
+class znRTDataBlockPacket;
+class znRTMaterial;
+class znRTRayDifferentialPacket;
+class znRTShadingState;
+
+/// What all estimators of light at a hit need.
+struct znRTLitHit
+{
+    const znRTRayDifferentialPacket& ray;
+    const znRTDataBlockPacket& data;
+    const znRTDifferentialGeometry& dg;
+    const znRTLobeSet& lobes;
+    const znRTVector3fPacket& wo; ///< unit, world space, toward the viewer
+    znFloatType<2> mask;
+    const znRTMaterial& material;
+    znRTShadingState& state;
+};
+
+/// The environment, sampled or looked up in filtered images, and baked colours in its place.
+/// @param occlusion  what reaches the point of an environment that is looked up, 1 all
+void evaluateEnvironmentIllumination(const znRTLitHit& hit, const znRTColorPacket& occlusion,
+                                     znRTColorPacket& diffuse, znRTColorPacket& glossy);
+/// Lights that stand for the brightest parts of an environment; added to what is there.
+void evaluateEnvironmentLights(const znRTLitHit& hit, znRTColorPacket& diffuse,
+                               znRTColorPacket& glossy);
+/// Share of the environment that is not hidden, 1 open.
+znRTColorPacket evaluateOcclusion(const znRTLitHit& hit);
+/// Light from other surfaces: gathered by rays, or baked into the vertices.
+/// @param diffuseColor, glossyColor  of the lobes times the surface's opacity, to drop lanes by
+/// @param ambient                    tint of baked light
+void evaluateIndirect(const znRTLitHit& hit, const znRTColorPacket& diffuseColor,
+                      const znRTColorPacket& glossyColor, const znRTColorPacket& ambient,
+                      znRTColorPacket& diffuse, znRTColorPacket& glossy);
+/// Light that measured rays bring directly, added to an emission.
+void evaluateRayLightPhotons(const znRTDataBlockPacket& data, const znFloatType<2>& mask,
+                             znRTColorPacket& color);

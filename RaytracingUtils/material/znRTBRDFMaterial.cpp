@@ -1,0 +1,187 @@
+#include "material/znRTBRDFMaterial.h"
+
+#include "core/rayTypes.h"
+#include "core/shadingRequirements.h"
+#include "core/znRTDataBlockPacket.h"
+#include "core/znRTRayPacket.h"
+#include "core/znRTSpectralData.h"
+#include "gi/randomDecisions.h"
+#include "host/osg/Spectrum.h"
+#include "host/osg/materials/UBRDFMaterial.h"
+#include "light/znRTLight.h"
+#include "render/notAvailable.h"
+#include "render/znRTMultilayerFragment.h"
+
+#include <algorithm>
+
+namespace {
+
+/// Share of the light at the camera below which a surface is left out.
+constexpr float leastShare = 0.0005f;
+/// Opacity from which a surface lets nothing pass.
+constexpr float opaque = 0.99999f;
+/// Opacity below which nothing of a surface is left to see.
+constexpr float invisible = 0.0001f;
+
+znFloatType<2> weightOf(const znRTRayPacket& ray)
+{
+    return luminance(znRTColorPacket(ray.weight.x, ray.weight.y, ray.weight.z, 1.0f));
+}
+
+float photometricValue(const znRTColor& color)
+{
+    return luminance(znRTColorPacket(color))[0];
+}
+
+float within01(float x)
+{
+    return std::clamp(x, 0.0f, 1.0f);
+}
+
+} // namespace
+
+void znRTBRDFMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                             znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
+                             znRTShadingState& state) const
+{
+    shade(ray, data, static_cast<znRTFragment&>(fragment), mask, state);
+}
+
+znRTColor znRTBRDFMaterial::getSpectrum(const osg::Spectrum* spectrum, const znRTVector3f& color)
+{
+    if (!spectrum || !spectrum->isUsable())
+        return {color.x, color.y, color.z, 1.0f};
+    znRTColor result =
+        znRTSpectralData::Instance().getReflectedColor(znRTSpectrum(*spectrum, 1.0f));
+    result.a = 1.0f;
+    return result;
+}
+
+bool znRTBRDFMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attributes,
+                                                   bool withIncandescenceTexture)
+{
+    static znRTOnceWarning notRead(
+        "Textures of transparency, cutouts and emission are not read yet: surfaces show their "
+        "uniform values.");
+    if (attributes.transparencyActive || attributes.cutoutActive ||
+        (withIncandescenceTexture && attributes.incandescenceSampler))
+        notRead();
+
+    const znRTColor color =
+        getSpectrum(attributes.transparencyColorSpectrum, attributes.transparencyColor);
+    // A surface brings no light of its own to what passes.
+    transparencyColor = {within01(color.r), within01(color.g), within01(color.b), 1.0f};
+    opacity = std::max(0.0f, 1.0f - photometricValue(transparencyColor));
+    attributes.transparent = opacity < opaque;
+
+    const znRTColor light = znRTLight::calculateLightSpectrum(
+        attributes.incandescenceSpectrum, attributes.incandescenceIntensity,
+        attributes.incandescenceUnitA, attributes.incandescenceUnitB,
+        attributes.incandescenceUnitC);
+    incandescenceColor = attributes.incandescenceActive ? light : znRTColor();
+    return znRTMaterial::setRaytracingCommonSettings(attributes);
+}
+
+void znRTBRDFMaterial::readOcclusion(const znRTBRDFMaterialAttributes& attributes)
+{
+    const osg::Vec4f& tint = attributes.occlusionColor;
+    occlusionIntensity = attributes.occlusionIntensity;
+    occlusionColor = {tint[0], tint[1], tint[2], tint[3]};
+}
+
+void znRTBRDFMaterial::setPlainRequirements()
+{
+    using namespace shadingRequirement;
+    const bool spawns = materialState.sampleEnvironment || materialState.traceIndirect;
+    materialState.shadingRequirements = shadingFrame | (spawns ? spawnData | footprint : 0u);
+    materialState.shadowShadingRequirements = 0;
+
+    const bool readsOcclusion =
+        !materialState.sampleEnvironment && !materialState.traceEnvironmentShadows;
+    const bool readsIrradiance = !materialState.traceIndirect;
+    materialState.materialAttributes =
+        vertexAttribute::positionAndNormal |
+        (readsOcclusion || readsIrradiance ? vertexAttribute::bakedIrradiance : 0u) |
+        (materialState.useBaking ? vertexAttribute::bakedColor : 0u);
+    materialState.transparencyAttributes = 0;
+}
+
+int znRTBRDFMaterial::getVisibility() const
+{
+    // A texture may leave something, and what shines is seen.
+    const bool isHidden =
+        opacity < invisible && !hasTransparencyTexture() && incandescenceColor.isZero();
+    return isHidden ? 0 : materialState.visibility;
+}
+
+znRTColorPacket znRTBRDFMaterial::evaluateTransparencyColor(const znRTDataBlockPacket&,
+                                                            const znFloatType<2>&) const
+{
+    return {transparencyColor.r, transparencyColor.g, transparencyColor.b, opacity};
+}
+
+znRTColorPacket znRTBRDFMaterial::getTransparency(const znRTRayDifferentialPacket&,
+                                                  znRTDataBlockPacket& data,
+                                                  const znFloatType<2>& mask,
+                                                  znRTShadingState&) const
+{
+    znRTColorPacket passed = evaluateTransparencyColor(data, mask) & mask;
+    passed.a = 1.0f;
+    return passed;
+}
+
+znRTColorPacket znRTBRDFMaterial::evaluateEmissionColor(const znRTDataBlockPacket&,
+                                                        const znFloatType<2>& mask) const
+{
+    return znRTColorPacket(incandescenceColor) & mask;
+}
+
+znRTColorPacket znRTBRDFMaterial::evaluateEmission(const znRTRayDifferentialPacket&,
+                                                   znRTDataBlockPacket& data,
+                                                   const znFloatType<2>& mask) const
+{
+    return evaluateEmissionColor(data, mask);
+}
+
+znRTAlphaSplit znRTBRDFMaterial::handleTransparency(const znRTRayDifferentialPacket& ray,
+                                                    const znFloatType<2>& alpha,
+                                                    const znFloatType<2>& mask,
+                                                    const znRTShadingState& state) const
+{
+    const znFloatType<2> zero(0.0f), one(1.0f);
+    znRTAlphaSplit split{mask & (alpha > zero), mask & (alpha < one), one};
+    if (!anyLane(split.passing))
+        return split;
+    split.surfaceAlpha = select(split.passing, alpha, one);
+    const znIntType<2> flags = ray.type & znIntType<2>(int(rayType::passThrough));
+    const znFloatType<2> decides = mask & asFloat(flags == znIntType<2>(0));
+    if (!anyLane(decides))
+        return split;
+
+    if (materialState.sampleEnvironment || materialState.traceIndirect || state.counterC > 0) {
+        const znFloatType<2> u =
+            drawPair(state, RandomDecision::transparency, 1, 0, moveMask(decides)).x;
+        const znFloatType<2> passes = decides & split.passing & (alpha < u);
+        split.shaded = andNot(passes, split.shaded);
+        split.passing = select(decides, passes, split.passing);
+        split.surfaceAlpha = select(decides, andNot(passes, one), split.surfaceAlpha);
+        return split;
+    }
+    const znFloatType<2> negligible =
+        decides & split.passing & (alpha * weightOf(ray) <= znFloatType<2>(leastShare));
+    split.shaded = andNot(negligible, split.shaded);
+    split.surfaceAlpha = andNot(negligible, split.surfaceAlpha);
+    return split;
+}
+
+znRTColorPacket znRTBRDFMaterial::getEnvironmentOcclusion(const znRTDataBlockPacket& data) const
+{
+    if (materialState.sampleEnvironment)
+        return znRTColorPacket(1.0f);
+    const znFloatType<2> occlusion = data.bakedIrradiance.a * occlusionIntensity;
+    const auto channel = [&](float tint) {
+        return znFloatType<2>(1.0f) - occlusion * (1.0f - tint);
+    };
+    return {channel(occlusionColor.r), channel(occlusionColor.g), channel(occlusionColor.b),
+            occlusionColor.a};
+}

@@ -1,0 +1,85 @@
+#pragma once
+
+// Base of all materials that shade by lobes: what passes through a surface, what it emits, and the
+// common settings of both. Derived classes name their colours and lobes; shadePipeline.h makes of
+// them the light toward the viewer and the record of lobes.
+
+#include "core/znRTColor.h"
+#include "material/znRTMaterial.h"
+
+namespace osg {
+class Spectrum;
+}
+struct znRTBRDFMaterialAttributes;
+struct znRTHitSurface;
+
+/// How four lanes are divided between a surface and what is behind it.
+struct znRTAlphaSplit
+{
+    znFloatType<2> shaded;       ///< mask: lanes that show the surface
+    znFloatType<2> passing;      ///< mask: lanes that show what is behind; may overlap the former
+    znFloatType<2> surfaceAlpha; ///< share of the surface, 1 in lanes that pass nothing
+};
+
+class znRTBRDFMaterial : public znRTMaterial
+{
+public:
+    using Hit = znRTHitSurface;
+
+    using znRTMaterial::shade;
+    /// Colour and opacity of four hits are written once; the fragment tells where to.
+    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+               znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
+               znRTShadingState& state) const override;
+    /// Hidden from all rays where nothing of the surface is left.
+    int getVisibility() const override;
+    znRTColorPacket getTransparency(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                    const znFloatType<2>& mask,
+                                    znRTShadingState& state) const override;
+    znRTColorPacket evaluateEmission(const znRTRayDifferentialPacket& ray,
+                                     znRTDataBlockPacket& data,
+                                     const znFloatType<2>& mask) const override;
+    void update() override = 0;
+
+    /// Emission without a look at what kind of ray asks.
+    znRTColorPacket evaluateEmissionColor(const znRTDataBlockPacket& data,
+                                          const znFloatType<2>& mask) const;
+    /// Colour that passes through the hits; alpha is the opacity.
+    znRTColorPacket evaluateTransparencyColor(const znRTDataBlockPacket& data,
+                                              const znFloatType<2>& mask) const;
+    /// Divides the lanes by the opacity of the surface. Rays of stochastic paths decide by chance;
+    /// camera rays of locally lit scenes mix, and leave out surfaces that matter too little; rays
+    /// that continue behind a surface themselves always mix.
+    /// @param alpha  opacity per lane
+    znRTAlphaSplit handleTransparency(const znRTRayDifferentialPacket& ray,
+                                      const znFloatType<2>& alpha, const znFloatType<2>& mask,
+                                      const znRTShadingState& state) const;
+    /// Share of the environment at the hits by the occlusion in the vertices, per channel; 1 where
+    /// the environment is sampled.
+    znRTColorPacket getEnvironmentOcclusion(const znRTDataBlockPacket& data) const;
+
+    /// A colour attribute: the spectrum where there is a usable one, else the plain colour;
+    /// alpha 1.
+    static znRTColor getSpectrum(const osg::Spectrum* spectrum, const znRTVector3f& color);
+
+    const znRTColor& getTransparencyColor() const { return transparencyColor; }
+    float getOpacity() const { return opacity; }
+
+protected:
+    using znRTMaterial::znRTMaterial;
+
+    /// Reads what all materials with lobes share.
+    /// @return true when lobes and colours have to be read again
+    bool setRaytracingCommonSettings(znRTCommonAttributes& attributes,
+                                     bool withIncandescenceTexture);
+    /// How vertex occlusion darkens the environment.
+    void readOcclusion(const znRTBRDFMaterialAttributes& attributes);
+    /// Requirements of a material without textures, by the terms that it evaluates.
+    void setPlainRequirements();
+
+    znRTColor transparencyColor{0.0f, 0.0f, 0.0f, 1.0f};
+    float opacity = 1.0f;
+    znRTColor incandescenceColor{0.0f, 0.0f, 0.0f, 1.0f};
+    float occlusionIntensity = 1.0f;
+    znRTColor occlusionColor{0.0f, 0.0f, 0.0f, 1.0f};
+};
