@@ -62,6 +62,11 @@ void znRTAccelerator::clear()
     sceneLights->clear();
     headlightId = 0;
     lights.clear();
+    environmentLight = nullptr;
+    lightPowers.clear();
+    lightDistribution.clear();
+    lightDistributionWithEnv.clear();
+    lightPortalDistribution.clear();
     rayLights.clear();
     rayGeometryLights.clear();
     lensFlares.clear();

@@ -13,6 +13,7 @@
 #include "core/znRTBoundingBox.h"
 #include "core/znRTBoundingSphere.h"
 #include "host/osg/FCPtr.h"
+#include "host/znDistribution1D.h"
 #include "host/znRTSceneBase.h"
 
 #include <map>
@@ -20,7 +21,6 @@
 #include <tbb/concurrent_unordered_map.h>
 #include <vector>
 
-class znDistribution1D;
 class znRTClippingShape;
 class znRTDataBlockPacket;
 class znRTGeometryNode;
@@ -185,6 +185,17 @@ public:
     const znDynArray<znRTLight*>& getRayGeometryLights() const { return rayGeometryLights; }
     const znDynArray<znRTLensFlare*>& getLensFlares() const { return lensFlares; }
     const znDynArray<znRTLightPortalNode*>& getLightPortals() const { return lightPortals; }
+    /// The light of the environment in force; null without.
+    znRTLight* getEnvironmentLight() const { return environmentLight; }
+    /// Tabulates the powers of the lights, for the choice among them.
+    /// @param rebuildHierarchy  the set of lights or their places changed
+    void updateLightDistribution(bool rebuildHierarchy);
+    /// Over getLights, as they were at the last updateLightDistribution.
+    const znDistribution1D& getLightDistribution() const { return lightDistribution; }
+    /// The same with the environment light as the last one.
+    const znDistribution1D& getLightDistributionWithEnv() const { return lightDistributionWithEnv; }
+    /// Over getLightPortals.
+    const znDistribution1D& getLightPortalDistribution() const { return lightPortalDistribution; }
     const znDynArray<znRTClippingShape*>& getClippingShapes() const { return clippingShapes; }
     const znDynArray<znRTParticipatingMedia*>& getParticipatingMedia() const
     {
@@ -230,6 +241,9 @@ protected:
     std::unique_ptr<znRTSceneLights> sceneLights; ///< owner of the lights in the list
     u64 headlightId = 0;                          ///< node of the headlight, 0 without
     znDynArray<znRTLight*> lights, rayLights, rayGeometryLights;
+    znRTLight* environmentLight = nullptr;
+    znDynArray<float> lightPowers; ///< of lights, then of the environment light; per unit^2
+    znDistribution1D lightDistribution, lightDistributionWithEnv, lightPortalDistribution;
     znDynArray<znRTLensFlare*> lensFlares;
     znDynArray<znRTLightPortalNode*> lightPortals;
     std::map<u32, znRTClippingShape*> clippingShapesByNode;

@@ -113,8 +113,6 @@ const znDynArray<znRTParticipatingMedia*>& znRTRenderUtils::getParticipatingMedi
     return listOf(&znRTAccelerator::getParticipatingMedia);
 }
 
-// Lights have no objects yet: there is nothing to choose from.
-
 const znRTLightBVH* znRTRenderUtils::getLightHierarchy()
 {
     return nullptr;
@@ -122,22 +120,23 @@ const znRTLightBVH* znRTRenderUtils::getLightHierarchy()
 
 const znDistribution1D* znRTRenderUtils::getLightDistribution()
 {
-    return nullptr;
+    return s_currentAccelerator ? &s_currentAccelerator->getLightDistribution() : nullptr;
 }
 
 const znDistribution1D* znRTRenderUtils::getLightDistributionWithEnv()
 {
-    return nullptr;
+    return s_currentAccelerator ? &s_currentAccelerator->getLightDistributionWithEnv() : nullptr;
 }
 
 const znDistribution1D* znRTRenderUtils::getLightPortalDistribution()
 {
-    return nullptr;
+    return s_currentAccelerator ? &s_currentAccelerator->getLightPortalDistribution() : nullptr;
 }
 
 znRTLight* znRTRenderUtils::getEnvironmentLight()
 {
-    return nullptr;
+    const znRTAccelerator* const scene = s_currentAccelerator;
+    return scene ? scene->getEnvironmentLight() : nullptr;
 }
 
 const znRTBoundingBox& znRTRenderUtils::getFullBoundingBox()

@@ -276,8 +276,10 @@ void znRTRenderUtils::updateLocalLights()
         noLists();
 }
 
-void znRTRenderUtils::updateLightDistribution(bool)
+void znRTRenderUtils::updateLightDistribution(bool rebuildHierarchy)
 {
+    if (s_currentAccelerator)
+        s_currentAccelerator->updateLightDistribution(rebuildHierarchy);
     s_maxLightEvaluations = countLightEvaluations(getLights().size);
 }
 
