@@ -100,14 +100,15 @@ u32 reduceCopyFlags(u32 copyFlags, u32 singlePass)
 void ensureRenderTask(znRTRenderTask*& task, znRaytracerP& view, u32 copyFlags, u32 pixelFormat)
 {
     const znRTRenderTaskKey key = makeKey(view, copyFlags, pixelFormat);
+    const bool hasOcclusionPass = view.m_passBuffers[occlusionPass] != nullptr;
+    const znRTIntegratorChoice choice =
+        chooseIntegrator(key.renderMode, key.integratorSelector, key.singlePass, key.passesEnabled,
+                         hasOcclusionPass, key.sceneOffers);
+    // For every frame: each update of the scene sets the mirrors back to the scene's settings.
+    applySwitches(choice);
     if (!task || !task->needsSameTaskAs(key)) {
         delete task;
         task = nullptr;
-        const bool hasOcclusionPass = view.m_passBuffers[occlusionPass] != nullptr;
-        const znRTIntegratorChoice choice =
-            chooseIntegrator(key.renderMode, key.integratorSelector, key.singlePass,
-                             key.passesEnabled, hasOcclusionPass, key.sceneOffers);
-        applySwitches(choice);
         if (key.passesEnabled)
             warnOfEmptyLayers(view);
         task = choice.row->create(key);

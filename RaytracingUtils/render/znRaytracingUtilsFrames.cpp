@@ -165,7 +165,8 @@ void getInteractiveFrame(znRaytracerP& view, const znRTPixelRectangle& request, 
     const u32 factor = tileScale(view);
     view.m_copyTiles = makeRowTiles(scaled(request, factor, view), t * factor);
     traceTiles(view, view.m_copyTiles, pixelFormat, flags, request);
-    if (!view.m_traceAndCopy)
+    // Tasks that fill layers leave the copy to this stage even where others finish pixels.
+    if (!view.m_traceAndCopy || view.m_renderPassesEnabled)
         copyToOutput(view, request, pixelFormat, flags);
 }
 

@@ -148,6 +148,23 @@ TEST_F(FrameOutput, FinishesPixelsInTheTileAsTheCopyDoes)
     }
 }
 
+// Tasks with layers write the buffers of the view alone: the output must be copied from them.
+TEST_F(FrameOutput, ComesFromTheBeautyOfFramesWithLayersInEveryCase)
+{
+    begin();
+    const auto* const plain = frame<ZN_RGBA32F>(5, 3, 30, 21, ZN_FORMAT_RGBA32F);
+    const std::vector<ZN_RGBA32F> expected(plain, plain + 30 * 21);
+    view.record.m_renderPassesEnabled = 1;
+    for (const u8 traceAndCopy : {0, 1}) {
+        view.record.m_traceAndCopy = traceAndCopy;
+        begin();
+        std::fill_n(static_cast<float*>(view.record.m_frameOutput), 4 * 30 * 21, -5.0f);
+        const auto* const out = frame<ZN_RGBA32F>(5, 3, 30, 21, ZN_FORMAT_RGBA32F);
+        for (u32 i = 0; i < 30 * 21; ++i)
+            ASSERT_NEAR(out[i].g, expected[i].g, 1e-5f) << int(traceAndCopy) << ", " << i;
+    }
+}
+
 TEST_F(FrameOutput, IsNullInThePreparatoryPass)
 {
     begin(true);

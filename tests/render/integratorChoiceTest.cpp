@@ -193,6 +193,18 @@ TEST_F(TaskSelection, LeavesOutStepsThatTheSceneTurnsOff)
     instance->setApplyTonemapping(true);
 }
 
+// An update of the scene before each frame brings the scene's settings back, whatever is shown.
+TEST_F(TaskSelection, LeavesOutStepsInEveryFrameOfADisplayAid)
+{
+    using Settings = znRTRaytracingSettings;
+    view.record.m_renderMode = 1;
+    for (int frame = 0; frame < 3; ++frame) {
+        begin();
+        ASSERT_FALSE(trace());
+        EXPECT_FALSE(Settings::s_applyTonemapping || Settings::s_applyColorCorrection) << frame;
+    }
+}
+
 TEST_F(TaskSelection, ReadsTheBuffersOfEachFrame)
 {
     ensure();
