@@ -17,6 +17,7 @@
 #include <atomic>
 #include <set>
 #include <string>
+#include <tbb/enumerable_thread_specific.h>
 #include <vector>
 
 class znDistribution1D;
@@ -41,6 +42,7 @@ class znRTHitInfoPacketBundle;
 class znRTRayDifferentialPacket;
 class znRTRayPacket;
 class znRTRayPacketBundle;
+struct LightEvalSample;
 struct znRTSceneStatistics;
 struct znRTVector3f;
 struct znRTVector4f;
@@ -223,6 +225,14 @@ public:
 
     /// Scratch floats for the evaluation of the largest surface, see s_nurbsCacheSize.
     static float* getNURBSCache();
+    /// Room for samples of lights and for one weight each; contents are undefined. Both arrays hold
+    /// as many elements and only grow.
+    /// @param n         samples that must fit
+    /// @param capacity  out: samples that do fit; 0 when memory ran out
+    static void getLightEvaluationCache(int n, LightEvalSample*& samples, znFloatType<2>*& weights,
+                                        int& capacity);
+    /// Gives the memory of all threads back; none of them may be shading.
+    static void clearLightEvaluationCache();
 
     static znRTAccelerator* s_currentAccelerator;
     static znRTCamera* s_camera;
@@ -237,8 +247,11 @@ public:
     static bool s_wireframeMode;
     static bool s_pbarMode;
     static bool s_materialIconRendering;
-    static float s_minDistance, s_maxDistance;   ///< range of ambient occlusion, scene units
-    static int s_maxLightEvaluations;            ///< draws of light sampling, 1 to 16
+    static float s_minDistance, s_maxDistance; ///< range of ambient occlusion, scene units
+    static int s_maxLightEvaluations;          ///< draws of light sampling, 1 to 16
+    /// One list per thread, see getLightEvaluationCache.
+    static tbb::enumerable_thread_specific<znDynArray<LightEvalSample>> s_lightEvaluationCache;
+    static tbb::enumerable_thread_specific<znDynArray<znFloatType<2>>> s_lightWeightCache;
     static znRTParticipatingMedia* s_atmosphere; ///< set by the camera
     static znRTMaterial* s_luxMaterial;
     static int s_nurbsMode;                   ///< 0 tessellated, 1 exact

@@ -108,6 +108,7 @@ void znRTRenderUtils::Destroy()
     s_atmosphere = nullptr;
     s_backgroundColor = znRTColorPacket(0.0f, 0.0f, 0.0f, 0.0f);
     s_maxLightEvaluations = 1;
+    clearLightEvaluationCache();
     nurbsCaches().clear();
     s_nurbsCacheSize = 0;
     forgetUpdates();
