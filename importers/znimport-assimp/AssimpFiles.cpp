@@ -2,6 +2,7 @@
 
 #include "host/znLog.h"
 #include "io/InputError.h"
+#include "timeBudget.h"
 
 #include <algorithm>
 #include <assimp/IOStream.hpp>
@@ -83,6 +84,7 @@ Assimp::IOStream* AssimpFiles::Open(const char* name, const char* mode)
         io::InputFile file = open(name);
         if (std::string_view(name).ends_with(".mtl"))
             m_materialFiles.insert(name);
+        addTimeFor(file.getSize());
         return new Stream(std::move(file));
     } catch (const io::InputError& error) {
         if (!isGuess(name, m_sceneName) && m_refused.insert(error.what()).second)

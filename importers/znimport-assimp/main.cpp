@@ -15,6 +15,7 @@
 #include "io/sceneArchive.h"
 #include "mtlPlacement.h"
 #include "sandbox.h"
+#include "timeBudget.h"
 
 #include <algorithm>
 #include <array>
@@ -159,6 +160,7 @@ void import(const Options& options)
             writeToOutput((door + "\n").data(), door.size() + 1);
         return;
     }
+    limitTime(options.limits);
     checkFile(options);
     Assimp::Importer importer;
     keepFormats(importer);

@@ -4,6 +4,7 @@
 #include "io/InputError.h"
 #include "io/imageReader.h"
 #include "io/sceneImage.h"
+#include "timeBudget.h"
 
 #include <algorithm>
 #include <assimp/material.h>
@@ -118,6 +119,7 @@ osg::Ref<osg::Image> MaterialBuilder::loadImage(const std::string& name)
         return io::sceneImageOf(io::readImage(bytes, name, m_folder.getLimits()), name);
     }
     io::InputFile file = m_folder.open(name, io::SceneFolder::Naming::path);
+    addTimeFor(file.getSize());
     return io::sceneImageOf(io::readImage(file), name);
 }
 

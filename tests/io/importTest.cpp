@@ -1,5 +1,6 @@
 #include "io/importerProcess.h"
 
+#include "fbxBuilder.h"
 #include "host/osg/Geometry.h"
 #include "host/osg/UTextureSettings.h"
 #include "host/osg/materials/lobeMaterials.h"
@@ -264,6 +265,52 @@ TEST_F(Import, TakesAxesAndUnitOfFbxFromTheFile)
     expectCorner(boxWith("1", "2", "-1"), 2, -10, 3); // left-handed
     EXPECT_TRUE(log.has("not a right-handed set"));
     expectCorner(boxWith("7", "7", "0"), 2, -10, 3);
+}
+
+TEST_F(Import, ReadsBinaryFbx)
+{
+    for (const bool isDeflated : {false, true}) {
+        const Content content = contentOf(load(folder.write("a.fbx", fbx::triangle(isDeflated))));
+        EXPECT_EQ(content.triangles, 1u);
+        const float inch = 0.0254f;
+        EXPECT_NEAR(content.box.maximum[0], 2 * inch, 1e-6f);
+        EXPECT_NEAR(content.box.maximum[1], 3 * inch, 1e-6f);
+        EXPECT_NEAR(content.box.maximum[2], 10 * inch, 1e-6f);
+    }
+    EXPECT_EQ(log.all, "");
+}
+
+// Offsets, counts and packed arrays are followed by the import library; whatever it makes of them,
+// here there is a scene or one line.
+TEST_F(Import, SurvivesDamagedBinaryFbx)
+{
+    const std::string whole = fbx::triangle(true);
+    std::mt19937 random(3);
+    int refused = 0;
+    for (int round = 0; round < 60; ++round) {
+        std::string bytes = whole;
+        if (round % 3 == 0)
+            bytes.resize(random() % bytes.size());
+        else
+            for (int k = 0; k < 3; ++k)
+                bytes[27 + random() % (bytes.size() - 27)] = char(round % 3 == 1 ? random() : 255);
+        const std::string path = folder.write("damaged.fbx", bytes);
+        io::Limits limits;
+        limits.importSeconds = 4;
+        const std::string text = messageOf([&] { importScene(path, {}, limits); });
+        refused += text.rfind(path + ": ", 0) == 0;
+        EXPECT_TRUE(text == "(nothing thrown)" || text.rfind(path + ": ", 0) == 0) << text;
+        EXPECT_EQ(text.find('\n'), text.npos);
+    }
+    EXPECT_GT(refused, 20);
+}
+
+// The import library never comes back from this file of a kilobyte.
+TEST_F(Import, GivesUpOnSmallFilesThatTakeLong)
+{
+    const std::string text = refusal(ZN_SOURCE_DIR "/tests/io/endless.fbx");
+    EXPECT_NE(text.find("takes longer than 10 s to import, which is long for its size"), text.npos)
+        << text;
 }
 
 TEST_F(Import, TakesAxesAndUnitOfColladaFromTheFile)

@@ -1,6 +1,7 @@
 # The tests let system calls fail by the same hook that the doors were compiled with.
 target_compile_definitions(ioTest PRIVATE ZN_FAULT_HOOK)
-target_link_libraries(ioTest PRIVATE OpenEXR::OpenEXR PkgConfig::LCMS2)
+find_package(ZLIB REQUIRED)
+target_link_libraries(ioTest PRIVATE OpenEXR::OpenEXR PkgConfig::LCMS2 ZLIB::ZLIB)
 if(TARGET znimport-assimp)
     add_dependencies(ioTest znimport-assimp)
 endif()
