@@ -29,6 +29,18 @@ void forEachBlock(const znRTRenderTile& tile, u32 blockSize, Function&& f)
             f(znRTPixelRectangle{x, std::min(x + blockSize, x1), y, std::min(y + blockSize, y1)});
 }
 
+/// Asks for the memory of a block's pixels, so that it has come when their rays have been traced.
+/// @param image   row 0, pixel 0
+/// @param stride  pixels per row
+template <class T>
+void fetchPixels(const T* image, u64 stride, const znRTPixelRectangle& r)
+{
+    constexpr u32 perLine = u32(64 / sizeof(T));
+    for (u32 y = r.y0; y < r.y1; ++y)
+        for (u32 x = r.x0; x < r.x1; x += perLine)
+            _mm_prefetch(reinterpret_cast<const char*>(image + y * stride + x), _MM_HINT_T0);
+}
+
 /// Calls f with pixel and colour of each active lane.
 template <class Function>
 void forEachLane(const znRTPacketBlock& block, int count, Function&& f)

@@ -20,6 +20,7 @@ void znRTInteractiveTileLoop::traceSingleSample(const znRTRenderTile& tile, znRT
     ZN_RGBA32F* const frame = static_cast<ZN_RGBA32F*>(pixelTarget);
     const u64 stride = camera->rowStride;
     forEachBlock(tile, znBlockSize, [&](const znRTPixelRectangle& r) {
+        fetchPixels(frame, stride, r);
         const int count =
             camera->trace_eye_rays(r.x0, r.x1, r.y0, r.y1, block.rays, block.hits, block.tMin,
                                    block.tMax, block.laneMasks, 0, 1, 1.0f, nullptr);

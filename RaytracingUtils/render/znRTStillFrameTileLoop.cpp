@@ -19,7 +19,8 @@ void znRTStillFrameTileLoop::traceTile(const znRTRenderTile& tile)
     znRTPacketBlock block;
     const u32 s = u32(std::max(znRTRaytracingSettings::s_stillFrameSupersampling, 1));
     forEachBlock(tile, znBlockSize * s, [&](const znRTPixelRectangle& r) {
-        fetchPixels(r);
+        fetchPixels(target, camera->rowStride, r);
+        fetchPixels(filterWeights, camera->rowStride, r);
         // The lens steps by four times s, so s x s calls cover the block between them.
         u32 sampleOffset = 0;
         for (u32 dy = 0; dy < s; ++dy)
@@ -33,20 +34,6 @@ void znRTStillFrameTileLoop::traceTile(const znRTRenderTile& tile)
                 accumulate(block, count);
             }
     });
-}
-
-void znRTStillFrameTileLoop::fetchPixels(const znRTPixelRectangle& r) const
-{
-    constexpr u32 pixelsPerLine = 64 / sizeof(ZN_RGBA32F), weightsPerLine = 64 / sizeof(float);
-    const u64 stride = camera->rowStride;
-    for (u32 y = r.y0; y < r.y1; ++y) {
-        const char* const pixels = reinterpret_cast<const char*>(target + y * stride);
-        const char* const weights = reinterpret_cast<const char*>(filterWeights + y * stride);
-        for (u32 x = r.x0; x < r.x1; x += pixelsPerLine)
-            _mm_prefetch(pixels + x * sizeof(ZN_RGBA32F), _MM_HINT_T0);
-        for (u32 x = r.x0; x < r.x1; x += weightsPerLine)
-            _mm_prefetch(weights + x * sizeof(float), _MM_HINT_T0);
-    }
 }
 
 void znRTStillFrameTileLoop::accumulate(const znRTPacketBlock& block, int count)

@@ -5,7 +5,6 @@
 // format a finished pixel is stored.
 
 #include "host/znImagePostprocessor.h"
-#include "render/renderTiles.h"
 #include "render/znRTPacketBlock.h"
 #include "render/znRTRenderTask.h"
 
@@ -62,8 +61,6 @@ public:
     void bind(znRaytracerP& view) override;
 
 private:
-    /// Asks for the pixels of a block, which are read back when its rays have been traced.
-    void fetchPixels(const znRTPixelRectangle& r) const;
     /// Adds the samples of a block to the frame.
     void accumulate(const znRTPacketBlock& block, int count);
     void addToPixels(const znRTPacketBlock& block, int count);
