@@ -19,10 +19,12 @@ __attribute__((noinline)) void splatSample(const znRTSplatTarget& target,
                                            const znPixelfilterSampleSet& filter, u32 x, u32 y,
                                            __m128 colour)
 {
+    const bool isColoured = !isNothing(colour);
     forEachSplatPixel(target, filter, x, y, [&](u32 xj, u32 yj, float weight) {
         const u64 j = u64(yj) * target.stride + xj;
         target.filterWeights[j] += weight;
-        addWeighted(target.frame[j], weight, colour);
+        if (isColoured)
+            addWeighted(target.frame[j], weight, colour);
     });
 }
 
@@ -32,7 +34,10 @@ __attribute__((noinline)) void splatSampleLayers(const znRTSplatPixel* pixels, u
 {
     for (u32 j = 0; j < count; ++j)
         filterWeights[pixels[j].index] += pixels[j].weight;
-    for (u32 i = 0; i < layers.count; ++i)
+    for (u32 i = 0; i < layers.count; ++i) {
+        if (isNothing(layers.colours[4 * i]))
+            continue;
         for (u32 j = 0; j < count; ++j)
             addWeighted(layers.frames[i][pixels[j].index], pixels[j].weight, layers.colours[4 * i]);
+    }
 }

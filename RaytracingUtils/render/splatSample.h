@@ -5,6 +5,15 @@
 #include "host/pixelFormats.h"
 #include "host/znPixelfilter.h"
 
+#include <emmintrin.h>
+
+/// Whether all four components are 0. Most pictures stand before nothing, and most layers are dark:
+/// such samples change no sum, whose memory need not be touched then.
+inline bool isNothing(__m128 sample)
+{
+    return _mm_movemask_ps(_mm_cmpneq_ps(sample, _mm_setzero_ps())) == 0;
+}
+
 /// Where samples go.
 struct znRTSplatTarget
 {

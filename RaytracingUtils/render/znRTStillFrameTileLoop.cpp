@@ -57,8 +57,7 @@ void znRTStillFrameTileLoop::addToPixels(const znRTPacketBlock& block, int count
             return;
         weights[i] += 1.0f;
         const __m128 sample = _mm_load_ps(&colour.r);
-        // Most pictures stand before nothing, whose pixels need not be written back then.
-        if (_mm_movemask_ps(_mm_cmpneq_ps(sample, _mm_setzero_ps())) == 0)
+        if (isNothing(sample))
             return;
         float* const pixel = &frame[i].r;
         _mm_store_ps(pixel, _mm_add_ps(_mm_load_ps(pixel), sample));
