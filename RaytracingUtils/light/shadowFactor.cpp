@@ -29,7 +29,7 @@ znRTColorPacket unshadowed()
 /// sees shades only what that eye sees.
 znIntType<2> shadowType(const znRTRayPacket& ray, const znIntType<2>& visibility)
 {
-    const znIntType<2> right(int(rayType::rightEye)), left(int(rayType::leftEye));
+    const znIntType<2> right{int(rayType::rightEye)}, left{int(rayType::leftEye)};
     const znFloatType<2> isLeft = asFloat((ray.type & right) == znIntType<2>(0));
     return asInt(select(isLeft, asFloat(left), asFloat(right))) & visibility;
 }

@@ -10,6 +10,7 @@
 #include "host/znRTSceneHandler.h"
 #include "host/znRTSelectionSettings.h"
 #include "host/znSceneDataManager.h"
+#include "light/znRTLight.h"
 #include "material/znRTMaterial.h"
 #include "render/notAvailable.h"
 #include "render/selectionOverlay.h"
@@ -269,11 +270,37 @@ void znRTRenderUtils::updateVisibilities()
         s_currentAccelerator->updateVisibilities();
 }
 
+namespace {
+
+/// Whether a node is another one or lies below it.
+bool isAtOrBelow(osg::NodePtr node, const osg::NodePtr& above)
+{
+    while (node && node != above)
+        node = node->getParent();
+    return bool(node);
+}
+
+} // namespace
+
 void znRTRenderUtils::updateLocalLights()
 {
-    static znRTOnceWarning noLists("Lights cannot be local yet: each reaches all objects.");
-    if (getLights().size > 0)
-        noLists();
+    if (!s_currentAccelerator)
+        return;
+    for (znRTGeometryNode* node : s_currentAccelerator->getSceneNodes()) {
+        if (!node)
+            continue;
+        znDynArray<const znRTLight*>& list = node->getLocalLights();
+        list.size = 0;
+        for (const znRTLight* light : getLights()) {
+            if (!light->getLocalLighting() || !light->getNode())
+                continue;
+            const osg::NodePtr parent = light->getNode()->getParent();
+            if (!parent || !isAtOrBelow(node->getNode(), parent))
+                continue;
+            list.reserve(list.size + 1, true);
+            list[list.size - 1] = light;
+        }
+    }
 }
 
 void znRTRenderUtils::updateLightDistribution(bool rebuildHierarchy)

@@ -6,6 +6,7 @@
 #include "light/znRTURectangularLight.h"
 #include "light/znRTUSphericalLight.h"
 #include "light/znRTUSpotLight.h"
+#include "render/znRTRenderUtils.h"
 #include "support/meshScene.h"
 
 #include <gtest/gtest.h>
@@ -99,6 +100,30 @@ TEST_F(SceneLights, KnowTheHeadlight)
     EXPECT_FALSE(light(0).isOn()) << "headlights start switched off";
     scene.scene->deleteLight(node->getId());
     EXPECT_EQ(scene.scene->getHeadlight(), nullptr);
+}
+
+// A local light reaches the geometry below its own parent.
+TEST_F(SceneLights, ReachTheirNeighboursAloneWhenTheyAreLocal)
+{
+    znRTAccelerator* const previous = znRTRenderUtils::s_currentAccelerator;
+    znRTRenderUtils::s_currentAccelerator = scene.scene.get();
+    const GeometryRef square = makeSquare();
+    const osg::NodePtr inside = scene.add(square.get()), outside = scene.add(square.get());
+    const osg::NodePtr lamp = osg::Node::create(osg::NodeCorePtr(osg::UPointLight::create()));
+    inside->getParent()->addChild(lamp);
+    osg::FCPtr<osg::UPointLight>::dcast(lamp->getCore())->setLocalLighting(true);
+    scene.scene->addLight(lamp);
+    add<osg::UPointLight>();
+    scene.build();
+    znRTRenderUtils::updateLocalLights();
+    ASSERT_EQ(scene.mesh(inside).getLocalLights().size, 1u);
+    EXPECT_EQ(scene.mesh(inside).getLocalLights()[0], scene.scene->getLights()[0]);
+    EXPECT_EQ(scene.mesh(outside).getLocalLights().size, 0u);
+    osg::FCPtr<osg::UPointLight>::dcast(lamp->getCore())->setLocalLighting(false);
+    scene.scene->updateLights();
+    znRTRenderUtils::updateLocalLights();
+    EXPECT_EQ(scene.mesh(inside).getLocalLights().size, 0u);
+    znRTRenderUtils::s_currentAccelerator = previous;
 }
 
 } // namespace
