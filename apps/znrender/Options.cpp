@@ -337,6 +337,19 @@ void takePixel(const Words& words, Options& options)
                                      options.height));
 }
 
+/// Words behind "--" are names, also those that look like options. The parser takes the mark for
+/// the end of a repeatable option's values; a folder in front of a name says the same.
+void takeEndMark(std::vector<std::string>& line)
+{
+    const auto mark = std::find(line.begin(), line.end(), "--");
+    if (mark == line.end())
+        return;
+    for (auto word = mark + 1; word != line.end(); ++word)
+        if (word->starts_with('-'))
+            word->insert(0, "./");
+    line.erase(mark);
+}
+
 } // namespace
 
 Options parseOptions(const std::vector<std::string>& arguments)
@@ -399,6 +412,7 @@ Options parseOptions(const std::vector<std::string>& arguments)
                                                line[0] == "-V" || line[0] == "--version");
     if (!hasVerb && !bareFlag)
         line.insert(line.begin(), "render");
+    takeEndMark(line);
     try {
         std::vector<std::string> reversed(line.rbegin(), line.rend());
         app.parse(reversed);

@@ -163,6 +163,29 @@ TEST(ZnRender, KeepsExistingFilesUnlessToldOtherwise)
     EXPECT_EQ(io::readImage(picture).width, 8u);
 }
 
+// Names of scenes may hold anything; what is said of them stays printable.
+TEST(ZnRender, TakesHostileNames)
+{
+    const TemporaryFolder folder;
+    const std::string square = squareScene(folder.path());
+    for (const std::string name :
+         {"a b.gltf", "a%20b.gltf", "a#b?.gltf", "-a.gltf", "\xe2\x9d\xa4.gltf", "bad\xff.gltf",
+          "new\nline.gltf", "esc\x1b[31m.gltf"}) {
+        std::filesystem::copy_file(square, folder.path(name));
+        const ProgramResult good = support::runProgram(
+            "znrender", {"-o", "out.png", "--overwrite", "-r", "8x8", "-s", "1", "--", name}, {},
+            folder.path());
+        EXPECT_EQ(good.exitCode, 0) << good.error;
+        folder.write(name, "{");
+        const ProgramResult bad =
+            support::runProgram("znrender", {"-o", "out2.png", "--", name}, {}, folder.path());
+        EXPECT_EQ(bad.exitCode, 1) << bad.error;
+        EXPECT_EQ(bad.errorLines(), 1) << bad.error;
+        for (const char c : good.out + good.error + bad.out + bad.error)
+            EXPECT_TRUE(c == '\n' || (static_cast<unsigned char>(c) >= 32 && c != 127)) << int(c);
+    }
+}
+
 TEST(ZnRender, RefusesAWrongCommandLineInOneLine)
 {
     const std::vector<std::vector<std::string>> wrong = {
@@ -351,9 +374,12 @@ TEST(ZnRender, HarmsNoFileWhenItIsStoppedAtAnyTime)
         const int pauses[2] = {int(random() % 400), int(random() % 400)};
         const ProgramResult result = support::runProgram(
             "znrender",
-            {studio, "-o", folder.path("a.exr"), "-r", "640x360", "-s", "4096", "--passes", "all",
+            {studio, "-o", folder.path("a.exr"), "-r", "320x180", "-s", "4096", "--passes", "all",
              "--overwrite", "--json-progress"},
-            [&](int process, const support::OutputCount&) {
+            [&](int process, const support::OutputCount& written) {
+                // In one half of the rounds it loads, in the other it renders and writes.
+                for (int i = 0; round >= 12 && i < 6000 && written == 0; ++i)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
                 std::this_thread::sleep_for(std::chrono::milliseconds(pauses[0]));
                 kill(process, signal);
                 std::this_thread::sleep_for(std::chrono::milliseconds(pauses[1]));
@@ -370,7 +396,7 @@ TEST(ZnRender, HarmsNoFileWhenItIsStoppedAtAnyTime)
         } else {
             ++whole;
             EXPECT_EQ(result.exitCode, 3) << result.error;
-            EXPECT_EQ(io::readImage(folder.path("a.exr")).width, 640u);
+            EXPECT_EQ(io::readImage(folder.path("a.exr")).width, 320u);
         }
     }
     std::printf("%d of 24 pictures were written\n", whole);
