@@ -1,26 +1,28 @@
 #pragma once
 
-// What records ask for and no kind does yet, told once each.
+// What records ask for and no kind does yet.
 
-#include "render/notAvailable.h"
-
-template <class Record>
-void tellOfMissingParts(const Record& record)
+struct znRTMissingParts
 {
-    static znRTOnceWarning noMaps(
-        "Textures of glossiness, bump and occlusion are not read yet: surfaces are smooth and of "
-        "one gloss.");
-    static znRTOnceWarning noTranslucency("Materials are not translucent yet.");
-    static znRTOnceWarning noStructure("Procedural structures are not there yet.");
-    if (record.bumpActive || record.occlusionActive)
-        noMaps();
+    bool maps = false; ///< textures of glossiness, bump and occlusion
+    bool translucency = false;
+    bool structure = false; ///< procedural unevenness
+};
+
+/// Warns of each the first time.
+void tellOfMissingParts(const znRTMissingParts& missing);
+
+/// @tparam Record  of a material with lobes
+template <class Record>
+znRTMissingParts missingParts(const Record& record)
+{
+    znRTMissingParts missing;
+    missing.maps = record.bumpActive || record.occlusionActive;
     if constexpr (requires { record.glossinessActive; })
-        if (record.glossinessActive || record.anisotropyActive)
-            noMaps();
+        missing.maps |= record.glossinessActive || record.anisotropyActive;
     if constexpr (requires { record.translucencyMode; })
-        if (record.translucencyMode != 0)
-            noTranslucency();
+        missing.translucency = record.translucencyMode != 0;
     if constexpr (requires { record.structureType; })
-        if (record.structureType != 0)
-            noStructure();
+        missing.structure = record.structureType != 0;
+    return missing;
 }

@@ -33,7 +33,7 @@ void znRTPlainMaterial::update()
         return;
     updateFrom(host->getRaytracingAttributes());
     if (const auto lit = osg::UBRDFMaterialPtr::dcast(hostMaterial))
-        tellOfMissingParts(lit->getRaytracingAttributes());
+        tellOfMissingParts(missingParts(lit->getRaytracingAttributes()));
 }
 
 void znRTPlainMaterial::updateFrom(znRTCommonAttributes& record)

@@ -24,7 +24,7 @@ void znRTPlasticMaterial::update()
     diffuse.set(record.diffuse, record.diffuseSpectrum, record.diffuseActive);
     glossy.set(record.glossy, record.glossySpectrum, record.glossyActive);
     ambient.set(record.ambient, record.ambientSpectrum, false);
-    tellOfMissingParts(record);
+    tellOfMissingParts(missingParts(record));
 
     znRTBSDFAttributes lobes;
     lobes.setExponents(record.exponent, record.exponent);

@@ -3,9 +3,12 @@
 #include "accel/znRTAccelerator.h"
 #include "host/znRTSceneHandler.h"
 #include "host/znRenderPasses.h"
+#include "light/znRTLight.h"
 #include "render/integratorTasks.h"
 #include "render/notAvailable.h"
 #include "render/znRTRenderUtils.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -73,7 +76,8 @@ const znRTIntegratorRow& rowOf(const znRTIntegratorChoice& choice, u32 offers)
     const u32 needs = isDataPass(u32(choice.passIndex)) ? 0 : row.needs;
     if ((needs & ~offers) == 0)
         return row;
-    static znRTOnceWarning noShading("Materials do not shade yet: this view shows normals.");
+    static znRTOnceWarning noShading(
+        "Nothing lights the surfaces of this scene: this view shows normals.");
     static znRTOnceWarning noLux("Illuminance is not measured yet: this view shows normals.");
     static znRTOnceWarning noLight(
         "Surface analysis has no light (its mode is off): this view shows normals.");
@@ -135,12 +139,25 @@ const znRTIntegratorRow* findIntegratorRow(std::string_view name)
     return nullptr;
 }
 
+namespace {
+
+/// Whether shading would show anything: a surface that shades, and light that shines.
+bool showsShading(const znRTAccelerator& scene)
+{
+    const znDynArray<znRTLight*>& lights = scene.getLights();
+    return scene.hasShadingMaterials() &&
+           std::any_of(lights.begin(), lights.end(),
+                       [](const znRTLight* light) { return light->isOn(); });
+}
+
+} // namespace
+
 u32 getSceneOffers()
 {
     const znRTAccelerator* const scene = znRTRenderUtils::getCurrentAccelerator();
     const bool hasStripes = znRTSceneHandler::s_currentSurfaceAnalysisSettings.getMode() !=
                             znRTSurfaceAnalysisSettings::off;
-    const bool hasShading = scene && scene->hasShadingMaterials();
+    const bool hasShading = scene && showsShading(*scene);
     return (hasShading ? ZN_OFFERS_SHADING : 0u) |
            (znRTRenderUtils::getLuxMaterial() ? ZN_OFFERS_LUX : 0u) |
            (hasShading || hasStripes ? ZN_OFFERS_ANALYSIS : 0u);

@@ -1,0 +1,115 @@
+#include "material/materialTable.h"
+
+#include "materialFixture.h"
+
+#include "material/znRTDummyMaterial.h"
+#include "material/znRTPhongMaterial.h"
+#include "material/znRTPlainMaterial.h"
+#include "material/znRTPlasticMaterial.h"
+#include "material/znRTSimpleMaterial.h"
+
+#include <atomic>
+#include <thread>
+
+using namespace materialTest;
+
+namespace {
+
+osg::MaterialPtr make(const char* name)
+{
+    return osg::MaterialPtr::dcast(osg::FieldContainerFactory::the()->createContainer(name));
+}
+
+class MaterialTable : public MaterialTest
+{
+};
+
+} // namespace
+
+TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
+{
+    struct Row
+    {
+        const char* host;
+        const znRTTypeId& shading;
+    };
+    const Row rows[] = {{"UPhongMaterial", znRTPhongMaterial::id},
+                        {"UPlasticMaterial", znRTPlasticMaterial::id},
+                        {"SimpleMaterial", znRTSimpleMaterial::id},
+                        {"ChunkMaterial", znRTChunkMaterial::id}};
+    for (const Row& row : rows) {
+        const osg::Ref<osg::Material> host(make(row.host));
+        ASSERT_TRUE(host.get()) << row.host;
+        EXPECT_TRUE(scene.scene->createMaterial(host.get())->isOfType(row.shading)) << row.host;
+        EXPECT_FALSE(scene.hasLogged(row.host));
+    }
+    const char* const plainOnes[] = {"UVelvetMaterial",
+                                     "UWovenClothMaterial",
+                                     "UMeasuredMaterial",
+                                     "UMeasuredCarpaintMaterial",
+                                     "UMeasuredCarpaint2Material",
+                                     "UOCSMaterial",
+                                     "UMetallicPaintMaterial",
+                                     "UUnicolorPaintMaterial",
+                                     "UFlipflopMaterial",
+                                     "UReflectivePlasticMaterial",
+                                     "UTriplanarMaterial",
+                                     "UReflectiveTriplanarMaterial",
+                                     "UChromeMaterial",
+                                     "UBrushedMetalMaterial",
+                                     "UCarbonMaterial",
+                                     "UCarbonMaterial2D",
+                                     "UGlassMaterial",
+                                     "UTireMaterial",
+                                     "USVBRDFMaterial",
+                                     "USubstanceMaterial",
+                                     "ULineChromeMaterial",
+                                     "UShadowMaterial",
+                                     "UXrayMaterial",
+                                     "ULightMaterial"};
+    for (const char* name : plainOnes) {
+        const osg::Ref<osg::Material> host(make(name));
+        ASSERT_TRUE(host.get()) << name;
+        const znRTMaterial* const shading = scene.scene->createMaterial(host.get());
+        EXPECT_TRUE(shading->isOfType(znRTPlainMaterial::id)) << name;
+        EXPECT_EQ(shading->getHostMaterial(), host.get());
+    }
+    for (const char* name : {"UGlowMaterial", "UVolumeScatterMaterial", "ULightPortalMaterial",
+                             "USkylightMaterial", "USphereEnvironmentMaterial", "ULayeredMaterial",
+                             "UXRiteMeasuredMaterial", "SwitchMaterial", "MultiPassMaterial"}) {
+        const osg::Ref<osg::Material> host(make(name));
+        ASSERT_TRUE(host.get()) << name;
+        EXPECT_TRUE(scene.scene->createMaterial(host.get())->isOfType(znRTDummyMaterial::id))
+            << name;
+    }
+}
+
+TEST_F(MaterialTable, SharesAMaterialAmongThreads)
+{
+    constexpr int count = 200;
+    std::vector<osg::Ref<osg::Material>> hosts;
+    for (int i = 0; i < count; ++i)
+        hosts.emplace_back(make("UPhongMaterial"));
+    std::vector<znRTMaterial*> made[2];
+    const auto work = [&](int thread) {
+        for (int i = 0; i < count; ++i)
+            made[thread].push_back(
+                scene.scene->createMaterial(hosts[std::size_t(thread ? i : count - 1 - i)].get()));
+    };
+    std::thread other(work, 0);
+    work(1);
+    other.join();
+    for (std::size_t i = 0; i < count; ++i)
+        EXPECT_EQ(made[0][count - 1 - i], made[1][i]);
+    EXPECT_EQ(scene.scene->getMaterialCount(), u64(count));
+}
+
+TEST_F(MaterialTable, MakesADuplicateFromTheSameHost)
+{
+    const osg::Ref<osg::Material> host(make("UPlasticMaterial"));
+    znRTMaterial* const original = scene.scene->createMaterial(host.get());
+    const std::unique_ptr<znRTMaterial> copy(original->getDuplicate());
+    EXPECT_NE(copy.get(), original);
+    EXPECT_TRUE(copy->isOfType(znRTPlasticMaterial::id));
+    EXPECT_EQ(copy->getHostMaterial(), host.get());
+}
