@@ -6,6 +6,7 @@
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRaytracerP.h"
 #include "render/activeViewport.h"
+#include "render/notAvailable.h"
 #include "render/tickCounter.h"
 #include "render/znRTRenderTask.h"
 #include "render/znRTRenderUtils.h"
@@ -70,12 +71,28 @@ bool canTraceDirectly(const znRaytracerP& view, bool softwareCopy)
            znPostProcessHandler::getPostProcesses(activeViewport()).empty();
 }
 
+namespace {
+
+/// A master camera writes rows of the full image; buffers of a part of it are too small for them.
+bool fitsBuffers(const znRTCamera& camera, const znRaytracerP& view)
+{
+    static znRTOnceWarning tooLong(
+        "The rows of the camera are longer than those of the frame buffers: nothing is rendered.");
+    const bool fits = camera.rowStride <= view.m_renderWidth;
+    if (!fits)
+        tooLong();
+    return fits;
+}
+
+} // namespace
+
 bool isReadyToTrace(const znRaytracerP& view)
 {
     const bool isStillFrame =
         znRTRaytracingSettings::s_qualityMode == znRTRaytracingSettings::stillFrame;
     return view.m_traceRootTask && view.m_passBuffers[0] && znRTRenderUtils::getCamera() &&
            znRTRenderUtils::getCamera()->getLensShader() &&
+           fitsBuffers(*znRTRenderUtils::getCamera(), view) &&
            (!isStillFrame || (view.m_activePixels && view.m_filterWeights));
 }
 

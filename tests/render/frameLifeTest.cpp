@@ -420,6 +420,37 @@ TEST_F(FrameLife, MasksARegionInPixelsOfTheView)
     instance->setRaytracingRenderRegion({0, 0, 1, 1});
 }
 
+// A master camera counts rows of the full image. Buffers of a tile do not hold them.
+TEST_F(FrameLife, WritesFullRowsWithAMasterCamera)
+{
+    resize(40, 30);
+    add(makeSphere(8, 16));
+    begin();
+    ASSERT_FALSE(trace());
+    const std::vector<ZN_RGBA32F> expected = view.frame;
+    view.resize(40, 30);
+    instance->updateMasterCamera(&view.record, camera.get().get(), nullptr);
+    EXPECT_EQ(znRTRenderUtils::getCamera()->rowStride, 40u);
+    ASSERT_FALSE(trace());
+    EXPECT_EQ(std::memcmp(view.frame.data(), expected.data(), expected.size() * sizeof(ZN_RGBA32F)),
+              0);
+
+    const osg::Ref<osg::TileCameraDecorator> tile(osg::TileCameraDecorator::create());
+    tile->setDecoratee(camera.get());
+    tile->setLeft(0.5f);
+    view.resize(40, 30);
+    instance->updateMasterCamera(&view.record, tile.get().get(), nullptr);
+    EXPECT_EQ(view.record.m_fullImageWidth, 80u);
+    EXPECT_EQ(view.record.m_viewBounds, (std::array<float, 4>{0.5f, 1.0f, 0.0f, 1.0f}));
+    EXPECT_EQ(znRTRenderUtils::getCamera()->rowStride, 80u);
+    EXPECT_TRUE(trace());
+    EXPECT_TRUE(frameIsUntouched());
+    instance->updateCamera(&view.record, tile.get().get(), nullptr);
+    EXPECT_FALSE(trace());
+    EXPECT_EQ(countUntouched(), 0u);
+    EXPECT_TRUE(view.guardIsIntact());
+}
+
 // The camera switches the mode after the scene was updated in the one before.
 TEST_F(FrameLife, UsesTheDepthOfStillFramesInTheFirstOne)
 {
