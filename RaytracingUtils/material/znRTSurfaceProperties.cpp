@@ -30,6 +30,18 @@ void assign(znRTONB& target, const znRTONB& onb, const znFloatType<2>& mask)
     target.n.setMasked(onb.n, mask);
 }
 
+/// Light that a slot adds to the choice of its group.
+znFloatType<2> lightOf(const znRTSurfaceProperties::Slot& slot)
+{
+    return maximum(luminance(slot.color) * slot.weight * slot.rho, 0.0f) & slot.mask;
+}
+
+/// Rounding leaves nothing below 0, which would spoil the choice.
+void addLight(znFloatType<2>& sum, const znFloatType<2>& change)
+{
+    sum = maximum(sum + change, 0.0f);
+}
+
 } // namespace
 
 int znRTSurfaceProperties::getGroup(unsigned typeFlags)
@@ -63,17 +75,25 @@ void znRTSurfaceProperties::enter(Group& group, int groupIndex, int slot, const 
                                   const znFloatType<2>& weight, const znFloatType<2>& rho,
                                   const znFloatType<2>& pdfFlag)
 {
-    // Slots in between that nobody entered have no lanes.
-    for (; group.count < u32(slot); ++group.count) {
-        group.slots[group.count].lobe = nullptr;
-        group.slots[group.count].mask = znFloatType<2>::noLanes();
-    }
-    const znFloatType<2> deltaMask = (pdfFlag == znFloatType<2>(0.0f)) & mask;
-    group.slots[slot] = {&lobe, mask, deltaMask, color, weight};
-    group.count = group.count > u32(slot) ? group.count : u32(slot) + 1;
-    group.sampleMask |= deltaMask;
+    // Slots that nobody entered yet have no lanes.
+    const znFloatType<2> none = znFloatType<2>::noLanes();
+    for (; group.count <= u32(slot); ++group.count)
+        group.slots[group.count] = {nullptr, none, none, znRTColorPacket(0.0f), 0.0f, 0.0f};
+    Slot& target = group.slots[slot];
+    const znFloatType<2> before = lightOf(target);
+    const znFloatType<2> replaced = target.lobe == &lobe ? mask : znFloatType<2>::allLanes();
+    const znFloatType<2> isDelta = (pdfFlag == znFloatType<2>(0.0f)) & mask;
+    target.lobe = &lobe;
+    target.mask = andNot(replaced, target.mask) | mask;
+    target.deltaMask = andNot(replaced, target.deltaMask) | isDelta;
+    target.color.maskedUpdate(color, mask);
+    updateFloat(target.weight, weight, mask);
+    updateFloat(target.rho, rho, mask);
+    addLight(selection[groupIndex], lightOf(target) - before);
     activeMask |= mask;
-    selection[groupIndex] += maximum(luminance(color) * weight * rho, 0.0f) & mask;
+    group.sampleMask = znFloatType<2>::noLanes();
+    for (u32 i = 0; i < group.count; ++i)
+        group.sampleMask |= group.slots[i].deltaMask;
 }
 
 void znRTSurfaceProperties::setComponent(int group, int slot, const znRTBRDF& lobe,
@@ -90,7 +110,6 @@ void znRTSurfaceProperties::setComponent(int group, int slot, const znRTBRDF& lo
     selection[group] = znFloatType<2>(0.0f);
     setONB(group, onb, mask);
     target.roughness = roughness;
-    target.rho = rho;
     enter(target, group, slot, lobe, color, mask, weight, rho, pdfFlag);
 }
 
@@ -114,7 +133,6 @@ void znRTSurfaceProperties::updateComponent(int group, int slot, const znRTBRDF&
 {
     if (!isSlot(group, slot))
         return;
-    updateFloat(groups[group].rho, rho, mask);
     enter(groups[group], group, slot, lobe, color, mask, weight, rho, pdfFlag);
 }
 
@@ -145,13 +163,10 @@ void znRTSurfaceProperties::updateColor(int group, int slot, const znRTColorPack
     if (!isSlot(group, slot) || u32(slot) >= groups[group].count)
         return;
     Slot& target = groups[group].slots[slot];
-    const znFloatType<2> lanes = mask & target.mask;
     // The light that the group scatters follows the colour.
-    const znFloatType<2> factor = target.weight * groups[group].rho;
-    const znFloatType<2> change =
-        maximum(luminance(color) * factor, 0.0f) - maximum(luminance(target.color) * factor, 0.0f);
-    selection[group] += change & lanes;
+    const znFloatType<2> before = lightOf(target);
     target.color.maskedUpdate(color, mask);
+    addLight(selection[group], lightOf(target) - before);
 }
 
 void znRTSurfaceProperties::setONB(int group, const znRTONB& onb, const znFloatType<2>& valid)

@@ -34,6 +34,7 @@ public:
         znFloatType<2> deltaMask; ///< lanes in which only the direction that it draws counts
         znRTColorPacket color;
         znFloatType<2> weight;
+        znFloatType<2> rho; ///< share of the light that the lobe scatters, for the choice
     };
     struct Group
     {
@@ -42,7 +43,6 @@ public:
         znRTONB onb;               ///< world space
         znFloatType<2> onbMask;    ///< lanes that have a frame
         znFloatType<2> roughness;  ///< 1 / exponent
-        znFloatType<2> rho;        ///< share of the light that the group scatters, for the choice
         znFloatType<2> sampleMask; ///< lanes with a lobe that answers for its own draws alone
     };
 
@@ -62,7 +62,8 @@ public:
                       const znRTONB& onb, const znFloatType<2>& mask, const znFloatType<2>& weight,
                       const znFloatType<2>& roughness, const znFloatType<2>& rho,
                       const znFloatType<2>& pdfFlag);
-    /// A further lobe; the group's values stay in lanes outside the mask.
+    /// A further lobe; the group's values stay in lanes outside the mask, and so do those of a slot
+    /// that the same lobe is in already. Another lobe replaces it in all lanes.
     void updateComponent(int group, int slot, const znRTBRDF& lobe, const znRTColorPacket& color,
                          const znRTONB& onb, const znFloatType<2>& mask,
                          const znFloatType<2>& weight, const znFloatType<2>& roughness,

@@ -147,7 +147,8 @@ TEST_F(SurfaceProperties, KeepMaterialsInLanesOfTheirOwnApart)
     EXPECT_EQ(diffuse.onb.n.getLane(0), frame.n.getLane(0));
     EXPECT_EQ(diffuse.onb.n.getLane(3), other.n.getLane(3));
     EXPECT_LANES_EQ(diffuse.roughness, 0.5f, 0.5f, 0.25f, 0.25f);
-    EXPECT_LANES_EQ(diffuse.rho, 0.75f, 0.75f, 0.125f, 0.125f);
+    EXPECT_LANES_EQ(diffuse.slots[0].rho, 0.75f, 0.75f, 0.0f, 0.0f);
+    EXPECT_LANES_EQ(diffuse.slots[1].rho, 0.0f, 0.0f, 0.125f, 0.125f);
     // Luminance of the colours times rho times weight.
     const float a = (0.2125f * 0.5f + 0.7154f * 0.25f) * 0.75f;
     const float b = (0.2125f * 0.1f + 0.7154f * 0.2f + 0.0721f * 0.4f) * 0.5f * 0.125f;
@@ -161,13 +162,48 @@ TEST_F(SurfaceProperties, KeepMaterialsInLanesOfTheirOwnApart)
         EXPECT_GT(dot(s.wi.getLane(lane), n), 0.0f) << lane;
     }
     surface.updateColor(0, 1, color(1.0f, 0.0f, 0.0f), expandLanes(4));
-    EXPECT_LANES_EQ(diffuse.slots[1].color.g, 0.2f, 0.2f, 0.0f, 0.2f);
+    EXPECT_LANES_EQ(diffuse.slots[1].color.g, 0.0f, 0.0f, 0.0f, 0.2f);
     EXPECT_LANES_NEAR(surface.selection[0], a, a, 0.2125f * 0.0625f, b, 1e-6f);
     surface.setColor(0, 0, color(1.0f, 1.0f, 1.0f));
     EXPECT_LANES_NEAR(surface.selection[0], 0.75f, 0.75f, 0.2125f * 0.0625f, b, 1e-6f);
     surface.updateONB(0, frame, expandLanes(8));
     EXPECT_EQ(diffuse.onb.n.getLane(3), frame.n.getLane(3));
     EXPECT_EQ(diffuse.onb.n.getLane(2), other.n.getLane(2));
+}
+
+// A stack of layers enters one lobe twice: by mask, as any other value.
+TEST_F(SurfaceProperties, EnterALobeThatIsThereByMask)
+{
+    surface.addComponent(lambert, color(0.5f, 0.5f, 0.5f), frame, expandLanes(7), 1.0f, 1.0f, 0.5f);
+    surface.updateComponent(0, 0, lambert, color(0.25f, 0.25f, 0.25f), expandLanes(12), 0.5f, 1.0f,
+                            {1.0f, 1.0f, 0.0f, 1.0f});
+    const znRTSurfaceProperties::Slot& slot = surface.groups[0].slots[0];
+    EXPECT_EQ(surface.groups[0].count, 1u);
+    EXPECT_EQ(moveMask(slot.mask), 15);
+    EXPECT_EQ(moveMask(slot.deltaMask), 4);
+    EXPECT_EQ(moveMask(surface.groups[0].sampleMask), 4);
+    EXPECT_LANES_EQ(slot.color.g, 0.5f, 0.5f, 0.25f, 0.25f);
+    EXPECT_LANES_EQ(slot.weight, 1.0f, 1.0f, 0.5f, 0.5f);
+    EXPECT_LANES_NEAR(surface.selection[0], 0.25f, 0.25f, 0.125f, 0.125f, 1e-6f);
+
+    // A slot has one lobe: another one takes all of it.
+    znRTLambertBRDF other;
+    surface.updateComponent(0, 0, other, color(1.0f, 1.0f, 1.0f), expandLanes(1), 1.0f, 1.0f, 1.0f);
+    EXPECT_EQ(slot.lobe, &other);
+    EXPECT_EQ(moveMask(slot.mask), 1);
+    EXPECT_EQ(moveMask(surface.groups[0].sampleMask), 0);
+    EXPECT_LANES_NEAR(surface.selection[0], 1, 0, 0, 0, 1e-6f);
+}
+
+// Each lobe of a group has a share of its own: a change of one colour leaves the others' light.
+TEST_F(SurfaceProperties, ChooseByTheShareOfEachLobeAfterAChangeOfColour)
+{
+    surface.addComponent(lambert, color(1.0f, 1.0f, 1.0f), frame, all, 1.0f, 1.0f, 0.125f);
+    surface.updateComponent(0, 1, lambert, color(0.5f, 0.5f, 0.5f), all, 1.0f, 1.0f, 1.0f);
+    surface.setColor(0, 0, color(0.0f, 0.0f, 0.0f));
+    EXPECT_LANES_NEAR(surface.selection[0], 0.5f, 0.5f, 0.5f, 0.5f, 1e-6f);
+    surface.setColor(0, 1, color(0.0f, 0.0f, 0.0f));
+    EXPECT_LANES_NEAR(surface.selection[0], 0, 0, 0, 0, 1e-6f);
 }
 
 TEST_F(SurfaceProperties, ReplaceAGroupByItsFirstLobe)
