@@ -33,8 +33,8 @@ enum znRTSurfaceTerm {
 /// that the operation does not name are not read.
 struct znRTLightTerms
 {
-    const znRTColorPacket* ibl;   ///< from the environment; alpha of the diffuse one: the result's
-    const znRTColorPacket* light; ///< from light sources
+    const znRTColorPacket* ibl;      ///< from the environment
+    const znRTColorPacket* light;    ///< from light sources
     const znRTColorPacket* indirect; ///< from other surfaces
 };
 

@@ -142,8 +142,11 @@ TEST(DataBlock, ProjectsInObjectSpaceOnlyInItsObjectLanes)
     znRTDataBlockPacket block(hitAt(1.0f, 15));
     std::memset(static_cast<void*>(&block.dg), 0, sizeof(block.dg));
     block.dg.position = znRTVector3fPacket(1.0f, 1.0f, 1.0f);
-    block.dg.shadingNormal = block.dg.geometricNormal = znRTVector3fPacket(0.0f, 0.0f, 1.0f);
+    block.dg.shadingNormal = block.dg.geometricNormal = znRTVector3fPacket(0.6f, 0.0f, 0.8f);
     block.dg.dPdx = znRTVector3fPacket(0.5f, 0.0f, 0.0f);
+    block.dg.dPdy = znRTVector3fPacket(1.5f, 3.0f, 0.0f);
+    block.dg.dPdu = znRTVector3fPacket(2.5f, 0.0f, 0.0f);
+    block.dg.dPdv = znRTVector3fPacket(3.5f, 0.0f, 5.0f);
     block.objectPosition = znRTVector3fPacket(2.0f, 2.0f, 2.0f);
     block.objectNormal = znRTVector3fPacket(1.0f, 0.0f, 0.0f);
     // The node stretches x by two.
@@ -156,7 +159,40 @@ TEST(DataBlock, ProjectsInObjectSpaceOnlyInItsObjectLanes)
     block.objectLanes = expandLanes(2);
     block.setupTriplanarDifferentialGeometry(out);
     EXPECT_LANES_EQ(out.position.x, 1.0f, 2.0f, 1.0f, 1.0f);
-    EXPECT_LANES_EQ(out.shadingNormal.x, 0.0f, 1.0f, 0.0f, 0.0f);
-    EXPECT_LANES_NEAR(out.geometricNormal.z, 1.0f, 1.0f, 1.0f, 1.0f, 1e-6f);
+    EXPECT_LANES_EQ(out.shadingNormal.x, 0.6f, 1.0f, 0.6f, 0.6f);
+    // Normals take the transposed matrix: (1.2, 0, 0.8), made unit.
+    const float length = std::sqrt(1.2f * 1.2f + 0.8f * 0.8f);
+    EXPECT_LANES_NEAR(out.geometricNormal.x, 0.6f, 1.2f / length, 0.6f, 0.6f, 1e-6f);
+    EXPECT_LANES_NEAR(out.geometricNormal.z, 0.8f, 0.8f / length, 0.8f, 0.8f, 1e-6f);
     EXPECT_LANES_EQ(out.dPdx.x, 0.5f, 0.25f, 0.5f, 0.5f);
+    EXPECT_LANES_EQ(out.dPdy.x, 1.5f, 0.75f, 1.5f, 1.5f);
+    EXPECT_LANES_EQ(out.dPdy.y, 3, 3, 3, 3);
+    EXPECT_LANES_EQ(out.dPdu.x, 2.5f, 1.25f, 2.5f, 2.5f);
+    EXPECT_LANES_EQ(out.dPdv.x, 3.5f, 1.75f, 3.5f, 3.5f);
+    EXPECT_LANES_EQ(out.dPdv.z, 5, 5, 5, 5);
+}
+
+TEST(DataBlock, IsEmptyAtADistance)
+{
+    for (bool isPacket : {false, true}) {
+        znRTDataBlockPacket block;
+        std::memset(static_cast<void*>(&block), 0x5a, sizeof(block));
+        if (isPacket)
+            block.reset(znFloatType<2>(1.0f, 2.0f, 3.0f, 4.0f));
+        else
+            block.reset(2.0f);
+        EXPECT_LANES_EQ(block.hit.t, isPacket ? 1 : 2, 2, isPacket ? 3 : 2, isPacket ? 4 : 2);
+        EXPECT_EQ(block.hit.hitMask, 0u);
+        EXPECT_EQ(block.materialCount, 0u);
+        EXPECT_EQ(block.hasNodeTransforms, 0u);
+        EXPECT_LANES_EQ(block.coverage, 0, 0, 0, 0);
+        for (int lane = 0; lane < 4; ++lane) {
+            EXPECT_EQ(block.nodes[lane], nullptr);
+            EXPECT_EQ(block.localLights[lane], nullptr);
+        }
+        for (int channel = 0; channel < 4; ++channel) {
+            EXPECT_LANES_EQ(block.bakedIrradiance[channel], 0, 0, 0, 0);
+            EXPECT_LANES_EQ(block.bakedColor[channel], 0, 0, 0, 0);
+        }
+    }
 }

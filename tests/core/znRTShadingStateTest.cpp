@@ -2,6 +2,9 @@
 
 #include "support/lanes.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 znRTShadingState sample()
@@ -77,4 +80,16 @@ TEST(ShadingState, CountsItsDimensionUp)
     EXPECT_EQ(state.fetchAndIncrementDimension(), 11);
     state.increaseDimension(5);
     EXPECT_EQ(state.dimension, 17);
+}
+
+// Hosts read states by the places of their fields.
+TEST(ShadingState, KeepsTheOrderOfItsFields)
+{
+    const znRTShadingState state;
+    const void* const fields[] = {
+        &state.pixelSeed, &state.pixelSeed2, &state.maskA,       &state.maskB,    &state.reservedA,
+        &state.reservedB, &state.depthInfo,  &state.sampleIndex, &state.counterA, &state.counterB,
+        &state.counterC,  &state.counterD,   &state.dimension,   &state.tail};
+    EXPECT_EQ(fields[0], &state);
+    EXPECT_TRUE(std::is_sorted(std::begin(fields), std::end(fields)));
 }

@@ -1,5 +1,6 @@
 #include "gi/znGaussianISFilter.h"
 #include "gi/znTriangleISFilter.h"
+#include "support/virtualSlot.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -81,4 +82,10 @@ TEST(GaussianFilter, WeighsByTheProductOfTwoBells)
     // The bell has no rim: beyond the radius it goes on falling.
     EXPECT_FLOAT_EQ(filter.evaluate(1.0f, 0.0f), std::exp(-8.0f));
     EXPECT_EQ(filter.evaluate(20.0f, 0.0f), 0.0f);
+}
+
+TEST(PixelFilter, KeepsTheOrderOfItsOperations)
+{
+    EXPECT_EQ(virtualSlot(&znPixelfilter::evaluate), 0);
+    EXPECT_EQ(virtualSlot(&znPixelfilter::sample), 1);
 }

@@ -2,6 +2,7 @@
 
 #include "gi/radicalInverse.h"
 #include "support/lanes.h"
+#include "support/virtualSlot.h"
 
 #include <memory>
 #include <random>
@@ -170,4 +171,13 @@ TEST(ScrambledSampler, MeetsEveryIntervalOfEachAxisOnceWhateverTheScramble)
             EXPECT_TRUE(areStratified(y)) << count;
         }
     }
+}
+
+TEST(LowDiscrepancySampler, KeepsTheOrderOfItsOperations)
+{
+    using S = znRTSampler;
+    using Scalar = znRTVector2f (S::*)(int, const int*) const;
+    using Packet = znRTVector2fPacket (S::*)(const znIntType<2>&, const znIntType<2>*) const;
+    EXPECT_EQ(virtualSlot(static_cast<Scalar>(&S::getSample)), 0);
+    EXPECT_EQ(virtualSlot(static_cast<Packet>(&S::getSample)), 1);
 }

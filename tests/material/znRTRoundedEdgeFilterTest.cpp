@@ -5,6 +5,7 @@
 #include "material/znRTMaterial.h"
 #include "support/lanes.h"
 #include "support/meshScene.h"
+#include "support/virtualSlot.h"
 
 namespace {
 
@@ -155,4 +156,10 @@ TEST_F(RoundedEdgeFilter, ThinsTheRaysOfAPacket)
     rays.auxiliary = &filter;
     const znRTHitInfoPacket hit = scene.trace(rays);
     EXPECT_EQ(hit.hitMask, 11u);
+}
+
+TEST(RayFilter, KeepsTheOrderOfItsOperations)
+{
+    EXPECT_EQ(virtualSlot(&znRTRayFilter::filter), 0);
+    EXPECT_EQ(virtualSlot(&znRTRayFilter::filterSingle), 1);
 }

@@ -14,7 +14,7 @@
 
 inline const znRTTypeId paneTypeId("PaneMaterial");
 
-/// A pane of one colour and opacity; counts how often it is shaded, and by which rays.
+/// A pane of one colour and opacity; counts how often it is shaded, and keeps the rays.
 class PaneMaterial : public znRTMaterial
 {
 public:
@@ -29,7 +29,7 @@ public:
                znRTShadingState& state) const override
     {
         ++shadeCount;
-        rayTypes = ray.type;
+        rays.push_back(ray);
         states.push_back(state);
         state.increaseDimension(1); // as shading that draws random numbers does
         znRTThroughput throughput;
@@ -43,7 +43,7 @@ public:
     znRTColor color;
     float alpha;
     mutable int shadeCount = 0;
-    mutable znIntType<2> rayTypes{0};
+    mutable std::vector<znRTRayDifferentialPacket> rays;
     mutable std::vector<znRTShadingState> states;
 };
 

@@ -135,8 +135,39 @@ TEST_F(FragmentUpdates, SeeThroughStacksOfPanes)
         EXPECT_LANES_NEAR(seen.b, b, b, b, 0.0f, 1e-5f);
         EXPECT_LANES_NEAR(seen.a, 1.0f - left, 1.0f - left, 1.0f - left, 0.0f, 1e-5f);
         EXPECT_EQ(pane.shadeCount, n);
-        EXPECT_INT_LANES(pane.rayTypes, 0x100004, 0x200008, 0x20000c, 0x100004);
+        EXPECT_INT_LANES(pane.rays.back().type, 0x100004, 0x200008, 0x20000c, 0x100004);
         znRTRenderUtils::s_currentAccelerator = scene.scene.get();
+    }
+}
+
+// Rays go on as they came, with the share of their weight that is left; their neighbours drift
+// apart as if there were no surfaces. Hits lie at distances of 5, 6 and 7.
+TEST_F(FragmentUpdates, KeepRaysAndTheirNeighboursOnTheirWay)
+{
+    const PaneMaterial pane(znRTColor(1.0f, 1.0f, 1.0f), 0.5f);
+    addPanes(2, pane);
+    makeBlock();
+    ray.weight = znRTVector3fPacket(0.5f, 1.0f, 0.25f);
+    ray.rxOrigin = ray.origin + znRTVector3fPacket(1e-3f, 0.0f, 0.0f);
+    ray.ryOrigin = ray.origin + znRTVector3fPacket(0.0f, 2e-3f, 0.0f);
+    ray.rxDirection = ray.direction + znRTVector3fPacket(1e-2f, 0.0f, 0.0f);
+    ray.ryDirection = ray.direction + znRTVector3fPacket(0.0f, -1e-2f, 0.0f);
+    ray.hasDifferentials = 1;
+    znRTFragment::getPassThroughColor(ray, block, znFloatType<2>(0.5f), all, state);
+    ASSERT_EQ(pane.rays.size(), 2u);
+    for (int i = 0; i < 2; ++i) {
+        SCOPED_TRACE(i);
+        const znRTRayDifferentialPacket& seen = pane.rays[std::size_t(i)];
+        const float z = float(-i), t = float(6 + i);
+        EXPECT_LANES_NEAR(seen.origin.z, z, z, z, z, 2e-5f);
+        EXPECT_LANES_NEAR(seen.direction.z, -1, -1, -1, -1, 1e-6f);
+        EXPECT_LANES_EQ(seen.weight.x, 0.25f, 0.25f, 0.25f, 0.25f);
+        EXPECT_LANES_EQ(seen.weight.z, 0.125f, 0.125f, 0.125f, 0.125f);
+        const znFloatType<2> dx = seen.rxOrigin.x + seen.rxDirection.x - seen.origin.x;
+        const znFloatType<2> dy = seen.ryOrigin.y + seen.ryDirection.y - seen.origin.y;
+        const float x = 1e-3f + 1e-2f * t, y = 2e-3f - 1e-2f * t;
+        EXPECT_LANES_NEAR(dx, x, x, x, x, 1e-5f);
+        EXPECT_LANES_NEAR(dy, y, y, y, y, 1e-5f);
     }
 }
 
