@@ -7,7 +7,7 @@
 #include "host/znRTGeometryNodeBase.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRTSceneHandler.h"
-#include "material/znRTMaterial.h"
+#include "material/znRTLuxMaterial.h"
 #include "render/notAvailable.h"
 #include "render/znRTRenderUtils.h"
 
@@ -90,6 +90,8 @@ void znRTRenderUtils::Initialize()
         s_camera->setImageFilter(
             znPixelfilterFactory::getPixelfilter(znPixelfilterFactory::box, 1.0f, 1.0f));
     }
+    if (!s_luxMaterial)
+        s_luxMaterial = new znRTLuxMaterial;
 }
 
 void znRTRenderUtils::Destroy()

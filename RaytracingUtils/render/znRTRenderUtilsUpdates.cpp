@@ -129,8 +129,11 @@ void updateFromChangeList(znRTAccelerator& scene, const osg::ChangeList* changeL
 
     if (changeFlags & znChangeEnvironment)
         znRTRenderUtils::updateEnvironment();
-    if (settingsChanged || (changeFlags & (znChangeSettings | znChangeEnvironment)))
+    if (settingsChanged || (changeFlags & (znChangeSettings | znChangeEnvironment))) {
         znRTSceneHandler::updateMaterials();
+        if (znRTRenderUtils::s_luxMaterial) // belongs to no scene
+            znRTRenderUtils::s_luxMaterial->update();
+    }
     if (changeFlags & znChangeSelection)
         applySelection();
     updateLighting(changeFlags);

@@ -22,6 +22,8 @@ void updateMaterialsAndLights()
     znRTSceneHandler::updateLights();
     znRTRenderUtils::updateEnvironment();
     znRTSceneHandler::updateMaterials();
+    if (znRTRenderUtils::s_luxMaterial) // belongs to no scene
+        znRTRenderUtils::s_luxMaterial->update();
     znRTRenderUtils::updateVisibilities();
     znRTSceneHandler::updateGeometryLights();
     znRTSceneHandler::updateLightPortals();

@@ -1,13 +1,15 @@
 // Whole frames of every integrator: what is chosen, made and run together.
 
+#include "host/osg/RaytracingSettingsAttachment.h"
 #include "host/osg/SurfaceAnalysisAttachment.h"
-#include "material/znRTDummyMaterial.h"
+#include "material/znRTMaterial.h"
 #include "render/znRTIntegratorTable.h"
 #include "renderFixture.h"
 
 #include <array>
 #include <cmath>
 #include <string>
+#include <utility>
 
 using namespace renderTest;
 using Settings = znRTRaytracingSettings;
@@ -28,7 +30,6 @@ protected:
     void TearDown() override
     {
         Settings::s_renderer = 0;
-        znRTRenderUtils::s_luxMaterial = nullptr;
         znRTSceneHandler::s_currentSurfaceAnalysisSettings = {};
         RenderTest::TearDown();
     }
@@ -55,7 +56,10 @@ TEST_F(IntegratorFrames, ShowSurfacesInEveryModeAndQuality)
             accumulate(isStillFrame ? 4 : 1);
             const ZN_RGBA32F& hit = middle();
             EXPECT_GT(hit.a, 0.9f) << mode;
-            EXPECT_GT(hit.r + hit.g + hit.b, 0.05f) << mode;
+            if (mode == ZN_RENDER_ILLUMINANCE)
+                EXPECT_EQ(hit.r + hit.g + hit.b, 0.0f) << "no light arrives";
+            else
+                EXPECT_GT(hit.r + hit.g + hit.b, 0.05f) << mode;
             EXPECT_EQ(view.pixel(0, 0).a, 0.0f) << mode;
             EXPECT_TRUE(view.guardIsIntact());
         }
@@ -116,13 +120,12 @@ TEST_F(IntegratorFrames, MakeTheTaskAgainWhenTheSceneHasWhatWasMissing)
 {
     view.record.m_renderMode = 6;
     begin();
+    znRTMaterial* const lux = std::exchange(znRTRenderUtils::s_luxMaterial, nullptr);
     ASSERT_FALSE(trace());
     EXPECT_EQ(rendererName(), "znRTNormalRenderingIntegrator");
-    znRTDummyMaterial lux{osg::MaterialPtr()};
-    znRTRenderUtils::s_luxMaterial = &lux;
+    znRTRenderUtils::s_luxMaterial = lux;
     ASSERT_FALSE(trace());
     EXPECT_EQ(rendererName(), "znRTIlluminanceIntegrator");
-    znRTRenderUtils::s_luxMaterial = nullptr;
 
     view.record.m_renderMode = 5;
     ASSERT_FALSE(trace());
@@ -130,6 +133,22 @@ TEST_F(IntegratorFrames, MakeTheTaskAgainWhenTheSceneHasWhatWasMissing)
     showStripes();
     ASSERT_FALSE(trace());
     EXPECT_EQ(rendererName(), "znRTAnalyticRenderingIntegrator");
+}
+
+// The measuring material belongs to no scene, and is told of the quality of a frame all the same.
+TEST_F(IntegratorFrames, MeasureWithTheLightThatTheQualityOfTheFrameAsksFor)
+{
+    const auto settings = znRTSceneHandler::getRaytracingSettingsAttachment();
+    const int interactive = settings->getInteractiveQualityMode();
+    const int still = settings->getStillFrameQualityMode();
+    settings->setInteractiveQualityMode(0);
+    settings->setStillFrameQualityMode(2);
+    for (const bool isStillFrame : {false, true, false}) {
+        begin(isStillFrame);
+        EXPECT_EQ(znRTRenderUtils::getLuxMaterial()->getState().fullLighting, isStillFrame);
+    }
+    settings->setInteractiveQualityMode(interactive);
+    settings->setStillFrameQualityMode(still);
 }
 
 TEST_F(IntegratorFrames, FollowTheSelector)
