@@ -12,6 +12,7 @@
 #include "render/pixelStore.h"
 
 #include <array>
+#include <bit>
 #include <cstring>
 
 using namespace renderTest;
@@ -353,6 +354,12 @@ TEST_F(CopyStage, ReadsMattesFromTheirOwnStore)
         EXPECT_EQ(std::memcmp(&out[2 * 8 + 4], &expected, sizeof expected), 0);
         EXPECT_EQ(out[2 * 8 + 4].g, 1.0f); // the whole pixel
     }
+    // Samples that came after the last copy take their ranks.
+    matte.add(4, 2, 0x3f800003, 0x3f800004, 5.0f);
+    request.pass = 33;
+    copyFrame(view.record, request);
+    EXPECT_EQ(std::bit_cast<u32>(out[2 * 8 + 4].r), 0x3f800003u);
+    EXPECT_EQ(out[2 * 8 + 4].g, 0.625f);
     // Other passes without a source leave the output alone.
     out[0].r = 5.0f;
     request.pass = 1;

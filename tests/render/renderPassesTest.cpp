@@ -409,6 +409,19 @@ TEST_F(RenderPasses, ForgetTheMatteOfTheImageBefore)
         EXPECT_NE(std::bit_cast<u32>(matte.getLayer(16, 12, layer).r), ball);
 }
 
+// Indices of hits change with the scene; ids follow names.
+TEST_F(RenderPasses, NameWhatCameBetweenTwoImages)
+{
+    resizeAll(32, 24);
+    makeScene();
+    renderStill(1);
+    addNamed(makeSphere(16, 32), "bead", "glaze", 0, 0, 1.5);
+    renderStill(1);
+    matte.sort();
+    EXPECT_EQ(std::bit_cast<u32>(matte.getLayer(16, 12, 0).r), znRTCryptomatte::hash("/bead/node"));
+    EXPECT_EQ(std::bit_cast<u32>(matte.getLayer(16, 12, 3).r), znRTCryptomatte::hash("glaze"));
+}
+
 // What is asked for by mask comes back in the order of the passes, each finished by its own rules.
 TEST_F(RenderPasses, ComeBackByMaskInTheFormatAskedFor)
 {

@@ -257,10 +257,12 @@ TEST_F(IndirectDisplay, ShowsLightFromOtherSurfacesWithoutTheColourOfTheSurface)
                                                                           mask);
         shaded.layers[ZN_PASS_GLOSSY_INDIRECT_ILLUMINATION].maskedUpdate(znRTColorPacket(0.125f),
                                                                          mask);
+        shaded.layers[ZN_PASS_TRANSLUCENCY_INDIRECT_ILLUMINATION].maskedUpdate(
+            znRTColorPacket(0.25f), mask);
         shaded.layers[ZN_PASS_DIFFUSE_LIGHT].maskedUpdate(znRTColorPacket(9.0f), mask);
     };
     addTwoSquares();
     integrate<znRTIndirectIllumRenderingIntegrator>(downward(placesX, 0.1f));
-    EXPECT_LANES_EQ(fragment.colour.g, 0.625f, 0.0f, 0.625f, background.g);
+    EXPECT_LANES_EQ(fragment.colour.g, 0.875f, 0.0f, 0.875f, background.g);
     EXPECT_LANES_EQ(fragment.colour.a, 1.0f, 1.0f, 1.0f, 0.0f);
 }
