@@ -32,7 +32,7 @@ struct Words
 {
     std::optional<std::string> resolution, crop, camera, eye, at, up, timeLimit, filter, upAxis,
         unit, passes, shownPass, integrator, pick;
-    std::optional<double> fov;
+    std::optional<double> fov, exposure;
     std::string mode = "still", exrLayout = "multipart", exrFloat = "data", exrChannels = "named",
                 pixel;
     std::vector<std::string> limits;
@@ -82,9 +82,14 @@ void addView(CLI::App& command, Options& options, Words& words)
     command.add_option("--view-up", words.up, "Upward direction of the view X,Y,Z");
     command.add_option("--fov", words.fov, "Vertical field of view, degrees")
         ->check(CLI::Range(0.1, 179.0));
-    command.add_option("--integrator", words.integrator,
-                       fmt::format("What to show: {} (default normal, for passes beauty)",
-                                   fmt::join(integrators, ", ")));
+    command
+        .add_option("--exposure", words.exposure,
+                    "Stops that the picture is brightened by before it is tone mapped; EXR and "
+                    "HDR keep the light as it is")
+        ->check(CLI::Range(-50.0, 50.0));
+    command.add_option(
+        "--integrator", words.integrator,
+        fmt::format("What to show: {} (default beauty)", fmt::join(integrators, ", ")));
     command.add_option("-t,--threads", options.threads, "Threads (default: all cores)")
         ->check(CLI::Range(1, 1024));
 }
@@ -253,7 +258,7 @@ void takePasses(const Words& words, Options& options)
     passes.allRgba = words.exrChannels == "rgba";
     options.halfFloat = words.exrFloat == "data";
     const std::size_t shown =
-        findName(words.integrator.value_or("normal"), integrators, "--integrator");
+        findName(words.integrator.value_or("beauty"), integrators, "--integrator");
     options.renderMode = shown < firstVariant ? u32(shown) : beautyMode;
     if (shown >= firstVariant)
         options.renderer = luminanceRenderer + int(shown - firstVariant);
@@ -274,6 +279,7 @@ void takeView(const Words& words, Options& options)
     view.at = point(words.at, "--at");
     view.up = point(words.up, "--view-up");
     view.fov = words.fov;
+    view.exposure = words.exposure;
     view.camera = words.camera.value_or("");
     if (words.camera && words.camera->empty())
         throw UsageError("-c: no camera named");

@@ -24,7 +24,8 @@ struct ViewOptions
     std::optional<std::array<double, 3>> eye; ///< scene units, z up
     std::optional<std::array<double, 3>> at;
     std::optional<std::array<double, 3>> up;
-    std::optional<double> fov; ///< vertical, degrees
+    std::optional<double> fov;      ///< vertical, degrees
+    std::optional<double> exposure; ///< stops; unset leaves what the camera says
 };
 
 /// Which layers are written beside the picture, and how.
@@ -67,7 +68,7 @@ struct Options
     int samples = 64;
     double timeLimit = 0.0; ///< seconds, 0 = none
     bool still = true;
-    u32 renderMode = 1; ///< integrator, a znRenderMode
+    u32 renderMode = 0; ///< integrator, a znRenderMode
     int renderer = -1;  ///< variant of the beauty, see FrameSettings
     std::string filterName = "gaussian";
     double filterWidth = 2.0; ///< pixels, full width

@@ -41,6 +41,17 @@ View makeFramedView(const Options& options, const io::SceneFile& scene)
     return view;
 }
 
+/// Sets the exposure of a camera, in stops; what else it says of tone mapping stays.
+void expose(osg::UberCamera& camera, float stops)
+{
+    osg::FCPtr<osg::TonemappingSettings> tonemapping = camera.getTonemappingSettings();
+    if (!tonemapping) {
+        tonemapping = osg::TonemappingSettings::create();
+        camera.setTonemappingSettings(tonemapping);
+    }
+    tonemapping->setExposure(stops);
+}
+
 } // namespace
 
 View chooseView(const Options& options, const io::SceneFile& scene)
@@ -52,7 +63,11 @@ View chooseView(const Options& options, const io::SceneFile& scene)
         view.camera = osg::UberCamera::Ptr::dcast(findCamera(scene, wanted.camera));
     else if (!isGiven && !scene.cameras.empty())
         view.camera = osg::UberCamera::Ptr::dcast(scene.cameras.front().camera);
-    return view.camera ? view : makeFramedView(options, scene);
+    if (!view.camera)
+        view = makeFramedView(options, scene);
+    if (wanted.exposure)
+        expose(*view.camera, float(*wanted.exposure));
+    return view;
 }
 
 FrameSettings frameSettings(const Options& options)

@@ -454,12 +454,12 @@ TEST(ZnRender, PutsRaysUnderTheRayThatSentThem)
     EXPECT_GE(shadowRays, 4) << result.out;
 }
 
-// Displays that need no light show the same scene in their own ways.
+// The same scene, lit or shown in ways that need no light.
 TEST(ZnRender, ShowsWhatTheIntegratorIsNamedAfter)
 {
     const TemporaryFolder folder;
     std::set<std::string> pictures;
-    for (const char* name : {"normal", "discontinuity", "occlusion", "debug"}) {
+    for (const char* name : {"beauty", "normal", "discontinuity", "occlusion", "debug"}) {
         const std::string picture = folder.path(std::string(name) + ".png");
         const ProgramResult result =
             znrender({studio, "-o", picture, "-r", "64x36", "-s", "1", "--integrator", name, "-q"});
@@ -467,7 +467,39 @@ TEST(ZnRender, ShowsWhatTheIntegratorIsNamedAfter)
         std::ifstream file(picture, std::ios::binary);
         pictures.emplace(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     }
-    EXPECT_EQ(pictures.size(), 4u);
+    EXPECT_EQ(pictures.size(), 5u);
+}
+
+// A stop is a factor of two of the light, which the sRGB curve (IEC 61966-2-1) of the picture
+// hides; pictures of light keep it.
+TEST(ZnRender, ExposesThePictureByStops)
+{
+    const auto light = [](float encoded) {
+        return encoded <= 0.04045f ? encoded / 12.92f : std::pow((encoded + 0.055f) / 1.055f, 2.4f);
+    };
+    const TemporaryFolder folder;
+    std::vector<io::ImageData> pictures, lights;
+    for (const std::string stops : {"-5", "-6"}) {
+        const std::string picture = folder.path(stops + ".png"), hdr = folder.path(stops + ".hdr");
+        const ProgramResult result =
+            znrender({studio, "-o", picture, "-o", hdr, "-r", "64x36", "-s", "1", "--bit-depth",
+                      "16", "--exposure", stops, "-q"});
+        ASSERT_EQ(result.exitCode, 0) << result.error;
+        pictures.push_back(io::readImage(picture));
+        lights.push_back(io::readImage(hdr));
+    }
+    EXPECT_EQ(lights[0].values, lights[1].values);
+    u32 compared = 0;
+    for (u32 y = 0; y < 36; ++y)
+        for (u32 x = 0; x < 64; ++x) {
+            const float bright = light(pictures[0].getNormalized(x, y, 1));
+            const float dim = light(pictures[1].getNormalized(x, y, 1));
+            if (bright < 0.05f || bright > 0.95f)
+                continue;
+            EXPECT_NEAR(bright / dim, 2.0f, 0.01f) << x << " " << y;
+            ++compared;
+        }
+    EXPECT_GT(compared, 1000u);
 }
 
 TEST(ZnRender, StopsWhenTheTimeIsUp)
