@@ -51,7 +51,8 @@ void checkDifferent(const Options& options)
     std::set<std::filesystem::path> seen;
     for (const std::string& path : paths) {
         std::error_code ignored;
-        const auto real = std::filesystem::weakly_canonical(std::filesystem::absolute(path), ignored);
+        const auto real =
+            std::filesystem::weakly_canonical(std::filesystem::absolute(path), ignored);
         if (!seen.insert(ignored ? std::filesystem::path(path) : real).second)
             throw UsageError(fmt::format("{}: is named twice as output", io::printable(path)));
     }
@@ -165,7 +166,8 @@ void writeOutputs(const Options& options, const osg::CameraPtr& camera, FrameDri
     for (const std::string& output : options.outputs) {
         try {
             if (hasPasses(options, output))
-                writePassFiles(options, output, camera, driver.getCryptomatte(), part);
+                writePassFiles(options, output, camera, driver.getCryptomatte(), statistics.samples,
+                               part);
             else
                 writePicture(options, output, driver, statistics);
         } catch (const io::OutputError& error) {

@@ -145,7 +145,7 @@ std::optional<osg::Matrix> worldToNdc(const Options& options, const osg::CameraP
     const osg::UberCameraPtr uber = osg::UberCamera::Ptr::dcast(camera);
     const auto toCamera = worldToCamera(camera);
     if (!uber || !toCamera || uber->getProjectionMode() != osg::UberCamera::perspective ||
-        uber->getFovAxis() != osg::UberCamera::vertical)
+        uber->getFovAxis() != osg::UberCamera::vertical || uber->getLensShift() != osg::Vec2f(0, 0))
         return std::nullopt;
     const float n = uber->getNear(), f = uber->getFar();
     const float scaleY = 1.0f / std::tan(0.5f * uber->getFov() * 3.14159265f / 180.0f);
@@ -161,16 +161,16 @@ std::optional<osg::Matrix> worldToNdc(const Options& options, const osg::CameraP
     return projection;
 }
 
-io::ExrDescription descriptionOf(const Options& options, const osg::CameraPtr& camera)
+io::ExrDescription descriptionOf(const Options& options, const osg::CameraPtr& camera, int samples)
 {
     const nlohmann::ordered_json settings = {
         {"mode", options.still ? "still" : "interactive"},
-        {"samples", options.samples},
+        {"samples", samples},
         {"filter", fmt::format("{}:{}", options.filterName, options.filterWidth)}};
     io::ExrDescription description;
     description.texts = {{"Software", fmt::format("znrender {}", ZN_VERSION)},
                          {"zn/version", ZN_VERSION},
-                         {"zn/samples", std::to_string(options.samples)},
+                         {"zn/samples", std::to_string(samples)},
                          {"zn/settings", settings.dump()}};
     if (const auto matrix = worldToCamera(camera))
         description.worldToCamera = toRows(*matrix);
@@ -192,7 +192,8 @@ std::vector<std::string> passFiles(const Options& options, const std::string& ou
 }
 
 void writePassFiles(const Options& options, const std::string& output, const osg::CameraPtr& camera,
-                    const znRTCryptomatte* matte, const std::function<io::ImageData(u32)>& image)
+                    const znRTCryptomatte* matte, int samples,
+                    const std::function<io::ImageData(u32)>& image)
 {
     const std::vector<u32> passes = writtenPasses(options);
     std::vector<io::ExrPart> parts;
@@ -204,7 +205,7 @@ void writePassFiles(const Options& options, const std::string& output, const osg
         options.overwrite ? io::OutputFile::Existing::replace : io::OutputFile::Existing::refuse;
     write.layout = options.passes.layout == PassOptions::Layout::flat ? io::ExrLayout::flat
                                                                       : io::ExrLayout::parts;
-    io::ExrDescription description = descriptionOf(options, camera);
+    io::ExrDescription description = descriptionOf(options, camera, samples);
     // Readers look for mattes in the first header or in that of the part; both tell.
     for (const MatteType& type : matteTypes) {
         const bool isWritten = std::any_of(passes.begin(), passes.end(),

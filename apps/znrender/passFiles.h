@@ -15,8 +15,10 @@
 /// All files that an output with passes becomes: one, or one per pass.
 std::vector<std::string> passFiles(const Options& options, const std::string& output);
 
-/// @param matte  names of the id mattes; null without
-/// @param image  makes the picture of a pass, RGBA floats
+/// @param matte    names of the id mattes; null without
+/// @param samples  that every pixel received
+/// @param image    makes the picture of a pass, RGBA floats
 /// @throws io::OutputError
 void writePassFiles(const Options& options, const std::string& output, const osg::CameraPtr& camera,
-                    const znRTCryptomatte* matte, const std::function<io::ImageData(u32)>& image);
+                    const znRTCryptomatte* matte, int samples,
+                    const std::function<io::ImageData(u32)>& image);

@@ -96,10 +96,10 @@ int runRender(const Options& options)
     if (report.samples == 0)
         throw std::runtime_error("stopped before the first sample; nothing was written");
 
+    statistics.take(report, driver.view(), settings);
     start = Clock::now();
     writeOutputs(options, view.camera.get(), driver, statistics);
     statistics.writeSeconds = secondsSince(start) - statistics.copySeconds;
-    statistics.take(report, driver.view(), settings);
     if (!options.statsFile.empty())
         statistics.write(options.statsFile);
     return report.outcome == FrameReport::Outcome::stopped ? exitPartial : exitDone;

@@ -286,6 +286,13 @@ TEST(Passes, TakeFloatsAndFourChannelsWhenAsked)
             EXPECT_EQ(c.channel().type, Imf::FLOAT) << c.name();
 }
 
+TEST(Passes, TellHowManySamplesTheyHave)
+{
+    // No sample takes less than this time.
+    const RenderedPasses stopped({"--passes", "normal", "-s", "64", "--time-limit", "0.000001"});
+    EXPECT_EQ(textOf(ExrFile(stopped.path).header(0), "zn/samples"), "1");
+}
+
 // A cropped file says where in the image its pixels stand.
 TEST(Passes, KeepTheirPlaceWhenCropped)
 {
@@ -402,6 +409,42 @@ TEST(IdMattes, RankIdsWhoseCoveragesSumToOne)
             }
         EXPECT_GT(mixed, 100) << type; // edges
     }
+}
+
+// 1,500 objects with names of 60 bytes: the list is longer than the 64 kB that a header should
+// have.
+TEST(IdMattes, PutLongListsOfNamesBesideThePicture)
+{
+    const TemporaryFolder folder;
+    nlohmann::json root = {
+        {"asset", {{"version", "2.0"}}},
+        {"meshes", {{{"primitives", {{{"attributes", {{"POSITION", 0}}}}}}}}},
+        {"accessors",
+         {{{"bufferView", 0}, {"componentType", 5126}, {"count", 3}, {"type", "VEC3"}}}},
+        {"bufferViews", {{{"buffer", 0}, {"byteLength", 36}}}},
+        {"buffers", {{{"byteLength", 36}, {"uri", "a.bin"}}}}};
+    const float points[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+    folder.write("a.bin", std::string(reinterpret_cast<const char*>(points), sizeof(points)));
+    for (int i = 0; i < 1500; ++i) {
+        std::string name = "object" + std::to_string(i);
+        name.resize(60, 'x');
+        root["nodes"].push_back(
+            {{"name", name}, {"mesh", 0}, {"translation", {i % 50, i / 50, 0}}});
+        root["scenes"][0]["nodes"].push_back(i);
+    }
+    const std::string scene = folder.write("a.gltf", root.dump());
+    const std::string path = folder.path("many objects.exr");
+    const ProgramResult result =
+        znrender({scene, "-o", path, "--passes", "cryptoObject00", "-r", "64x64", "-s", "1", "-q"});
+    ASSERT_EQ(result.exitCode, 0) << result.error;
+    ExrFile file(path);
+    EXPECT_EQ(textOf(file.header(0), matteKey("cryptoObject", "manifest")), "");
+    const std::string sidecar = textOf(file.header(0), matteKey("cryptoObject", "manif_file"));
+    EXPECT_EQ(sidecar, "many objects.cryptoObject.json");
+    const auto manifest = nlohmann::json::parse(folder.read(sidecar));
+    EXPECT_EQ(manifest.size(), 1500u);
+    for (const auto& [name, id] : manifest.items())
+        ASSERT_EQ(id, hex(idOf(name))) << name;
 }
 
 TEST(Passes, AreRefusedWhereTheyMakeNoSense)
