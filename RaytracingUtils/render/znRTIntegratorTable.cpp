@@ -68,12 +68,23 @@ const znRTIntegratorRow integratorRows[] = {
     {"znRTAnalyticRenderingIntegrator", ZN_OFFERS_ANALYSIS, &createAnalyticTask},
 };
 
+/// What a picture needs. Layers of geometry are filled without any shading; and whoever asks for
+/// layers wants the colours of surfaces, and black where no light is, never a display aid.
+u32 needsOf(const znRTIntegratorChoice& choice, u32 needs, bool showsLayers)
+{
+    if (isDataPass(u32(choice.passIndex)))
+        return 0;
+    if (showsLayers && needs == ZN_OFFERS_SHADING)
+        return ZN_OFFERS_COLORS;
+    return needs;
+}
+
 /// The integrator that renders what is meant.
-const znRTIntegratorRow& rowOf(const znRTIntegratorChoice& choice, u32 offers)
+/// @param showsLayers  all layers are rendered, or one that is not the beauty
+const znRTIntegratorRow& rowOf(const znRTIntegratorChoice& choice, bool showsLayers, u32 offers)
 {
     const znRTIntegratorRow& row = *findIntegratorRow(choice.name);
-    // Layers of geometry are filled without any shading.
-    const u32 needs = isDataPass(u32(choice.passIndex)) ? 0 : row.needs;
+    const u32 needs = needsOf(choice, row.needs, showsLayers);
     if ((needs & ~offers) == 0)
         return row;
     static znRTOnceWarning noShading(
@@ -127,7 +138,7 @@ znRTIntegratorChoice chooseIntegrator(u32 renderMode, u32 selector, u32 currentP
         choice.name = "znRTDistributedIntegrator";
         break;
     }
-    choice.row = &rowOf(choice, offers);
+    choice.row = &rowOf(choice, passesEnabled || choice.passIndex != 0, offers);
     return choice;
 }
 
@@ -141,12 +152,10 @@ const znRTIntegratorRow* findIntegratorRow(std::string_view name)
 
 namespace {
 
-/// Whether shading would show anything: a surface that shades, and light that shines.
-bool showsShading(const znRTAccelerator& scene)
+bool hasLight(const znRTAccelerator& scene)
 {
     const znDynArray<znRTLight*>& lights = scene.getLights();
-    return scene.hasShadingMaterials() &&
-           std::any_of(lights.begin(), lights.end(),
+    return std::any_of(lights.begin(), lights.end(),
                        [](const znRTLight* light) { return light->isOn(); });
 }
 
@@ -157,8 +166,9 @@ u32 getSceneOffers()
     const znRTAccelerator* const scene = znRTRenderUtils::getCurrentAccelerator();
     const bool hasStripes = znRTSceneHandler::s_currentSurfaceAnalysisSettings.getMode() !=
                             znRTSurfaceAnalysisSettings::off;
-    const bool hasShading = scene && showsShading(*scene);
-    return (hasShading ? ZN_OFFERS_SHADING : 0u) |
+    const bool hasColors = scene && scene->hasShadingMaterials();
+    const bool hasShading = hasColors && hasLight(*scene);
+    return (hasShading ? ZN_OFFERS_SHADING : 0u) | (hasColors ? ZN_OFFERS_COLORS : 0u) |
            (znRTRenderUtils::getLuxMaterial() ? ZN_OFFERS_LUX : 0u) |
            (hasShading || hasStripes ? ZN_OFFERS_ANALYSIS : 0u);
 }

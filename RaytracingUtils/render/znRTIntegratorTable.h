@@ -10,10 +10,11 @@
 
 /// What integrators need besides hits; bits.
 enum znRTSceneOffer : u32 {
-    ZN_OFFERS_SHADING = 1,  ///< a material with a shading class of its own
+    ZN_OFFERS_SHADING = 1,  ///< a material with a shading class of its own, and light on it
     ZN_OFFERS_LUX = 2,      ///< the measuring material
     ZN_OFFERS_ANALYSIS = 4, ///< shading, or a light of surface analysis
-    ZN_OFFERS_EVERYTHING = 7
+    ZN_OFFERS_COLORS = 8,   ///< a material with a shading class of its own, lit or not
+    ZN_OFFERS_EVERYTHING = 15
 };
 
 /// Offers of the current scene and settings.

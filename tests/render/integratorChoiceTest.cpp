@@ -105,6 +105,12 @@ TEST(IntegratorChoice, ShowsNormalsWhereTheSceneLacksWhatIsNeeded)
     EXPECT_EQ(shown(4, 0, 0, 0), normals);
     EXPECT_EQ(shown(5, 0, 0, 0), normals);
     EXPECT_EQ(shown(5, 0, 0, ZN_OFFERS_ANALYSIS), "znRTAnalyticRenderingIntegrator");
+    // Layers hold the colours of surfaces without any light.
+    EXPECT_EQ(shown(0, 0, 0, ZN_OFFERS_COLORS), normals);
+    EXPECT_EQ(shown(0, 0, 10, ZN_OFFERS_COLORS), "znRTDistributedPassesIntegrator");
+    EXPECT_STREQ(chooseIntegrator(0, 0, 0, true, false, ZN_OFFERS_COLORS).row->name,
+                 "znRTDistributedIntegrator");
+    EXPECT_EQ(chooseIntegrator(0, 0, 0, true, false, 0).row->name, normals);
     // Layers of geometry need no light.
     EXPECT_EQ(shown(0, 0, 2, 0), normals);
     for (u32 pass : {31u, 32u, 39u, 40u, 41u, 42u})
