@@ -1,5 +1,6 @@
 #include "camera/znRTCamera.h"
 
+#include "accel/znRTAccelerator.h"
 #include "camera/znRTBlendingMapFragmentShader.h"
 #include "camera/znRTEnvironmentLens.h"
 #include "camera/znRTFragmentShader.h"
@@ -14,6 +15,7 @@
 #include "host/osg/TonemappingSettings.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znUberCameraUtils.h"
+#include "light/znRTUPointLight.h"
 #include "render/notAvailable.h"
 #include "render/znRTRenderUtils.h"
 
@@ -30,6 +32,19 @@ znRTCamera::~znRTCamera()
     setFragmentShader(nullptr);
 }
 
+namespace {
+
+/// The headlight shines from the camera, whatever its node says.
+void moveHeadlight(const osg::Matrix4d& worldToCamera)
+{
+    const znRTAccelerator* const scene = znRTRenderUtils::getCurrentAccelerator();
+    znRTLight* const light = scene ? scene->getHeadlight() : nullptr;
+    if (light && light->isOfType(znRTUPointLight::id))
+        static_cast<znRTUPointLight*>(light)->followCamera(osg::Matrix(worldToCamera));
+}
+
+} // namespace
+
 void znRTCamera::update(osg::Camera* newCamera, unsigned renderWidth, unsigned renderHeight,
                         unsigned outputWidth, unsigned outputHeight, unsigned newIteration)
 {
@@ -43,6 +58,7 @@ void znRTCamera::update(osg::Camera* newCamera, unsigned renderWidth, unsigned r
         Settings::s_qualityMode = isOffsetCamera() ? Settings::stillFrame : Settings::interactive;
     updatePixelFilter();
     publishMatrices();
+    moveHeadlight(worldToCamera);
     updateFragmentShader();
     updateLens();
     tellOfFog();

@@ -7,22 +7,23 @@
 
 struct znRTLightAttenuation
 {
-    unsigned type = 2; ///< 0 none, 1 linear, above: inverse square
-    float constant = 0.0f, linear = 0.0f, quadratic = 1.0f;
+    unsigned attenuationType = 2; ///< 0 none, 1 linear, above: inverse square
+    /// Constant, linear and quadratic term.
+    float attenuationCoefficients[3] = {0.0f, 0.0f, 1.0f};
 
     /// The falloff of a kind: 1, d or d^2.
     void set(unsigned newType)
     {
-        type = newType;
-        constant = newType == 0 ? 1.0f : 0.0f;
-        linear = newType == 1 ? 1.0f : 0.0f;
-        quadratic = newType >= 2 ? 1.0f : 0.0f;
+        attenuationType = newType;
+        for (unsigned power = 0; power < 3; ++power)
+            attenuationCoefficients[power] = power == (newType < 2 ? newType : 2) ? 1.0f : 0.0f;
     }
 
     /// What the intensity is divided by: c + d (l + q d).
     znFloatType<2> denominator(const znFloatType<2>& distance) const
     {
-        return distance * (distance * quadratic + linear) + constant;
+        const float* const c = attenuationCoefficients;
+        return distance * (distance * c[2] + c[1]) + c[0];
     }
 
     /// Brings the strengths of different falloffs to one scale, so that lights can be ranked: at
@@ -30,6 +31,6 @@ struct znRTLightAttenuation
     /// @param unit  scene units per metre
     float strengthScale(float unit) const
     {
-        return type == 0 ? unit * unit : type == 1 ? unit : 1.0f;
+        return attenuationType == 0 ? unit * unit : attenuationType == 1 ? unit : 1.0f;
     }
 };

@@ -37,7 +37,7 @@ bool znRTUAreaLight::updateAreaLight()
     if (!light || m_transforms.empty())
         return false;
     attenuation.set(unsigned(light->getAttenuationType()));
-    lightKind = int(attenuation.type >= 2 ? unsigned(physicalKind) : attenuation.type);
+    lightKind = std::min(int(attenuation.attenuationType), physicalKind);
     const float unit = znSceneDataManager::getSceneData(0)->getUnitsPerMetre();
     strength = attenuation.strengthScale(unit);
     maxIntensity *= strength;

@@ -50,6 +50,19 @@ bool znRTUPointLight::updatePointLight()
     attenuation.set(unsigned(light->getAttenuationType()));
     maxIntensity *= attenuation.strengthScale(unit);
 
+    readPlace();
+    return true;
+}
+
+void znRTUPointLight::followCamera(const osg::TransformationMatrix<float>& worldToCamera)
+{
+    setWorldToLightMatrix(worldToCamera);
+    if (!m_transforms.empty())
+        readPlace();
+}
+
+void znRTUPointLight::readPlace()
+{
     const osg::TransformationMatrix<float>& toWorld = m_transforms.front();
     const osg::Vec3f place = toWorld.getTranslation();
     position = {place[0], place[1], place[2]};
@@ -67,7 +80,6 @@ bool znRTUPointLight::updatePointLight()
     hasProfile = setupIESProfile(attachment.get(), position, right, up, forward, profile);
     if (!hasProfile)
         profile.reset();
-    return true;
 }
 
 znRTColorPacket znRTUPointLight::photonColor() const

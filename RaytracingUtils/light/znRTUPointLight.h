@@ -37,6 +37,9 @@ public:
     znFloatType<2> getDistance(const znRTVector3fPacket& from) const override;
     znRTVector3fPacket getLightVector(const znRTVector3fPacket& from) const override;
 
+    /// Takes the place of a camera, for the light that goes with it. It lasts until update().
+    void followCamera(const osg::TransformationMatrix<float>& worldToCamera);
+
     const znRTVector3f& getPosition() const { return position; }
     const znRTLightAttenuation& getAttenuation() const { return attenuation; }
     const znRTLightProfile* getProfile() const { return hasProfile ? profile.get() : nullptr; }
@@ -48,6 +51,8 @@ protected:
     /// Colour, attachment, place, falloff and profile.
     /// @return false when the core is no point light: nothing has changed then
     bool updatePointLight();
+    /// Position, axes and profile by the transform in force.
+    void readPlace();
     /// Profile, or the value without one, per channel.
     znRTColorPacket directionalValue(const znRTVector3fPacket& direction,
                                      const znFloatType<2>& mask, znFloatType<2> value) const;

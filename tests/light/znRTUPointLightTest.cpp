@@ -145,6 +145,18 @@ TEST_F(PointLight, SendsAsMuchByPhotonsAsSamplingFinds)
     EXPECT_LANES_NEAR(dot(direction, normal), 1, 1, 1, 1, 1e-5f);
 }
 
+TEST_F(PointLight, MayGoWithTheCamera)
+{
+    light.update();
+    osg::Matrix worldToCamera;
+    worldToCamera[3][1] = -8.0f;
+    light.followCamera(worldToCamera);
+    EXPECT_EQ(light.getPosition(), znRTVector3f(0, 8, 0));
+    EXPECT_LANES_NEAR(light.getDistance(inAllLanes(0, 3, 0)), 5, 5, 5, 5, 1e-6f);
+    light.update();
+    EXPECT_EQ(light.getPosition(), znRTVector3f(1, 2, 3));
+}
+
 TEST_F(PointLight, IsLeftAsItWasByACoreOfAnotherKind)
 {
     PlacedCore<osg::UDirectionalLight> other;
