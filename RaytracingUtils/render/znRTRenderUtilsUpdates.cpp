@@ -136,9 +136,10 @@ void updateFromChangeList(znRTAccelerator& scene, const osg::ChangeList* changeL
     }
     if (changeFlags & znChangeSelection)
         applySelection();
-    updateLighting(changeFlags);
     if (needsTree || (changeFlags & treeChanges))
         scene.build(buildQuality);
+    // Behind the build: it tells which meshes emit and how large the scene is.
+    updateLighting(changeFlags);
 }
 
 } // namespace
@@ -179,8 +180,8 @@ void znRTRenderUtils::rebuild(std::vector<osg::NodePtr>& geometries,
     createNodes(geometries, lights);
     s_currentAccelerator->updateGeometryList();
     znRTSceneHandler::updateLights();
-    updateLighting(znLightChanges);
     rebuildAll();
+    updateLighting(znLightChanges);
     s_forceRebuild = false;
     s_isActive = true;
 }
