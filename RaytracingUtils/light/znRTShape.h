@@ -23,8 +23,9 @@ struct znRTShapePoint
 {
     znRTVector3fPacket position;
     znRTVector3fPacket normal; ///< unit, on the side that emits
-    znRTVector2fPacket uv;     ///< texture coordinates, as the emission texture is laid on
-    znFloatType<2> pdf;        ///< with which it was drawn, per area
+    /// Texture coordinates, as the emission texture is laid on; spheres without one give 0.
+    znRTVector2fPacket uv;
+    znFloatType<2> pdf; ///< with which it was drawn, per area
 };
 
 /// A photon's ray per lane.

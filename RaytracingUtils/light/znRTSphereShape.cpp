@@ -46,9 +46,12 @@ znRTShapePoint znRTSphereShape::pointAt(const znRTVector3fPacket& outward,
     znRTShapePoint point;
     point.position = centrePacket + outward * znFloatType<2>(radius);
     point.normal = outward;
-    // u counts from y towards x, as environments do.
-    const znRTVector3fPacket turned[3] = {axes[1], axes[0], axes[2]};
-    point.uv = directionToPolar(turned, outward);
+    point.uv = {0.0f, 0.0f};
+    if (textureSampler || distributionCount != 0) {
+        // u counts from y towards x, as environments do.
+        const znRTVector3fPacket turned[3] = {axes[1], axes[0], axes[2]};
+        point.uv = directionToPolar(turned, outward);
+    }
     point.pdf = pdf;
     return point;
 }
@@ -103,11 +106,17 @@ void znRTSphereShape::samplePointFromOrigin(const znRTVector3fPacket& origin, zn
                                             const znRTVector2fPacket& u,
                                             znRTShapePoint& point) const
 {
-    samplePoint(mask, u.x, u.y, point);
-    if (distributionCount != 0)
+    if (distributionCount != 0) {
+        samplePoint(mask, u.x, u.y, point);
         return;
+    }
     znFloatType<2> distance2, outside;
     const znFloatType<2> height = subtendedHeight(origin, distance2, outside);
+    // Lanes inside, and those off the mask, take any point of the sphere.
+    if (everyLane(mask & outside))
+        point = pointAt(znRTVector3fPacket(0.0f, 0.0f, 1.0f), 0.0f);
+    else
+        samplePoint(mask, u.x, u.y, point);
     outside &= mask;
     if (!anyLane(outside))
         return;
