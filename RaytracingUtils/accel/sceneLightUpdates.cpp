@@ -5,7 +5,9 @@
 #include "host/osg/Node.h"
 #include "host/osg/UberLight.h"
 #include "host/znLog.h"
+#include "light/znRTLightBVH.h"
 
+#include <algorithm>
 #include <atomic>
 
 void znRTAccelerator::addLight(const osg::NodePtr& node)
@@ -66,7 +68,13 @@ void znRTAccelerator::updateGeometryLights()
 
 void znRTAccelerator::listLights()
 {
+    const std::vector<znRTLight*> before(lights.begin(), lights.end());
     sceneLights->list(lights, lensFlares);
+    if (std::equal(lights.begin(), lights.end(), before.begin(), before.end()))
+        return;
+    // The tree must not lead to lights that are gone.
+    lightHierarchy->clear();
+    hierarchyIsCurrent = false;
 }
 
 void znRTAccelerator::addGeometryLight(znRTGeometryNode* node)

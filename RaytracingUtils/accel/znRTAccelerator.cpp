@@ -7,6 +7,9 @@
 #include "host/osg/Geometry.h"
 #include "host/osg/Surface.h"
 #include "host/znLog.h"
+#include "light/znRTInfiniteAreaLight.h"
+#include "light/znRTLightBVH.h"
+#include "light/znRTLightPortalNode.h"
 #include "material/znRTMaterial.h"
 #include "render/znRTRenderUtils.h"
 
@@ -44,7 +47,11 @@ void makeHomogeneous(osg::Surface& surface)
 
 } // namespace
 
-znRTAccelerator::znRTAccelerator() : sceneLights(std::make_unique<znRTSceneLights>()) {}
+znRTAccelerator::znRTAccelerator()
+    : sceneLights(std::make_unique<znRTSceneLights>()),
+      lightHierarchy(std::make_unique<znRTLightBVH>())
+{
+}
 
 znRTAccelerator::~znRTAccelerator()
 {
@@ -62,7 +69,9 @@ void znRTAccelerator::clear()
     sceneLights->clear();
     headlightId = 0;
     lights.clear();
-    environmentLight = nullptr;
+    clearEnvironmentLights();
+    lightHierarchy->clear();
+    hierarchyIsCurrent = false;
     lightPowers.clear();
     lightDistribution.clear();
     lightDistributionWithEnv.clear();
@@ -71,6 +80,7 @@ void znRTAccelerator::clear()
     rayGeometryLights.clear();
     lensFlares.clear();
     lightPortals.clear();
+    portals.clear();
     clippingShapesByNode.clear();
     clippingShapes.clear();
     participatingMedia.clear();
@@ -266,41 +276,7 @@ bool znRTAccelerator::reinitObject(unsigned int index)
     return true;
 }
 
-// Environments, clipping shapes, image quads: their containers stand, their objects do not exist
-// yet.
-
-void znRTAccelerator::addEnvironmentLight(const osg::MaterialPtr& material)
-{
-    static std::atomic<bool> isTold{false};
-    if (!material)
-        znLog::error("NO ENV MATERIAL");
-    else
-        tellOnce(isTold, "Environments do not shine yet");
-}
-
-bool znRTAccelerator::deleteEnvironmentLight(unsigned long long)
-{
-    return false;
-}
-
-bool znRTAccelerator::deleteEnvironmentLight(const osg::MaterialPtr& material)
-{
-    if (!material)
-        znLog::error("EnvironmentLightPtr invalid, can not delete it\n");
-    return false;
-}
-
-znRTLight* znRTAccelerator::getEnvironmentLight(const osg::MaterialPtr&)
-{
-    return nullptr;
-}
-
-znRTLight* znRTAccelerator::getEnvironmentLight(unsigned int)
-{
-    return nullptr;
-}
-
-void znRTAccelerator::updateEnvironmentLights() {}
+// Clipping shapes, image quads: their containers stand, their objects do not exist yet.
 
 bool znRTAccelerator::updateClippingShape(const osg::NodePtr& node, unsigned int& flags)
 {
@@ -333,7 +309,6 @@ void znRTAccelerator::applyImageQuadChanges()
 }
 
 void znRTAccelerator::updateRayGeometryLights() {}
-void znRTAccelerator::updateLightPortals() {}
 
 void znRTAccelerator::setListed(std::vector<znRTGeometryNode*>& list, znRTGeometryNode* node,
                                 bool isListed)
@@ -353,16 +328,6 @@ void znRTAccelerator::addRayGeometryLight(znRTGeometryNode* node)
 void znRTAccelerator::deleteRayGeometryLight(znRTGeometryNode* node)
 {
     setListed(rayEmittingNodes, node, false);
-}
-
-void znRTAccelerator::addLightPortal(znRTGeometryNode* node)
-{
-    setListed(portalNodes, node, true);
-}
-
-void znRTAccelerator::deleteLightPortal(znRTGeometryNode* node)
-{
-    setListed(portalNodes, node, false);
 }
 
 void znRTAccelerator::addParticipatingMedia(znRTGeometryNode* node)

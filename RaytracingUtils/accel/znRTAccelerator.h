@@ -27,6 +27,7 @@ class znRTGeometryNode;
 class znRTHitInfoPacket;
 class znRTHitInfoPacketBundle;
 class znRTImageQuad;
+class znRTInfiniteAreaLight;
 class znRTLensFlare;
 class znRTLight;
 class znRTLightBVH;
@@ -87,11 +88,14 @@ public:
     znRTGeometryNodeBase* getGeometryNodeBase(unsigned long long index) override;
     void addGeometryNode(const osg::NodePtr& node, const osg::NodeCorePtr& core) override;
     bool deleteGeometry(unsigned long long id) override;
+    /// One light per environment; one that is there stays as it is.
     void addEnvironmentLight(const osg::MaterialPtr& material) override;
     bool deleteEnvironmentLight(unsigned long long id) override;
     bool deleteEnvironmentLight(const osg::MaterialPtr& material) override;
     virtual znRTLight* getEnvironmentLight(const osg::MaterialPtr& material);
     virtual znRTLight* getEnvironmentLight(unsigned int index);
+    /// Lets all environments read their containers and chooses the one in force: that of the
+    /// active environment material, else the first that shines.
     virtual void updateEnvironmentLights();
     void setHeadlight(const osg::NodePtr& node) override;
     void addLight(const osg::NodePtr& node) override;
@@ -194,7 +198,8 @@ public:
     const znDistribution1D& getLightDistribution() const { return lightDistribution; }
     /// The same with the environment light as the last one.
     const znDistribution1D& getLightDistributionWithEnv() const { return lightDistributionWithEnv; }
-    /// Over getLightPortals.
+    const znRTLightBVH& getLightHierarchy() const { return *lightHierarchy; }
+    /// Over getLightPortals, as they were at the last updateLightPortals.
     const znDistribution1D& getLightPortalDistribution() const { return lightPortalDistribution; }
     const znDynArray<znRTClippingShape*>& getClippingShapes() const { return clippingShapes; }
     const znDynArray<znRTParticipatingMedia*>& getParticipatingMedia() const
@@ -241,9 +246,13 @@ protected:
     std::unique_ptr<znRTSceneLights> sceneLights; ///< owner of the lights in the list
     u64 headlightId = 0;                          ///< node of the headlight, 0 without
     znDynArray<znRTLight*> lights, rayLights, rayGeometryLights;
-    znRTLight* environmentLight = nullptr;
-    znDynArray<float> lightPowers; ///< of lights, then of the environment light; per unit^2
+    std::vector<std::unique_ptr<znRTInfiniteAreaLight>> environmentLights;
+    znRTLight* environmentLight = nullptr; ///< in force, of the list above
+    znDynArray<float> lightPowers;         ///< of lights, then of the environment light; per unit^2
     znDistribution1D lightDistribution, lightDistributionWithEnv, lightPortalDistribution;
+    std::unique_ptr<znRTLightBVH> lightHierarchy;
+    bool hierarchyIsCurrent = false; ///< it was built from the present list
+    std::vector<std::unique_ptr<znRTLightPortalNode>> portals; ///< owner of lightPortals
     znDynArray<znRTLensFlare*> lensFlares;
     znDynArray<znRTLightPortalNode*> lightPortals;
     std::map<u32, znRTClippingShape*> clippingShapesByNode;
@@ -264,6 +273,8 @@ private:
     void releaseMaterials();
     static void releaseMaterial(u32 id);
     void listLights();
+    void listPortals();
+    void clearEnvironmentLights();
     void setListed(std::vector<znRTGeometryNode*>& list, znRTGeometryNode* node, bool isListed);
 
     osg::Ref<osg::Material> defaultMaterial;

@@ -115,7 +115,7 @@ const znDynArray<znRTParticipatingMedia*>& znRTRenderUtils::getParticipatingMedi
 
 const znRTLightBVH* znRTRenderUtils::getLightHierarchy()
 {
-    return nullptr;
+    return s_currentAccelerator ? &s_currentAccelerator->getLightHierarchy() : nullptr;
 }
 
 const znDistribution1D* znRTRenderUtils::getLightDistribution()

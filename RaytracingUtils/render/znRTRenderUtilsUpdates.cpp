@@ -10,6 +10,7 @@
 #include "host/znRTSceneHandler.h"
 #include "host/znRTSelectionSettings.h"
 #include "host/znSceneDataManager.h"
+#include "light/znRTInfiniteAreaLight.h"
 #include "light/znRTLight.h"
 #include "material/znRTMaterial.h"
 #include "render/notAvailable.h"
@@ -265,7 +266,8 @@ void znRTRenderUtils::updateEnvironment()
 
 void znRTRenderUtils::updateEnvironmentLight()
 {
-    // The environment lights through its own light object, of which the scene has none yet.
+    znRTMaterial::s_environmentLight =
+        static_cast<const znRTInfiniteAreaLight*>(getEnvironmentLight());
 }
 
 void znRTRenderUtils::updateVisibilities()

@@ -1,0 +1,250 @@
+#include "light/znRTInfiniteAreaLight.h"
+
+#include "brdf/lobeMath.h"
+#include "brdf/znRTONB.h"
+#include "host/osg/Materials.h"
+#include "light/parallelLight.h"
+#include "light/znRTInfiniteHemisphereShape.h"
+#include "light/znRTInfiniteSunSkyShape.h"
+#include "light/znRTUEnvironmentLight.h"
+
+#include <algorithm>
+#include <limits>
+
+const znRTTypeId znRTInfiniteAreaLight::id("znRTInfiniteAreaLight");
+
+znRTInfiniteAreaLight::znRTInfiniteAreaLight(const osg::MaterialPtr& material)
+    : znRTUAreaLight(id, nullptr, nullptr), environmentMaterial(material)
+{
+    m_id = material ? material->getId() : 0;
+    m_isOn = false;
+}
+
+znRTInfiniteAreaLight::~znRTInfiniteAreaLight() = default;
+
+void znRTInfiniteAreaLight::chooseShape()
+{
+    const bool isSky = bool(osg::FCPtr<osg::USkylightMaterial>::dcast(environmentMaterial));
+    const znRTTypeId& wanted =
+        isSky ? znRTInfiniteSunSkyShape::id : znRTInfiniteHemisphereShape::id;
+    if (infiniteShape && infiniteShape->isOfType(wanted))
+        return;
+    infiniteShape = nullptr;
+    if (isSky)
+        infiniteShape = new znRTInfiniteSunSkyShape;
+    else
+        infiniteShape = new znRTInfiniteHemisphereShape;
+    shape.reset(infiniteShape);
+}
+
+bool znRTInfiniteAreaLight::update()
+{
+    const bool wasOn = m_isOn;
+    znRTLight::update();
+    m_isOn = false;
+    const auto material = osg::FCPtr<osg::UEnvironmentMaterial>::dcast(environmentMaterial);
+    if (!material) {
+        updateLights();
+        return wasOn;
+    }
+    const znRTEnvironmentAttributes& record = material->getRaytracingAttributes();
+    shadowIntensity = record.shadowIntensity;
+    importanceMultiplier = record.importanceMultiplier;
+    visibleInReflections = record.visibleInReflections;
+    primaryVisibility = record.primaryVisible;
+    chooseShape();
+    if (infiniteShape) {
+        const bool isRead = infiniteShape->setAttributes(environmentMaterial);
+        m_isOn = infiniteShape->isValid() && isRead;
+        numQualitySamples = infiniteShape->getNumSamples();
+        const znRTColor mean = infiniteShape->getAverageColor();
+        maxIntensity = std::max({mean.r, mean.g, mean.b});
+    }
+    updateLights();
+    return wasOn != m_isOn;
+}
+
+void znRTInfiniteAreaLight::updateLights()
+{
+    const auto material = osg::FCPtr<osg::UEnvironmentMaterial>::dcast(environmentMaterial);
+    const bool hasLights =
+        m_isOn && material && material->getUseExtractedLights() && material->getChunk();
+    lights.size = 0;
+    std::vector<std::unique_ptr<znRTUEnvironmentLight>> before;
+    before.swap(ownLights);
+    if (!hasLights)
+        return;
+    for (const auto& container : material->getChunk()->getLights()) {
+        const auto known = std::find_if(before.begin(), before.end(), [&](const auto& light) {
+            return light && light->getContainer() == container;
+        });
+        ownLights.push_back(known != before.end() ? std::move(*known)
+                                                  : std::make_unique<znRTUEnvironmentLight>(
+                                                        material->getChunk(), container));
+        znRTUEnvironmentLight& light = *ownLights.back();
+        light.update();
+        const znRTVector3fPacket world =
+            infiniteShape->toWorld(znRTVector3fPacket(light.getLocalDirection()));
+        light.setWorldDirection({world.x[0], world.y[0], world.z[0]});
+    }
+    lights.reserve(ownLights.size(), false);
+    for (const auto& light : ownLights)
+        lights[lights.size++] = light.get();
+}
+
+znRTVector3fPacket znRTInfiniteAreaLight::getLocalLightDir(const znRTVector3fPacket& d) const
+{
+    return infiniteShape ? infiniteShape->toEnvironment(d) : d;
+}
+
+znRTVector3fPacket znRTInfiniteAreaLight::getLightVector(const znRTVector3fPacket& position,
+                                                         const znRTVector3fPacket& lightPoint,
+                                                         const znFloatType<2>&) const
+{
+    return (lightPoint - position).getNormalized();
+}
+
+znRTVector3fPacket znRTInfiniteAreaLight::getSample(const znRTVector2fPacket& u,
+                                                    znFloatType<2>& pdf,
+                                                    const znFloatType<2>& mask) const
+{
+    znRTVector3fPacket direction(0.0f, 0.0f, 1.0f);
+    znRTVector2fPacket uv;
+    pdf = 0.0f;
+    if (m_isOn)
+        pdf = infiniteShape->sample(u, mask, true, direction, uv);
+    return direction;
+}
+
+znRTVector3fPacket znRTInfiniteAreaLight::getFullSphereSample(const znRTVector2fPacket& u,
+                                                              znFloatType<2>& pdf,
+                                                              znRTVector2fPacket& uv,
+                                                              const znFloatType<2>& mask) const
+{
+    znRTVector3fPacket direction(0.0f, 0.0f, 1.0f);
+    pdf = 0.0f;
+    uv = {0.0f, 0.0f};
+    if (m_isOn)
+        pdf = infiniteShape->sample(u, mask, false, direction, uv);
+    return direction;
+}
+
+znFloatType<2> znRTInfiniteAreaLight::getPDF(const znRTVector3fPacket&,
+                                             const znRTVector3fPacket& direction,
+                                             const znFloatType<2>& mask) const
+{
+    return m_isOn ? infiniteShape->pdf(direction, mask) : znFloatType<2>(0.0f);
+}
+
+float znRTInfiniteAreaLight::getPDF(const znRTVector3f& position, const znRTVector3f&,
+                                    const znRTVector3f& direction) const
+{
+    return getPDF(znRTVector3fPacket(position), znRTVector3fPacket(direction),
+                  znFloatType<2>::allLanes())[0];
+}
+
+znFloatType<2> znRTInfiniteAreaLight::getPDF(const znRTVector3fPacket& position,
+                                             const znRTVector3fPacket&,
+                                             const znRTVector3fPacket& lightPoint,
+                                             const znRTVector3fPacket&, const znFloatType<2>& mask,
+                                             const znFloatType<2>&) const
+{
+    return getPDF(position, getLightVector(position, lightPoint, mask), mask);
+}
+
+znRTColorPacket znRTInfiniteAreaLight::getIntensity(const znRTVector2fPacket& uv,
+                                                    const znFloatType<2>& mask) const
+{
+    return m_isOn ? infiniteShape->evaluateAt(uv, mask) : znRTColorPacket(0.0f);
+}
+
+znRTColorPacket znRTInfiniteAreaLight::getIntensity(const znRTVector3fPacket&,
+                                                    const znRTVector3fPacket& direction,
+                                                    const znRTVector2fPacket&,
+                                                    const znFloatType<2>& mask) const
+{
+    return m_isOn ? infiniteShape->evaluate(direction, mask) : znRTColorPacket(0.0f);
+}
+
+znRTColorPacket znRTInfiniteAreaLight::getIntensity(const znRTVector3fPacket& position,
+                                                    const znRTVector3fPacket& direction,
+                                                    const znRTVector3fPacket&,
+                                                    const znRTVector2fPacket& uv,
+                                                    const znFloatType<2>& mask) const
+{
+    return getIntensity(position, direction, uv, mask);
+}
+
+znRTColorPacket znRTInfiniteAreaLight::getIntensity(const znRTVector3fPacket& position,
+                                                    const znRTVector3fPacket& direction,
+                                                    const znFloatType<2>& mask,
+                                                    znFloatType<2>& pdf) const
+{
+    pdf = getPDF(position, direction, mask);
+    return getIntensity(position, direction, znRTVector2fPacket(0.0f, 0.0f), mask);
+}
+
+float znRTInfiniteAreaLight::getPower() const
+{
+    return m_isOn ? parallelLight::getPower(infiniteShape->getPower()) : 0.0f;
+}
+
+znFloatType<2> znRTInfiniteAreaLight::cullLight(const znRTVector3fPacket&,
+                                                const znRTVector3fPacket&,
+                                                const znFloatType<2>& mask) const
+{
+    return mask;
+}
+
+znFloatType<2> znRTInfiniteAreaLight::getDistance(const znRTVector3fPacket&) const
+{
+    return std::numeric_limits<float>::max();
+}
+
+znRTColorPacket
+znRTInfiniteAreaLight::sample_L_Out(const znRTVector2fPacket& u, const znRTVector2fPacket& v,
+                                    const znFloatType<2>& mask, znRTVector3fPacket& position,
+                                    znRTVector3fPacket& direction, znRTVector3fPacket& normal,
+                                    znFloatType<2>& pdf) const
+{
+    znFloatType<2> directionPdf, diskPdf;
+    znRTVector2fPacket uv;
+    const znRTVector3fPacket toLight = getFullSphereSample(u, directionPdf, uv, mask);
+    znRTONB frame;
+    frame.set(-toLight);
+    parallelLight::samplePosition(frame.n, frame.u, frame.v, v, mask, position, diskPdf);
+    direction = normal = frame.n;
+    pdf = directionPdf * diskPdf;
+    return getIntensity(position, toLight, uv, mask & (pdf > znFloatType<2>(0.0f)));
+}
+
+znFloatType<2> znRTInfiniteAreaLight::getPointOnLightAndPdf(const znRTVector3fPacket& origin,
+                                                            const znRTVector3fPacket&,
+                                                            const znRTVector2fPacket& u,
+                                                            const znFloatType<2>& mask,
+                                                            znRTShapePoint& point) const
+{
+    constexpr float radii = 1e4f; // parallel as seen from inside the scene
+    znFloatType<2> pdf;
+    const znRTVector3fPacket toLight = getFullSphereSample(u, pdf, point.uv, mask);
+    const float distance = std::max(parallelLight::getTarget().radius, 1.0f) * radii;
+    point.position = origin + toLight * znFloatType<2>(distance);
+    point.normal = -toLight;
+    point.pdf = 0.0f;
+    return pdf;
+}
+
+znRTColorPacket znRTInfiniteAreaLight::getAverageIntensity(const znRTVector3fPacket&,
+                                                           const znFloatType<2>& mask) const
+{
+    return m_isOn ? znRTColorPacket(infiniteShape->getAverageColor()) & mask
+                  : znRTColorPacket(0.0f);
+}
+
+znRTColorPacket znRTInfiniteAreaLight::evaluateTexture(const znRTVector3fPacket& lightPoint,
+                                                       const znRTVector2fPacket& uv,
+                                                       const znFloatType<2>& mask) const
+{
+    const znRTVector3fPacket centre(parallelLight::getTarget().center);
+    return getIntensity(centre, (lightPoint - centre).getNormalized(), uv, mask);
+}

@@ -1,0 +1,108 @@
+#pragma once
+
+// The surroundings as a light: an image or a sky on a sphere without end. The lists of lights do
+// not hold it; shading samples it apart, against the lobes by multiple importance sampling.
+//
+// Directions point towards the environment, in world space. Radiance is absolute: the colours of
+// the light are white, its intensity carries everything.
+
+#include "core/znDynArray.h"
+#include "light/znRTInfiniteBaseShape.h"
+#include "light/znRTUAreaLight.h"
+
+#include <vector>
+
+class znRTUEnvironmentLight;
+
+class znRTInfiniteAreaLight : public znRTUAreaLight
+{
+public:
+    static const znRTTypeId id;
+
+    /// @param material  a container of an environment; null leaves the light off
+    explicit znRTInfiniteAreaLight(const osg::MaterialPtr& material);
+    ~znRTInfiniteAreaLight() override;
+
+    /// Reads the environment anew; without one that can shine the light is off.
+    bool update() override;
+    bool emitsCausticPhotons() const override { return false; }
+    znRTColorPacket sample_L_Out(const znRTVector2fPacket& u, const znRTVector2fPacket& v,
+                                 const znFloatType<2>& mask, znRTVector3fPacket& position,
+                                 znRTVector3fPacket& direction, znRTVector3fPacket& normal,
+                                 znFloatType<2>& pdf) const override;
+    float getPDF(const znRTVector3f& position, const znRTVector3f& normal,
+                 const znRTVector3f& direction) const override;
+    znFloatType<2> getPDF(const znRTVector3fPacket& position, const znRTVector3fPacket& direction,
+                          const znFloatType<2>& mask) const override;
+    znFloatType<2> getPDF(const znRTVector3fPacket& position, const znRTVector3fPacket& normal,
+                          const znRTVector3fPacket& lightPoint,
+                          const znRTVector3fPacket& lightNormal, const znFloatType<2>& mask,
+                          const znFloatType<2>& areaPdf) const override;
+    using znRTUAreaLight::getIntensity;
+    znRTColorPacket getIntensity(const znRTVector3fPacket& position,
+                                 const znRTVector3fPacket& direction,
+                                 const znRTVector3fPacket& lightPoint, const znRTVector2fPacket& uv,
+                                 const znFloatType<2>& mask) const override;
+    znRTColorPacket getIntensity(const znRTVector3fPacket& position,
+                                 const znRTVector3fPacket& direction, const znRTVector2fPacket& uv,
+                                 const znFloatType<2>& mask) const override;
+    /// Of the disk that covers the scene, in light from the whole sphere.
+    float getPower() const override;
+    znRTBoundingBox getBoundingBox() const override { return {}; }
+    znFloatType<2> cullLight(const znRTVector3fPacket& position, const znRTVector3fPacket& normal,
+                             const znFloatType<2>& mask) const override;
+    znFloatType<2> getDistance(const znRTVector3fPacket& position) const override;
+    /// A point far outside of the scene in a direction drawn from the full sphere.
+    znFloatType<2> getPointOnLightAndPdf(const znRTVector3fPacket& origin,
+                                         const znRTVector3fPacket& normal,
+                                         const znRTVector2fPacket& u, const znFloatType<2>& mask,
+                                         znRTShapePoint& point) const override;
+    using znRTUAreaLight::getPointOnLightAndPdf;
+    /// The mean of the whole sphere.
+    znRTColorPacket getAverageIntensity(const znRTVector3fPacket& position,
+                                        const znFloatType<2>& mask) const override;
+    /// Radiance in the direction of a point, seen from the middle of the scene.
+    znRTColorPacket evaluateTexture(const znRTVector3fPacket& lightPoint,
+                                    const znRTVector2fPacket& uv,
+                                    const znFloatType<2>& mask) const override;
+
+    // Operations that only environments have.
+
+    /// Unit vector from a position to a point on the light.
+    virtual znRTVector3fPacket getLightVector(const znRTVector3fPacket& position,
+                                              const znRTVector3fPacket& lightPoint,
+                                              const znFloatType<2>& mask) const;
+    /// Draws a direction from the upper half.
+    /// @param u    numbers in [0, 1]
+    /// @param pdf  out: per steradian; 0 where nothing was drawn
+    virtual znRTVector3fPacket getSample(const znRTVector2fPacket& u, znFloatType<2>& pdf,
+                                         const znFloatType<2>& mask) const;
+    /// Draws a direction from the full sphere, whose density getPDF answers.
+    /// @param uv  out: its place in the image, for getIntensity
+    znRTVector3fPacket getFullSphereSample(const znRTVector2fPacket& u, znFloatType<2>& pdf,
+                                           znRTVector2fPacket& uv,
+                                           const znFloatType<2>& mask) const;
+    /// A world direction in the frame of the environment, z up.
+    znRTVector3fPacket getLocalLightDir(const znRTVector3fPacket& direction) const;
+    /// Radiance at a place in the image.
+    znRTColorPacket getIntensity(const znRTVector2fPacket& uv, const znFloatType<2>& mask) const;
+    /// Radiance from a direction with the density of drawing it.
+    znRTColorPacket getIntensity(const znRTVector3fPacket& position,
+                                 const znRTVector3fPacket& direction, const znFloatType<2>& mask,
+                                 znFloatType<2>& pdf) const;
+    /// Lights that were taken out of the environment; empty unless it is set to use them.
+    const znDynArray<znRTLight*>& getEnvironmentLights() const { return lights; }
+
+    const znRTInfiniteBaseShape* getInfiniteShape() const { return infiniteShape; }
+    const osg::MaterialPtr& getEnvironmentMaterial() const { return environmentMaterial; }
+
+private:
+    void updateLights();
+    /// The form that the material asks for, as before where it fits.
+    void chooseShape();
+
+    osg::MaterialPtr environmentMaterial;
+    znRTInfiniteBaseShape* infiniteShape = nullptr; ///< the light's shape
+    std::vector<std::unique_ptr<znRTUEnvironmentLight>> ownLights;
+    znDynArray<znRTLight*> lights;
+};
