@@ -16,8 +16,6 @@ namespace {
 
 using Settings = znRTRaytracingSettings;
 
-constexpr float leastPower = 1e-6f; ///< photometric, of surfaces that are lights
-
 /// One value for the frame: the material's own where it may override, else the settings'.
 /// @param isVetoed  materials may not override
 int selectValue(bool overrides, bool isVetoed, int interactive, int still, int otherwise)
@@ -136,7 +134,7 @@ bool znRTMaterial::isLightSource() const
     const znRTColor light = znRTLight::calculateLightSpectrum(
         a.incandescenceSpectrum, a.incandescenceIntensity, a.incandescenceUnitA,
         a.incandescenceUnitB, a.incandescenceUnitC);
-    return luminance(znRTColorPacket(light))[0] > leastPower;
+    return luminance(znRTColorPacket(light))[0] > s_leastPower;
 }
 
 znRTColorPacket znRTMaterial::useBaking(const znRTColorPacket& a, const znRTColorPacket& b,

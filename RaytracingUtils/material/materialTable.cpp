@@ -3,6 +3,7 @@
 #include "host/osg/Materials.h"
 #include "host/znLog.h"
 #include "material/znRTDummyMaterial.h"
+#include "material/znRTLightMaterial.h"
 #include "material/znRTPhongMaterial.h"
 #include "material/znRTPlainMaterial.h"
 #include "material/znRTPlasticMaterial.h"
@@ -79,7 +80,7 @@ const MaterialRow materialTable[] = {
     substituted<osg::USkylightMaterial, Dummy>("znRTSkylightMaterial"),
     substituted<osg::USphereEnvironmentMaterial, Dummy>("znRTSphereEnvironmentMaterial"),
     substituted<osg::ULayeredMaterial, Dummy>("znRTLayeredMaterial"),
-    substituted<osg::ULightMaterial, Plain>("znRTLightMaterial"),
+    row<osg::ULightMaterial, znRTLightMaterial>(),
     substituted<osg::UXRiteMeasuredMaterial, Dummy>("znRTXRiteMeasuredMaterial"),
     substituted<osg::SwitchMaterial, Dummy>("znRTSwitchMaterial"),
     substituted<osg::MultiPassMaterial, Dummy>("znRTMultipassMaterial"),

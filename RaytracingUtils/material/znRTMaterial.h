@@ -154,6 +154,7 @@ public:
     static unsigned s_maxReflectionDepth;
     static float s_photonRadius;
     static bool s_enableOcclusionPass;
+    static constexpr float s_leastPower = 1e-6f; ///< photometric, of surfaces that are lights
     static const znRTInfiniteAreaLight* s_environmentLight; ///< null without an environment
     /// Luminance of a weight below which a path ends: the first times the second.
     static znFloatType<2> s_minWeightThreshold, s_weightThresholdScale;

@@ -3,6 +3,7 @@
 #include "materialFixture.h"
 
 #include "material/znRTDummyMaterial.h"
+#include "material/znRTLightMaterial.h"
 #include "material/znRTPhongMaterial.h"
 #include "material/znRTPlainMaterial.h"
 #include "material/znRTPlasticMaterial.h"
@@ -35,6 +36,7 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
     };
     const Row rows[] = {{"UPhongMaterial", znRTPhongMaterial::id},
                         {"UPlasticMaterial", znRTPlasticMaterial::id},
+                        {"ULightMaterial", znRTLightMaterial::id},
                         {"SimpleMaterial", znRTSimpleMaterial::id},
                         {"ChunkMaterial", znRTChunkMaterial::id}};
     for (const Row& row : rows) {
@@ -65,8 +67,7 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                                      "USubstanceMaterial",
                                      "ULineChromeMaterial",
                                      "UShadowMaterial",
-                                     "UXrayMaterial",
-                                     "ULightMaterial"};
+                                     "UXrayMaterial"};
     for (const char* name : plainOnes) {
         const osg::Ref<osg::Material> host(make(name));
         ASSERT_TRUE(host.get()) << name;

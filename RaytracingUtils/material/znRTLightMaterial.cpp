@@ -1,0 +1,44 @@
+#include "material/znRTLightMaterial.h"
+
+#include "brdf/znRTBxDFAttributes.h"
+#include "host/osg/materials/utilityMaterials.h"
+#include "light/znRTLight.h"
+#include "material/missingParts.h"
+
+const znRTTypeId znRTLightMaterial::id("znRTLightMaterial");
+
+znRTLightMaterial::znRTLightMaterial(const osg::MaterialPtr& material)
+    : znRTPhongLobesMaterial(id, material)
+{
+    znRTLightMaterial::update();
+}
+
+void znRTLightMaterial::update()
+{
+    const auto host = osg::FCPtr<osg::ULightMaterial>::dcast(hostMaterial);
+    if (!host)
+        return;
+    auto& record = host->getRaytracingAttributes();
+    const bool changed = setRaytracingCommonSettings(record, false);
+    const znRTVector3f& color = record.emissiveComponent;
+    incandescenceColor = znRTLight::calculateLightSpectrum(
+        record.emissiveComponentSpectrum, record.intensity, color.x, color.y, color.z);
+    if (!changed)
+        return;
+    readOcclusion(record);
+    diffuse.set(record.diffuse, record.diffuseSpectrum, record.diffuseActive);
+    glossy.set(record.glossy, record.glossySpectrum, record.glossyActive);
+    ambient.set(record.ambient, record.ambientSpectrum, false);
+    znRTMissingParts missing = missingParts(record);
+    missing.maps |= record.emissiveComponentActive;
+    tellOfMissingParts(missing);
+
+    znRTBSDFAttributes lobes;
+    lobes.setExponents(record.analyticShininess, record.analyticShininess);
+    setupLobes(lobes);
+}
+
+bool znRTLightMaterial::isLightSource() const
+{
+    return luminance(znRTColorPacket(incandescenceColor))[0] > s_leastPower;
+}
