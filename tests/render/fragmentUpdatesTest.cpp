@@ -5,6 +5,23 @@ namespace {
 
 using FragmentUpdates = FragmentFixture;
 
+/// Keeps the places of its hits on the object.
+class PlacedPane : public PaneMaterial
+{
+public:
+    using PaneMaterial::PaneMaterial;
+    using PaneMaterial::shade;
+    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+               znRTFragment& fragment, const znFloatType<2>& mask,
+               znRTShadingState& state) const override
+    {
+        places.push_back(data.objectPosition);
+        PaneMaterial::shade(ray, data, fragment, mask, state);
+    }
+
+    mutable std::vector<znRTVector3fPacket> places;
+};
+
 } // namespace
 
 TEST_F(FragmentUpdates, SumTheLobesThatTheNameTells)
@@ -168,6 +185,20 @@ TEST_F(FragmentUpdates, KeepRaysAndTheirNeighboursOnTheirWay)
         const float x = 1e-3f + 1e-2f * t, y = 2e-3f - 1e-2f * t;
         EXPECT_LANES_NEAR(dx, x, x, x, x, 1e-5f);
         EXPECT_LANES_NEAR(dy, y, y, y, y, 1e-5f);
+    }
+}
+
+// Panes are moved squares: what their materials ask for in object space lies in the plane z = 0.
+TEST_F(FragmentUpdates, ShadeSurfacesBehindWithTheirPlacesOnTheObject)
+{
+    const PlacedPane pane(znRTColor(1.0f, 1.0f, 1.0f), 0.5f);
+    addPanes(2, pane);
+    makeBlock();
+    znRTFragment::getPassThroughColor(ray, block, znFloatType<2>(1.0f), all, state);
+    ASSERT_EQ(pane.places.size(), 2u);
+    for (const znRTVector3fPacket& place : pane.places) {
+        EXPECT_LANES_NEAR(place.x, 0.1f, 0.3f, -0.2f, -0.5f, 1e-5f);
+        EXPECT_LANES_NEAR(place.z, 0, 0, 0, 0, 1e-5f);
     }
 }
 

@@ -420,6 +420,16 @@ TEST_F(MultilayerFragment, ComparesSharesInTheMixedForms)
     const znRTColorPacket id(znRTColor(0.5f, 0.5f, 0.5f, 1.0f));
     layered.updateMaterialIDColorMix(id, {0.3f, 0.3f, 0.9f, 0.1f}, expandLanes(13));
     EXPECT_LANES_EQ(layered.layers[ZN_PASS_MATERIAL_ID].r, 0.5f, 0.0f, 0.5f, 0.5f);
+
+    // A fragment that takes another over takes its shares, too.
+    znRTMultilayerFragment other;
+    other.clear();
+    other.coverage = znFloatType<2>(1.0f);
+    other.updateVectorPasses(ray, block, 0.9f, all);
+    layered.updateVectorPasses(ray, block, 0.2f, all);
+    layered.updateFragment(other, expandLanes(6));
+    layered.updateDepthMix(4.0f, 1.0f, 0.5f, all);
+    EXPECT_LANES_NEAR(layered.layers[ZN_PASS_DEPTH].r, 4, 0, 0, 4, 1e-6f);
 }
 
 TEST_F(MultilayerFragment, SortsTheLightOfGlass)
