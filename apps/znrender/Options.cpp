@@ -54,7 +54,8 @@ void addCommon(CLI::App& command, Options& options, Words& words)
         ->expected(1)
         ->take_all();
     command.add_option("--up", words.upAxis,
-                       "Upward axis of files that do not say (OBJ, PLY: y, STL: z): y or z");
+                       "Upward axis of files that do not say (OBJ, PLY: y, STL: z): y or z; or "
+                       "X,Y,Z for --view-up");
     command.add_option(
         "--unit", words.unit,
         "Unit of files that do not say (OBJ, PLY, STL): m, cm, mm or in (default m)");
@@ -269,6 +270,12 @@ void takePasses(const Words& words, Options& options)
     options.renderMode = beautyMode;
 }
 
+/// A direction rather than the name of an axis.
+bool isPoint(const std::string& word)
+{
+    return word.find(',') != std::string::npos;
+}
+
 void takeView(const Words& words, Options& options)
 {
     const auto point = [](const std::optional<std::string>& text, const char* option) {
@@ -278,6 +285,8 @@ void takeView(const Words& words, Options& options)
     view.eye = point(words.eye, "--eye");
     view.at = point(words.at, "--at");
     view.up = point(words.up, "--view-up");
+    if (words.upAxis && isPoint(*words.upAxis))
+        view.up = parsePoint(*words.upAxis, "--up");
     view.fov = words.fov;
     view.exposure = words.exposure;
     view.camera = words.camera.value_or("");
@@ -290,9 +299,9 @@ void takeView(const Words& words, Options& options)
 
 void takeConventions(const Words& words, Options& options)
 {
-    if (words.upAxis) {
+    if (words.upAxis && !isPoint(*words.upAxis)) {
         if (*words.upAxis != "y" && *words.upAxis != "z")
-            throw UsageError(fmt::format("--up: '{}' is neither y nor z (--view-up turns the view)",
+            throw UsageError(fmt::format("--up: '{}' is neither y nor z nor X,Y,Z",
                                          io::printable(*words.upAxis)));
         options.conventions.upAxis = words.upAxis->front();
     }

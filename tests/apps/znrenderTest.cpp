@@ -107,6 +107,36 @@ TEST(ZnRender, WritesEveryFormatItNames)
     }
 }
 
+TEST(ZnRender, TurnsTheViewByADirectionAndTheSceneByAnAxis)
+{
+    const TemporaryFolder folder;
+    const std::string upright = folder.path("a.pfm"), turned = folder.path("b.pfm");
+    const std::vector<std::string> common{studio,  "-r",     "40x40", "--mode",      "interactive",
+                                          "--eye", "1,-2,1", "-q",    "--overwrite", "-o"};
+    const auto render = [&](std::vector<std::string> arguments, const std::string& picture) {
+        arguments.insert(arguments.begin(), common.begin(), common.end());
+        arguments.insert(arguments.begin() + long(common.size()), picture);
+        const ProgramResult result = znrender(arguments);
+        EXPECT_EQ(result.exitCode, 0) << result.error;
+        return result.exitCode == 0 ? io::readImage(picture) : io::ImageData();
+    };
+    const io::ImageData picture = render({}, upright);
+    // Up and down exchanged turns the picture by half a turn.
+    const io::ImageData half = render({"--up", "0,0,-1"}, turned);
+    ASSERT_EQ(half.width, picture.width);
+    u32 different = 0;
+    for (u32 y = 0; y < 40; ++y)
+        for (u32 x = 0; x < 40; ++x)
+            different +=
+                std::abs(picture.getValue(x, y, 0) - half.getValue(39 - x, 39 - y, 0)) > 1e-2;
+    EXPECT_LE(different, 40u * 40u / 50u);
+    // The file says its axis itself: naming one changes nothing.
+    const io::ImageData same = render({"--up", "z"}, turned);
+    for (u32 y = 0; y < 40; ++y)
+        for (u32 x = 0; x < 40; ++x)
+            ASSERT_EQ(picture.getValue(x, y, 0), same.getValue(x, y, 0));
+}
+
 TEST(ZnRender, CropsToThePartAskedFor)
 {
     const TemporaryFolder folder;
