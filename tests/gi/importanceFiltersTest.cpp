@@ -74,6 +74,19 @@ TEST(GaussianFilter, SpreadsSamplesWithItsRadiusAsDeviation)
     EXPECT_NEAR(sampleX(filter, 1.0f), 0.5f * std::sqrt(-2.0f * std::log(1e-7f)) * -1.0f, 1e-5f);
 }
 
+// The bell of samples is round: its deviation is the radius in x on both axes.
+TEST(GaussianFilter, SpreadsSamplesEquallyOnBothAxes)
+{
+    const znGaussianISFilter wide(0.5f, 2.0f), round(0.5f, 0.5f);
+    for (const float u : {-0.9f, -0.25f, 0.5f, 0.99f}) {
+        float dx, dy, roundX, roundY;
+        wide.sample(u, -0.3f, &dx, &dy);
+        round.sample(u, -0.3f, &roundX, &roundY);
+        EXPECT_EQ(dx, roundX);
+        EXPECT_EQ(dy, roundY);
+    }
+}
+
 TEST(GaussianFilter, WeighsByTheProductOfTwoBells)
 {
     const znGaussianISFilter filter(0.5f, 0.5f);

@@ -8,6 +8,7 @@
 #include "support/lanes.h"
 
 #include <cstring>
+#include <map>
 #include <numbers>
 #include <random>
 
@@ -327,6 +328,28 @@ TEST_F(SurfaceProperties, ChooseGroupsByTheirLight)
     surface.setSamplingFlags(lobeType::glossy);
     surface.updateSamplingFlags(lobeType::diffuse, expandLanes(1));
     EXPECT_INT_LANES(sample(0xff, 0.1f, {0.1f, 0.1f}).group, 0, 1, 1, 1);
+}
+
+// Within its group each lobe is chosen as often as any other. One pair of numbers gives each lobe
+// a direction of its own.
+TEST_F(SurfaceProperties, ChooseTheLobesOfAGroupEvenly)
+{
+    znRTPhongBRDF<0> broad;
+    znRTBSDFAttributes attributes;
+    attributes.setExponents(2.0f, 2.0f);
+    broad.setup(attributes, 1);
+    surface.addComponent(lambert, color(0.5f, 0.5f, 0.5f), frame, all);
+    surface.addComponent(phong, color(0.25f, 0.25f, 0.25f), frame, all);
+    surface.addComponent(broad, color(0.25f, 0.25f, 0.25f), frame, all);
+    std::map<std::pair<int, float>, int> counts;
+    constexpr int n = 1000;
+    for (int i = 0; i < n; ++i) {
+        const Sample s = sample(0xff, (float(i) + 0.5f) / n, {0.9f, 0.1f});
+        ++counts[{s.group[0], s.wi.x[0]}];
+    }
+    ASSERT_EQ(counts.size(), 3u);
+    for (const auto& [lobe, count] : counts)
+        EXPECT_NEAR(count, lobe.first == 0 ? 500 : 250, 1);
 }
 
 // A mirror has no density: its colour comes out whole, however seldom it is chosen.
