@@ -379,10 +379,11 @@ def build():
         scene.json["cameras"].append({"name": name, "type": "perspective", "perspective": {
             "yfov": math.radians(fov), "znear": 0.01, "zfar": 20.0}})
         scene.node(name, camera=len(scene.json["cameras"]) - 1, translation=list(eye), rotation=look_at(eye, at))
-    scene.light("key", "spot", [1.0, 0.96, 0.90], 60.0, translation=[0.9, 1.1, 0.5],
+    # Dim lights, so that a white surface under them is about white at an exposure of 0 stops.
+    scene.light("key", "spot", [1.0, 0.96, 0.90], 2.3, translation=[0.9, 1.1, 0.5],
                 rotation=look_at((0.9, 1.1, 0.5), (0.0, 0.08, 0.0)))
-    scene.light("fill", "point", [0.85, 0.92, 1.0], 8.0, translation=[-0.7, 0.6, 0.9])
-    scene.light("rim", "directional", [1.0, 1.0, 1.0], 1.5, rotation=look_at((-0.6, 0.8, -0.7), (0.0, 0.0, 0.0)))
+    scene.light("fill", "point", [0.85, 0.92, 1.0], 0.45, translation=[-0.7, 0.6, 0.9])
+    scene.light("rim", "directional", [1.0, 1.0, 1.0], 0.08, rotation=look_at((-0.6, 0.8, -0.7), (0.0, 0.0, 0.0)))
     return scene
 
 
