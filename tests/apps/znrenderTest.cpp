@@ -509,7 +509,7 @@ TEST(ZnRender, ExposesThePictureByStops)
     };
     const TemporaryFolder folder;
     std::vector<io::ImageData> pictures, lights;
-    for (const std::string stops : {"-5", "-6"}) {
+    for (const std::string stops : {"0", "-1"}) {
         const std::string picture = folder.path(stops + ".png"), hdr = folder.path(stops + ".hdr");
         const ProgramResult result =
             znrender({studio, "-o", picture, "-o", hdr, "-r", "64x36", "-s", "1", "--bit-depth",
