@@ -272,6 +272,9 @@ TEST_F(OcclusionDisplay, LooksNoFurtherThanTheRange)
     znRTRenderUtils::setRange(0.0f, 0.6f);
     integrate<znRTAORenderingIntegrator>(ray);
     EXPECT_LT(fragment.colour.r[0], 0.9f);
+    znRTRenderUtils::setRange(5.0f, 6.0f); // no nearer either
+    integrate<znRTAORenderingIntegrator>(ray);
+    EXPECT_LANES_EQ(fragment.colour.r, 1.0f, 1.0f, 1.0f, 1.0f);
     znRTRenderUtils::setRange(0.0f, 1e6f);
 }
 

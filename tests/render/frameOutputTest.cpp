@@ -319,6 +319,29 @@ TEST_F(FrameOutput, TakesFewerSamplesAsTheImageSettles)
     EXPECT_GT(atFirstTest, 0u);
 }
 
+// An even beauty and an edge in a layer of data, which no weight divides.
+TEST_F(FrameOutput, KeepsPixelsGoingWhereALayerHasAnEdge)
+{
+    std::vector<ZN_RGBA32F> normals(width * height, ZN_RGBA32F{0, 0, 0, 0});
+    begin(true);
+    for (u32 i = 0; i < width * height; ++i)
+        normals[i].r = i % width < width / 2 ? 0.0f : 0.5f;
+    std::fill(view.filterWeights.begin(), view.filterWeights.end(), 1000.0f);
+    view.record.m_passBuffers[31] = normals.data();
+    view.record.m_iteration = 32;
+    view.record.m_renderPassesEnabled = 1;
+    std::vector<osg::ImagePtr> noImages;
+    instance->getFrame(&view.record, noImages, false, false);
+    view.record.m_renderPassesEnabled = 0;
+    view.record.m_passBuffers[31] = nullptr;
+    for (u32 y = 0; y < height; ++y) {
+        EXPECT_EQ(view.activePixels[y * width + width / 2 - 1], 1) << y;
+        EXPECT_EQ(view.activePixels[y * width + width / 2], 1) << y;
+        EXPECT_EQ(view.activePixels[y * width + 5], 0) << y;
+        EXPECT_EQ(view.activePixels[y * width + width - 5], 0) << y;
+    }
+}
+
 TEST_F(FrameOutput, SamplesEverythingWhereTheAdaptiveTestIsOff)
 {
     const auto countActive = [&] {

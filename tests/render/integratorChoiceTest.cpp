@@ -1,6 +1,7 @@
 #include "render/znRTIntegratorTable.h"
 
 #include "host/znRTRaytracingSettings.h"
+#include "material/znRTMaterial.h"
 #include "renderFixture.h"
 
 #include <set>
@@ -209,6 +210,29 @@ TEST_F(TaskSelection, LeavesOutStepsInEveryFrameOfADisplayAid)
         ASSERT_FALSE(trace());
         EXPECT_FALSE(Settings::s_applyTonemapping || Settings::s_applyColorCorrection) << frame;
     }
+}
+
+TEST_F(TaskSelection, TellsTheCopyOfPlatesAndMaterialsOfOcclusion)
+{
+    using Settings = znRTRaytracingSettings;
+    view.record.m_renderMode = 0;
+    const auto expect = [this](u32 pass, bool back, bool front, bool occlusion) {
+        view.record.m_currentPass = pass;
+        ensure();
+        EXPECT_EQ(Settings::s_renderBackplates, back) << pass;
+        EXPECT_EQ(Settings::s_renderFrontplates, front) << pass;
+        EXPECT_EQ(znRTMaterial::s_enableOcclusionPass, occlusion) << pass;
+    };
+    expect(30, false, false, true);
+    expect(15, true, false, false);
+    expect(28, true, false, false);
+    expect(29, false, true, false);
+    expect(2, false, false, false);
+    expect(0, true, true, false);
+    view.record.m_passBuffers[30] = view.record.m_passBuffers[0];
+    expect(0, true, true, true); // as soon as there is a buffer
+    view.record.m_passBuffers[30] = nullptr;
+    expect(0, true, true, false);
 }
 
 TEST_F(TaskSelection, ReadsTheBuffersOfEachFrame)

@@ -95,6 +95,8 @@ TEST_F(IntegratorFrames, ShowOneLayerAsAFrameWithAllOfThemHoldsIt)
 {
     std::vector<ZN_RGBA32F> layer(width * height, ZN_RGBA32F{0, 0, 0, 0});
     view.record.m_renderMode = 0;
+    // Behind the surfaces of a layer is nothing, whatever stands behind those of the beauty.
+    znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.25f, 0.5f, 1.0f, 1.0f);
     for (const u32 pass : {u32(ZN_PASS_NORMAL), u32(ZN_PASS_MATERIAL_ID), u32(ZN_PASS_MASK),
                            u32(ZN_PASS_POSITION), u32(ZN_PASS_VIEW)}) {
         view.record.m_currentPass = pass;
@@ -114,6 +116,7 @@ TEST_F(IntegratorFrames, ShowOneLayerAsAFrameWithAllOfThemHoldsIt)
         view.record.m_renderPassesEnabled = 0;
         view.record.m_passBuffers[pass] = nullptr;
     }
+    znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.0f, 0.0f, 0.0f, 0.0f);
 }
 
 TEST_F(IntegratorFrames, MakeTheTaskAgainWhenTheSceneHasWhatWasMissing)

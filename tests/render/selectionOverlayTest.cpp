@@ -218,6 +218,31 @@ TEST_F(SelectionOverlay, ShowsHiddenEdgesInFrontWhereWanted)
     EXPECT_LE(marked, 2 * height);
 }
 
+// What lies in front is drawn once, not again as what is hidden; and what is only about to be
+// selected shows through as well.
+TEST_F(SelectionOverlay, DrawsVisibleEdgesOnceAndHiddenOnesOfThePreselection)
+{
+    options().setSelectionWireframe(true);
+    options().setPreselectionWireframe(true);
+    options().setLineWidth(3.0f);
+    const osg::NodePtr node = add(makeTriangle(-0.3f), 0, 0, -2);
+    select({node->getId()}, {});
+    const std::vector<ZN_RGBA32F> once = render();
+    options().setWireframeAlwaysInFront(true);
+    EXPECT_EQ(std::memcmp(render().data(), once.data(), once.size() * sizeof(ZN_RGBA32F)), 0);
+
+    select({}, {node->getId()});
+    add(makeSquare(50), 0, 0, 1);
+    const std::vector<ZN_RGBA32F> marked = render();
+    select({}, {});
+    const std::vector<ZN_RGBA32F> plain = render();
+    u32 changed = 0;
+    for (u32 i = 0; i < width * height; ++i)
+        changed += std::abs(marked[i].r - plain[i].r) + std::abs(marked[i].b - plain[i].b) > 0.1f;
+    EXPECT_GE(changed, height);
+    EXPECT_LE(changed, 2 * height);
+}
+
 TEST_F(SelectionOverlay, DrawsEveryEdgeInWireframeMode)
 {
     add(makeTriangle(-0.3f));

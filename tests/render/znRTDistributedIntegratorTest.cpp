@@ -220,6 +220,15 @@ TEST_F(LightAnalysis, ShowsTheLuminanceOfShadedSurfaces)
     EXPECT_LANES_NEAR(fragment.colour.r, 1.0f, 0.0f, 1.0f, background.r, 1e-3f);
     EXPECT_LANES_NEAR(fragment.colour.b, 0.0f, 1.0f, 0.0f, background.b, 1e-3f);
     EXPECT_LANES_EQ(fragment.coverage, 1.0f, 1.0f, 1.0f, 0.0f);
+
+    // Seen through fog that leaves half of it: the middle of the scale, green.
+    HalfFog fog;
+    znRTRenderUtils::s_atmosphere = &fog;
+    resetFragment();
+    integrate<znRTLightAnalyzingIntegrator>(downward(placesX, 0.1f));
+    znRTRenderUtils::s_atmosphere = nullptr;
+    EXPECT_LANES_NEAR(fragment.colour.r, 0.0f, 0.0f, 0.0f, background.r, 2e-3f);
+    EXPECT_LANES_NEAR(fragment.colour.g, 1.0f, 0.0f, 1.0f, background.g, 2e-3f);
 }
 
 // E = I cos(theta) / d^2 of a point light of 1 cd, one unit above the first point: the measuring
