@@ -1,7 +1,7 @@
 // How environments become lights of a scene, and which of them is in force.
 
 #include "accel/znRTAccelerator.h"
-#include "host/osg/Material.h"
+#include "host/osg/Materials.h"
 #include "host/znLog.h"
 #include "light/znRTInfiniteAreaLight.h"
 #include "material/znRTMaterial.h"
@@ -70,9 +70,23 @@ znRTLight* znRTAccelerator::getEnvironmentLight(unsigned int index)
     return index < environmentLights.size() ? environmentLights[index].get() : nullptr;
 }
 
+void znRTAccelerator::addEnvironmentsOfMaterials()
+{
+    std::vector<osg::MaterialPtr> found;
+    for (const auto& [id, material] : materials)
+        if (material && osg::isKindOf<osg::UEnvironmentMaterial>(material->getHostMaterial()))
+            found.push_back(material->getHostMaterial());
+    // The table is filled from parallel passes: in the order of ids the scene stays the same.
+    std::sort(found.begin(), found.end(),
+              [](const auto& a, const auto& b) { return a->getId() < b->getId(); });
+    for (const osg::MaterialPtr& material : found)
+        addEnvironmentLight(material);
+}
+
 void znRTAccelerator::updateEnvironmentLights()
 {
     const std::lock_guard lock(getLock());
+    addEnvironmentsOfMaterials();
     const u32 chosen = chosenEnvironment();
     environmentLight = nullptr;
     for (const auto& light : environmentLights) {

@@ -274,6 +274,8 @@ private:
     static void releaseMaterial(u32 id);
     void listLights();
     void listPortals();
+    /// Materials that objects carry are environments of the scene without being told.
+    void addEnvironmentsOfMaterials();
     void clearEnvironmentLights();
     void setListed(std::vector<znRTGeometryNode*>& list, znRTGeometryNode* node, bool isListed);
 

@@ -1,6 +1,5 @@
 #include "material/directLighting.h"
 
-#include "core/surfaceOffset.h"
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTRayPacket.h"
 #include "gi/randomDecisions.h"
@@ -8,6 +7,7 @@
 #include "host/znRTRaytracingSettings.h"
 #include "light/znRTUAreaLight.h"
 #include "material/lightSample.h"
+#include "material/shadowOrigin.h"
 #include "render/znRTRenderUtils.h"
 
 #include <algorithm>
@@ -159,8 +159,8 @@ private:
         if (!anyLane(lit))
             return;
         const znRTColorPacket passed = znRTLight::getShadowFactor(
-            ray, shadowOrigin(sample.wi), sample.wi, 0.0f, sample.distance, visibility, lit,
-            sample.shadowIntensity, state);
+            ray, shadowOrigin(data, dg, sample.wi), sample.wi, 0.0f, sample.distance, visibility,
+            lit, sample.shadowIntensity, state);
         diffuse += (onDiffuse * passed) & lit;
         glossy += (onGlossy * passed) & lit;
     }
@@ -172,15 +172,6 @@ private:
         znFloatType<2> pdf;
         return entry.lobe->evaluate(entry.onb->toLocal(wo), local, dg, pdf) *
                maximum(local.z, 0.0f);
-    }
-
-    /// Off the surface on the side that the light is on: a light below the real surface, seen by an
-    /// interpolated normal, meets the body of the object.
-    znRTVector3fPacket shadowOrigin(const znRTVector3fPacket& wi) const
-    {
-        const znFloatType<2> offset = surfaceOffset(dg.position, data.hit.t);
-        const znFloatType<2> isBelow = dot(wi, dg.geometricNormal) < znFloatType<2>(0.0f);
-        return dg.position + dg.geometricNormal * select(isBelow, -offset, offset);
     }
 };
 

@@ -8,6 +8,7 @@
 #include "material/znRTPlainMaterial.h"
 #include "material/znRTPlasticMaterial.h"
 #include "material/znRTSimpleMaterial.h"
+#include "material/znRTSphereEnvironmentMaterial.h"
 
 #include <iterator>
 #include <mutex>
@@ -77,8 +78,8 @@ const MaterialRow materialTable[] = {
     substituted<osg::UXrayMaterial, Plain>("znRTXRayMaterial"),
     substituted<osg::UVolumeScatterMaterial, Dummy>("znRTVolumeScatterMaterial"),
     substituted<osg::ULightPortalMaterial, Dummy>("znRTLightPortalMaterial"),
-    substituted<osg::USkylightMaterial, Dummy>("znRTSkylightMaterial"),
-    substituted<osg::USphereEnvironmentMaterial, Dummy>("znRTSphereEnvironmentMaterial"),
+    row<osg::USkylightMaterial, znRTSphereEnvironmentMaterial>(),
+    row<osg::USphereEnvironmentMaterial, znRTSphereEnvironmentMaterial>(),
     substituted<osg::ULayeredMaterial, Dummy>("znRTLayeredMaterial"),
     row<osg::ULightMaterial, znRTLightMaterial>(),
     substituted<osg::UXRiteMeasuredMaterial, Dummy>("znRTXRiteMeasuredMaterial"),

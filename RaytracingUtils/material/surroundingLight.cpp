@@ -1,10 +1,11 @@
 #include "material/surroundingLight.h"
 
 #include "core/znRTDataBlockPacket.h"
+#include "material/environmentSampling.h"
 #include "material/znRTMaterial.h"
 
-// The scene has no environment light and no photons yet: what they bring is black, and the places
-// to add it are here.
+// The scene has no filtered environments and no photons yet: what they bring is black, and the
+// places to add it are here.
 
 namespace {
 
@@ -23,6 +24,9 @@ void evaluateEnvironmentIllumination(const znRTLitHit& hit, const znRTColorPacke
 {
     diffuse = glossy = znRTColorPacket(0.0f);
     const znRTMaterialState& quality = hit.material.getState();
+    const znRTInfiniteAreaLight* const light = znRTMaterial::s_environmentLight;
+    if (quality.sampleEnvironment && quality.usesEnvironmentMap && light)
+        sampleEnvironment(hit, *light, diffuse, glossy);
     if (quality.sampleEnvironment || !quality.usesEnvironmentMap || !quality.useBaking)
         return;
     znRTColorPacket baked = hit.data.bakedColor;

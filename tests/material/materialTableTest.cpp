@@ -8,6 +8,7 @@
 #include "material/znRTPlainMaterial.h"
 #include "material/znRTPlasticMaterial.h"
 #include "material/znRTSimpleMaterial.h"
+#include "material/znRTSphereEnvironmentMaterial.h"
 
 #include <atomic>
 #include <thread>
@@ -37,6 +38,8 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
     const Row rows[] = {{"UPhongMaterial", znRTPhongMaterial::id},
                         {"UPlasticMaterial", znRTPlasticMaterial::id},
                         {"ULightMaterial", znRTLightMaterial::id},
+                        {"USphereEnvironmentMaterial", znRTSphereEnvironmentMaterial::id},
+                        {"USkylightMaterial", znRTSphereEnvironmentMaterial::id},
                         {"SimpleMaterial", znRTSimpleMaterial::id},
                         {"ChunkMaterial", znRTChunkMaterial::id}};
     for (const Row& row : rows) {
@@ -75,9 +78,9 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
         EXPECT_TRUE(shading->isOfType(znRTPlainMaterial::id)) << name;
         EXPECT_EQ(shading->getHostMaterial(), host.get());
     }
-    for (const char* name : {"UGlowMaterial", "UVolumeScatterMaterial", "ULightPortalMaterial",
-                             "USkylightMaterial", "USphereEnvironmentMaterial", "ULayeredMaterial",
-                             "UXRiteMeasuredMaterial", "SwitchMaterial", "MultiPassMaterial"}) {
+    for (const char* name :
+         {"UGlowMaterial", "UVolumeScatterMaterial", "ULightPortalMaterial", "ULayeredMaterial",
+          "UXRiteMeasuredMaterial", "SwitchMaterial", "MultiPassMaterial"}) {
         const osg::Ref<osg::Material> host(make(name));
         ASSERT_TRUE(host.get()) << name;
         EXPECT_TRUE(scene.scene->createMaterial(host.get())->isOfType(znRTDummyMaterial::id))
