@@ -8,7 +8,6 @@
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRTSceneHandler.h"
 #include "material/znRTLuxMaterial.h"
-#include "render/notAvailable.h"
 #include "render/znRTRenderUtils.h"
 
 #include <map>
@@ -193,9 +192,6 @@ void znRTRenderUtils::enableOcclusionPass(bool on)
 
 void znRTRenderUtils::setActiveEnvironment(osg::NodePtr node, znRTMaterial* material)
 {
-    static znRTOnceWarning noEffect("A chosen environment does not light the scene yet.");
-    if (node || material)
-        noEffect();
     s_activeEnvironment = node;
     s_activeEnvironmentMaterial = material;
 }

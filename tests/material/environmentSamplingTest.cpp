@@ -100,3 +100,19 @@ TEST_F(EnvironmentOnSurfaces, AreLitByTheEnvironmentOfAnObject)
     EXPECT_EQ(znRTRenderUtils::getEnvironmentLight(), scene.scene->getEnvironmentLight(material));
     EXPECT_EQ(znRTRenderUtils::getEnvironmentLight(), znRTMaterial::s_environmentLight);
 }
+
+TEST_F(EnvironmentOnSurfaces, AreLitByTheEnvironmentThatWasChosen)
+{
+    const auto image = greyEnvironment(8, 4, [](int, int) { return 1.0f; });
+    const auto first = environmentOf(image), second = environmentOf(image);
+    addSquare(osg::MaterialPtr(first.get()), 4.0f);
+    znRTMaterial& chosen = addSquare(osg::MaterialPtr(second.get()), 5.0f);
+    const auto idInForce = [] {
+        znRTRenderUtils::updateEnvironment();
+        return znRTRenderUtils::getEnvironmentLight()->getId();
+    };
+    EXPECT_EQ(idInForce(), first->getId());
+    znRTRenderUtils::setActiveEnvironment(nullptr, &chosen);
+    EXPECT_EQ(idInForce(), second->getId());
+    znRTRenderUtils::setActiveEnvironment(nullptr, nullptr);
+}

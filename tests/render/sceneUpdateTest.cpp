@@ -418,14 +418,11 @@ TEST_F(SceneUpdate, TellsOnceWhatItLeavesOut)
     for (int i = 0; i < 2; ++i) {
         instance->updateSceneplates(&view.record, viewport.get().get(), camera.get().get());
         updateCamera();
-        znRTRenderUtils::setActiveEnvironment(root.get(), nullptr);
         znRTRenderUtils::getCurrentAccelerator()->applyImageQuadChanges();
         instance->applyChangeList(1);
     }
-    znRTRenderUtils::setActiveEnvironment(nullptr, nullptr);
-    for (const char* text :
-         {"Backgrounds and scene plates of viewports are not drawn yet.",
-          "Fog is not rendered yet.", "A chosen environment does not light the scene yet.",
-          "Image quads are not drawn yet", "Materials do not displace yet: surfaces stay smooth."})
+    for (const char* text : {"Backgrounds and scene plates of viewports are not drawn yet.",
+                             "Fog is not rendered yet.", "Image quads are not drawn yet",
+                             "Materials do not displace yet: surfaces stay smooth."})
         EXPECT_EQ(log.countWarnings(text), 1) << text;
 }
