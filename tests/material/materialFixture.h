@@ -38,6 +38,9 @@ inline PhongPtr makeDiffuse(float reflectance)
 class MaterialTest : public testing::Test
 {
 protected:
+    /// What Initialize makes is for the next suite to make anew.
+    static void TearDownTestSuite() { znRTRenderUtils::Destroy(); }
+
     MaterialTest()
     {
         znRTRenderUtils::Initialize();

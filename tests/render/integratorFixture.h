@@ -62,6 +62,9 @@ public:
 class IntegratorTest : public testing::Test
 {
 protected:
+    /// What Initialize makes is for the next suite to make anew.
+    static void TearDownTestSuite() { znRTRenderUtils::Destroy(); }
+
     IntegratorTest() : previous(znRTRenderUtils::s_currentAccelerator)
     {
         znRTRenderUtils::Initialize();
