@@ -2,20 +2,17 @@
 
 // Area light of a rectangle, with an optional cone.
 
-#include "light/znRTUAreaLight.h"
+#include "light/znRTUFlatLight.h"
 
-class znRTURectangularLight : public znRTUAreaLight
+class znRTURectangularLight : public znRTUFlatLight
 {
 public:
     static const znRTTypeId id;
 
     znRTURectangularLight(const osg::NodePtr& node, const osg::NodeCorePtr& core)
-        : znRTUAreaLight(id, node, core)
+        : znRTUFlatLight(id, node, core)
     {
     }
 
     bool update() override;
-    znRTColorPacket evaluateTexture(const znRTVector3fPacket& lightPoint,
-                                    const znRTVector2fPacket& uv,
-                                    const znFloatType<2>& mask) const override;
 };
