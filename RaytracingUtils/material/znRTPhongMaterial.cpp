@@ -2,7 +2,6 @@
 
 #include "brdf/znRTBxDFAttributes.h"
 #include "host/osg/materials/lobeMaterials.h"
-#include "material/missingParts.h"
 
 const znRTTypeId znRTPhongMaterial::id("znRTPhongMaterial");
 
@@ -20,11 +19,7 @@ void znRTPhongMaterial::update()
     auto& record = host->getRaytracingAttributes();
     if (!setRaytracingCommonSettings(record, true))
         return;
-    readOcclusion(record);
-    diffuse.set(record.diffuse, record.diffuseSpectrum, record.diffuseActive);
-    glossy.set(record.glossy, record.glossySpectrum, record.glossyActive);
-    ambient.set(record.ambient, record.ambientSpectrum, false);
-    tellOfMissingParts(missingParts(record));
+    readColors(record);
 
     znRTBSDFAttributes lobes;
     lobes.setExponents(record.exponent, record.exponent);

@@ -6,6 +6,7 @@
 #include "brdf/analytic/znRTDiffuseASBRDF.h"
 #include "brdf/analytic/znRTIsotropicASBRDF.h"
 #include "material/colorAttribute.h"
+#include "material/missingParts.h"
 #include "material/shadePipeline.h"
 
 struct znRTBxDFAttributes;
@@ -34,6 +35,16 @@ public:
 protected:
     using znRTBRDFMaterial::znRTBRDFMaterial;
 
+    /// Colours and occlusion of a record; warns of what it asks for in vain.
+    template <class Record>
+    void readColors(const Record& record)
+    {
+        readOcclusion(record);
+        diffuse.set(record.diffuse, record.diffuseSpectrum, record.diffuseActive);
+        glossy.set(record.glossy, record.glossySpectrum, record.glossyActive);
+        ambient.set(record.ambient, record.ambientSpectrum, false);
+        tellOfMissingParts(missingParts(record));
+    }
     /// After colours are set: the lobes, the share of both, and the requirements.
     void setupLobes(const znRTBxDFAttributes& record);
 
