@@ -2,6 +2,7 @@
 
 #include "core/rayTypes.h"
 #include "material/directLighting.h"
+#include "material/indirectLight.h"
 #include "material/surroundingLight.h"
 #include "material/znRTSurfaceProperties.h"
 #include "render/znRTFragment.h"

@@ -7,18 +7,6 @@
 // The scene has no filtered environments and no photons yet: what they bring is black, and the
 // places to add it are here.
 
-namespace {
-
-/// Light baked into the vertices; alpha 0.
-znRTColorPacket bakedIrradiance(const znRTDataBlockPacket& data, const znRTColorPacket& tint)
-{
-    znRTColorPacket light = data.bakedIrradiance * tint;
-    light.a = 0.0f;
-    return light;
-}
-
-} // namespace
-
 void evaluateEnvironmentIllumination(const znRTLitHit& hit, const znRTColorPacket&,
                                      znRTColorPacket& diffuse, znRTColorPacket& glossy)
 {
@@ -39,20 +27,6 @@ void evaluateEnvironmentLights(const znRTLitHit&, znRTColorPacket&, znRTColorPac
 znRTColorPacket evaluateOcclusion(const znRTLitHit&)
 {
     return znRTColorPacket(1.0f);
-}
-
-void evaluateIndirect(const znRTLitHit& hit, const znRTColorPacket&, const znRTColorPacket&,
-                      const znRTColorPacket& ambient, znRTColorPacket& diffuse,
-                      znRTColorPacket& glossy)
-{
-    diffuse = glossy = znRTColorPacket(0.0f);
-    const znRTMaterialState& quality = hit.material.getState();
-    if (quality.traceIndirect || !quality.usesIndirectTerm)
-        return;
-    // Lanes with a baked colour have their light already.
-    diffuse = hit.material.useBaking(bakedIrradiance(hit.data, ambient), znRTColorPacket(0.0f),
-                                     hit.data) &
-              hit.mask;
 }
 
 void evaluateRayLightPhotons(const znRTDataBlockPacket&, const znFloatType<2>&, znRTColorPacket&) {}

@@ -37,12 +37,6 @@ void evaluateEnvironmentLights(const znRTLitHit& hit, znRTColorPacket& diffuse,
                                znRTColorPacket& glossy);
 /// Share of the environment that is not hidden, 1 open.
 znRTColorPacket evaluateOcclusion(const znRTLitHit& hit);
-/// Light from other surfaces: gathered by rays, or baked into the vertices.
-/// @param diffuseColor, glossyColor  of the lobes times the surface's opacity, to drop lanes by
-/// @param ambient                    tint of baked light
-void evaluateIndirect(const znRTLitHit& hit, const znRTColorPacket& diffuseColor,
-                      const znRTColorPacket& glossyColor, const znRTColorPacket& ambient,
-                      znRTColorPacket& diffuse, znRTColorPacket& glossy);
 /// Light that measured rays bring directly, added to an emission.
 void evaluateRayLightPhotons(const znRTDataBlockPacket& data, const znFloatType<2>& mask,
                              znRTColorPacket& color);
