@@ -1,0 +1,66 @@
+#include "material/spawnedRays.h"
+
+#include "core/znRTDataBlockPacket.h"
+#include "material/shadowOrigin.h"
+#include "material/znRTMaterial.h"
+#include "render/integrators/roundedEdges.h"
+#include "render/znRTFragment.h"
+#include "render/znRTRenderUtils.h"
+
+#include <limits>
+
+namespace {
+
+constexpr float unlimited = std::numeric_limits<float>::max();
+
+znIntType<2> childType(const znIntType<2>& parent, u32 rayClass, u32 flags)
+{
+    const auto child = [&](int lane) {
+        return int(rayType::child(u32(parent[lane]), rayClass, flags));
+    };
+    return {child(0), child(1), child(2), child(3)};
+}
+
+} // namespace
+
+znRTRayDifferentialPacket spawnRays(const znRTRayPacket& parent, const znRTDataBlockPacket& data,
+                                    const znRTDifferentialGeometry& dg,
+                                    const znRTVector3fPacket& direction,
+                                    const znRTColorPacket& weight, u32 rayClass, u32 flags)
+{
+    znRTRayDifferentialPacket rays(shadowOrigin(data, dg, direction), direction, parent.pixelX,
+                                   parent.pixelY, weight, childType(parent.type, rayClass, flags),
+                                   parent.alpha);
+    rays.setMonochromatic(parent.getMonochromatic());
+    return rays;
+}
+
+znRTColorPacket shadeAlong(const znRTRayDifferentialPacket& rays, const znFloatType<2>& mask,
+                           const znRTShadingState& state, znFloatType<2>& missed)
+{
+    const znFloatType<2> end(unlimited);
+    znRTDataBlockPacket block(end);
+    znRTRenderUtils::getIntersection(rays, znFloatType<2>(0.0f), end, block.hit, moveMask(mask));
+    const znFloatType<2> hasHit = mask & expandLanes(int(block.hit.hitMask));
+    missed = andNot(hasHit, mask);
+    if (!anyLane(hasHit))
+        return znRTColorPacket(0.0f);
+
+    znRTFragment fragment;
+    fragment.clear();
+    znRTRenderUtils::getShadingData(rays, block, false);
+    const znFloatType<2> live = hasHit & (block.coverage > znFloatType<2>(0.0f));
+    if (!anyLane(live))
+        return znRTColorPacket(0.0f);
+    block.computeShadingData(rays);
+    roundEdges(rays, block, live, state);
+    for (u32 i = 0; i < block.materialCount; ++i) {
+        const znFloatType<2> own = block.materialLanes[i] & live;
+        if (!anyLane(own))
+            continue;
+        // A lane's numbers do not depend on what the other lanes have hit.
+        znRTShadingState ownState = state;
+        block.materials[i]->shade(rays, block, fragment, own, ownState);
+    }
+    return fragment.colour & live;
+}
