@@ -10,25 +10,6 @@
 
 namespace {
 
-std::size_t editDistance(const std::string& a, const std::string& b)
-{
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const bool same = std::tolower(static_cast<unsigned char>(a[i - 1])) ==
-                              std::tolower(static_cast<unsigned char>(b[j - 1]));
-            const std::size_t changed = diagonal + (same ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
-        }
-    }
-    return row.back();
-}
-
 std::vector<std::string> split(const std::string& text, char separator)
 {
     std::vector<std::string> words;
@@ -108,13 +89,4 @@ std::vector<std::string> parseList(const std::string& text, const std::string& o
     if (std::find(words.begin(), words.end(), "") != words.end())
         throw UsageError(fmt::format("{}: '{}' has an empty place", option, io::printable(text)));
     return words;
-}
-
-std::string nearestName(const std::string& name, const std::vector<std::string>& names)
-{
-    const auto nearest =
-        std::min_element(names.begin(), names.end(), [&](const auto& a, const auto& b) {
-            return editDistance(name, a) < editDistance(name, b);
-        });
-    return nearest == names.end() ? "" : *nearest;
 }

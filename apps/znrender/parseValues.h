@@ -3,6 +3,8 @@
 // Values of options. Numbers have a point whatever the locale; each error is a UsageError that
 // names the option.
 
+#include "system/nearestName.h"
+
 #include <array>
 #include <optional>
 #include <stdexcept>
@@ -33,7 +35,3 @@ double parseDuration(const std::string& text, const std::string& option);
 
 /// Words between commas; none may be empty.
 std::vector<std::string> parseList(const std::string& text, const std::string& option);
-
-/// The name that a user may have meant, by the number of edits that separate them; "" without
-/// names.
-std::string nearestName(const std::string& name, const std::vector<std::string>& names);
