@@ -22,6 +22,7 @@ enum class RandomDecision : int {
     lobeSample,
     roulette,
     gather,
+    gatherGlossy,
     count
 };
 
@@ -45,4 +46,17 @@ inline znRTVector2fPacket drawPair(const znRTShadingState& state, RandomDecision
 inline znRTShadingState deeperState(const znRTShadingState& state)
 {
     return {state, 0, state.counterB + decisionsPerDepth, state.counterC + 1, state.counterD};
+}
+
+/// State of ray i of N that one point sends out for one purpose: samples of its own, so that the N
+/// rays do not all take the same decisions at what they hit.
+/// @param branch  rays of one point for different purposes take different ones, from 0
+inline znRTShadingState splitState(const znRTShadingState& state, int samples, int i, int branch)
+{
+    // Branches start behind all bounces that a path may have, 100.
+    constexpr int decisionsPerBranch = 128 * decisionsPerDepth;
+    znRTShadingState split = deeperState(state);
+    split.sampleIndex = int(u32(state.sampleIndex) * u32(samples) + u32(i));
+    split.counterB += branch * decisionsPerBranch;
+    return split;
 }

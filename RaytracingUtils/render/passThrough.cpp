@@ -37,6 +37,14 @@ znIntType<2> behindSurface(const znIntType<2>& type)
     return {behind(0), behind(1), behind(2), behind(3)};
 }
 
+/// Lanes of rays that see the background. Rays that gather light do not: surroundings that give
+/// light are sampled where the light falls.
+znFloatType<2> seesBackground(const znRTRayPacket& ray)
+{
+    constexpr u32 gathering = rayType::diffuseScatter | rayType::glossyReflection;
+    return asFloat((ray.type & znIntType<2>(int(gathering))) == znIntType<2>(0));
+}
+
 /// Light of the background in lanes without a surface; it has no opacity of its own.
 void addLight(znRTColorPacket& color, const znRTColorPacket& light)
 {
@@ -107,7 +115,7 @@ void composeBehind(const znRTRayDifferentialPacket& ray, const znRTDataBlockPack
         znRTRenderUtils::getIntersection(child, znFloatType<2>(0.0f), far, behind.hit,
                                          moveMask(active));
         const znFloatType<2> hasHit = expandLanes(int(behind.hit.hitMask));
-        addBackground(composed, andNot(hasHit, active));
+        addBackground(composed, andNot(hasHit, active) & seesBackground(child));
         active &= hasHit;
         if (!anyLane(active))
             break;

@@ -1,0 +1,122 @@
+#include "material/gatherRays.h"
+
+#include "core/shadingRequirements.h"
+#include "core/znRTDataBlockPacket.h"
+#include "material/shadowOrigin.h"
+
+namespace {
+
+const znFloatType<2> one(1.0f);
+
+/// Half the angle between neighbouring rays, in radians, as differentials see it: at most this, and
+/// this part of the radius of what a ray stands for. A quarter keeps the pattern of a floor in the
+/// light that it casts onto a wall.
+constexpr float widestSpread = 0.25f;
+
+/// Word of gathering rays: each keeps to its eye.
+znIntType<2> typesOf(const znIntType<2>& parent, const znFloatType<2>& isGlossy)
+{
+    const znIntType<2> right =
+        parent & znIntType<2>(int(rayType::rightEye & ~rayType::passThrough));
+    const znFloatType<2> isLeft = asFloat(right == znIntType<2>(0));
+    const znFloatType<2> rayClass = select(isGlossy, asFloat(int(rayType::glossyReflection)),
+                                           asFloat(int(rayType::diffuseScatter)));
+    const znFloatType<2> eye =
+        select(isLeft, asFloat(int(rayType::leftEye)), asFloat(int(rayType::rightEye)));
+    return asInt(rayClass & eye) | znIntType<2>(int(rayType::stochasticBounce));
+}
+
+/// Number of lobes of a kind in each lane.
+znFloatType<2> lobesOf(const znRTLobeSet& lobes, znRTLobeKind kind)
+{
+    znFloatType<2> count(0.0f);
+    for (const znRTLobeSet::Entry& entry : lobes)
+        if (kindOf(entry) == kind && !entry.lobe->isDelta())
+            count += entry.mask & one;
+    return count;
+}
+
+void setDifferentials(znRTRayDifferentialPacket& rays, const znRTLitHit& hit,
+                      const znFloatType<2>& spread)
+{
+    znRTONB across;
+    across.set(rays.direction);
+    rays.rxDirection = rays.direction + across.u * spread;
+    rays.ryDirection = rays.direction + across.v * spread;
+    rays.rxOrigin = rays.ryOrigin = rays.origin;
+    if (hit.data.requirements & shadingRequirement::footprint) {
+        rays.rxOrigin += hit.dg.dPdx;
+        rays.ryOrigin += hit.dg.dPdy;
+    }
+    rays.hasDifferentials = 1;
+}
+
+} // namespace
+
+void znRTGatherDirections::take(const znRTGatherDirections& other)
+{
+    wi.setMasked(other.wi, other.mask);
+    weight.maskedUpdate(other.weight, other.mask);
+    pdf = select(other.mask, other.pdf, pdf);
+    mask |= other.mask;
+}
+
+znRTGatherDirections drawDirections(const znRTLitHit& hit, znRTLobeKind kind,
+                                    const znRTVector2fPacket& u, const znFloatType<2>& mask)
+{
+    const znFloatType<2> none = znFloatType<2>::noLanes();
+    znRTGatherDirections drawn{hit.dg.shadingNormal, znRTColorPacket(0.0f), 0.0f, none};
+    const znFloatType<2> count = lobesOf(hit.lobes, kind);
+    const znFloatType<2> scaled = u.x * count, place = toFloat(toInt(scaled));
+    const znRTVector2fPacket within(scaled - place, u.y);
+
+    znFloatType<2> before(0.0f);
+    for (const znRTLobeSet::Entry& entry : hit.lobes) {
+        if (kindOf(entry) != kind || entry.lobe->isDelta())
+            continue;
+        const znFloatType<2> chosen = mask & entry.mask & (before == place);
+        if (anyLane(chosen)) {
+            znRTVector3fPacket local;
+            const znFloatType<2> valid =
+                entry.lobe->sample(within, entry.onb->toLocal(hit.wo), hit.dg, local) & chosen;
+            drawn.wi.setMasked(entry.onb->toWorld(local), valid);
+            drawn.mask |= valid;
+        }
+        before += entry.mask & one;
+    }
+    drawn.mask &= dot(drawn.wi, hit.dg.geometricNormal) > znFloatType<2>(0.0f);
+    if (!anyLane(drawn.mask))
+        return drawn;
+
+    znRTColorPacket value(0.0f);
+    for (const znRTLobeSet::Entry& entry : hit.lobes) {
+        const znFloatType<2> lanes = drawn.mask & entry.mask;
+        if (kindOf(entry) != kind || entry.lobe->isDelta() || !anyLane(lanes))
+            continue;
+        const znRTVector3fPacket local = entry.onb->toLocal(drawn.wi);
+        znFloatType<2> pdf;
+        value += (entry.lobe->evaluate(entry.onb->toLocal(hit.wo), local, hit.dg, pdf) *
+                  maximum(local.z, 0.0f)) &
+                 lanes;
+        drawn.pdf += pdf & lanes;
+    }
+    drawn.pdf *= reciprocalOrZero(count);
+    drawn.mask &= drawn.pdf > znFloatType<2>(0.0f);
+    drawn.pdf &= drawn.mask;
+    drawn.weight = (value * reciprocalOrZero(drawn.pdf)) & drawn.mask;
+    return drawn;
+}
+
+znRTRayDifferentialPacket gatherRays(const znRTLitHit& hit, const znRTGatherDirections& directions,
+                                     const znRTColorPacket& weight, const znFloatType<2>& isGlossy,
+                                     int samples)
+{
+    znRTRayDifferentialPacket rays(shadowOrigin(hit.data, hit.dg, directions.wi), directions.wi,
+                                   hit.ray.pixelX, hit.ray.pixelY, weight,
+                                   typesOf(hit.ray.type, isGlossy), hit.ray.alpha);
+    rays.setMonochromatic(hit.ray.getMonochromatic());
+    const znFloatType<2> share = reciprocalSquareRoot(
+        maximum(directions.pdf * float(samples), 1.0f)); // of a unit sphere, as a radius
+    setDifferentials(rays, hit, share * widestSpread);
+    return rays;
+}
