@@ -3,6 +3,8 @@
 #include "support/lanes.h"
 
 #include <cstdlib>
+#include <set>
+#include <utility>
 
 namespace {
 
@@ -75,4 +77,38 @@ TEST_F(RandomDecisions, StayApartForLongPaths)
         const int row = k * 773 % 262144;
         EXPECT_GT(std::min(row, 262144 - row), 64) << "decision " << k;
     }
+}
+
+TEST_F(RandomDecisions, OfRaysOfOnePointAreSamplesOfTheirOwn)
+{
+    std::set<std::pair<int, int>> seen;
+    for (int sampleIndex = 0; sampleIndex < 3; ++sampleIndex)
+        for (int i = 0; i < 4; ++i)
+            for (int branch = 0; branch < 2; ++branch) {
+                const znRTShadingState split = splitState(stateOf(sampleIndex, 16), 4, i, branch);
+                EXPECT_EQ(split.sampleIndex, 4 * sampleIndex + i);
+                EXPECT_EQ(split.counterC, 3);
+                EXPECT_TRUE(seen.insert({split.sampleIndex, split.counterB}).second);
+            }
+    EXPECT_EQ(splitState(stateOf(2, 16), 1, 0, 0).counterB, deeperState(stateOf(2, 16)).counterB);
+}
+
+// Two decisions in a row of one path: the mean of the product of two uniform numbers is 1/4, for
+// each pair of decisions and any pair of bounces.
+TEST_F(RandomDecisions, OfTwoBouncesAreIndependent)
+{
+    for (const RandomDecision decision : {RandomDecision::gather, RandomDecision::transparency})
+        for (int bounces = 1; bounces < 4; ++bounces) {
+            double sum = 0.0;
+            constexpr int samples = 4096;
+            for (int i = 0; i < samples; ++i) {
+                const znRTShadingState first = stateOf(i, 0);
+                znRTShadingState second = first;
+                for (int bounce = 0; bounce < bounces; ++bounce)
+                    second = deeperState(second);
+                sum += double(drawPair(first, decision, 1, 0, 1).x[0]) *
+                       double(drawPair(second, decision, 1, 0, 1).x[0]);
+            }
+            EXPECT_NEAR(sum / samples, 0.25, 0.004) << bounces;
+        }
 }
