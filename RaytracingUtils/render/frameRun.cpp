@@ -115,6 +115,7 @@ bool runTiles(znRaytracerP& view, znRTRenderTile* tiles, u32 count, u32 taskCoun
     queue.finished = 0;
     if (isAborted(view))
         return true;
+    view.m_renderTask->prepareTiles(tiles, count);
 
     taskCount = std::max(taskCount, 1u);
     znRTRootTask& root = *view.m_traceRootTask;

@@ -4,6 +4,7 @@
 #include "host/znRTCryptomatte.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRaytracerP.h"
+#include "render/multiSampleBlock.h"
 #include "render/splatSample.h"
 #include "render/znRTRenderUtils.h"
 
@@ -11,9 +12,6 @@
 #include <limits>
 
 namespace {
-
-/// Layers that a pixel filter blends: light and occlusion.
-constexpr u32 filteredLayers = ZN_PASS_OCCLUSION + 1;
 
 constexpr u32 dataLayers[] = {ZN_PASS_NORMAL, ZN_PASS_MATERIAL_ID, ZN_PASS_MASK, ZN_PASS_POSITION,
                               ZN_PASS_VIEW};
@@ -52,6 +50,15 @@ znFloatType<2> beautyCoverage(const znRTLayerPacket& packet)
                   znFloatType<2>(1.0f));
 }
 
+bool hasNegativeWeight(const znPixelfilterSampleSet& filter)
+{
+    for (int j = filter.minY; j <= filter.maxY; ++j)
+        for (int i = filter.minX; i <= filter.maxX; ++i)
+            if (filter.getWeight(i, j) < 0.0f)
+                return true;
+    return false;
+}
+
 template <class Function>
 void forEachLane(int lanes, Function&& f)
 {
@@ -81,14 +88,6 @@ znRTColorPacket znRTDepthRange::storeLayer(const znRTColorPacket& layer) const
     return {z, z, z, layer.a & isStored};
 }
 
-/// The layers of a packet to which a sample adds something, beauty first.
-struct znRTLayerStore::LightValues
-{
-    __m128 values[filteredLayers][4]; ///< lane by lane
-    ZN_RGBA32F* buffers[filteredLayers];
-    u32 count = 0;
-};
-
 void znRTLayerStore::bind(const znRaytracerP& view, const znRTCamera& camera, float sampleClamp)
 {
     buffers = view.m_passBuffers;
@@ -98,6 +97,7 @@ void znRTLayerStore::bind(const znRaytracerP& view, const znRTCamera& camera, fl
     activePixels = view.m_activePixels;
     filterWeights = view.m_filterWeights;
     filter = &camera.pixelFilterSet;
+    hasLobes = hasNegativeWeight(*filter);
 
     using Settings = znRTRaytracingSettings;
     if (Settings::s_qualityMode != Settings::stillFrame)
@@ -148,55 +148,60 @@ void znRTLayerStore::storeDepth(const znRTLayerPacket& packet, int lanes) const
     });
 }
 
-void znRTLayerStore::gatherLight(const znRTLayerPacket& packet, LightValues& values) const
+void znRTLayerStore::collect(const znRTLayerPacket& packet, znRTLayerSamples& samples)
 {
-    const znRTMultilayerFragment& fragment = packet.fragment;
-    toLanes(fragment.colour, beautyCoverage(packet), &clampValue, values.values[0]);
-    values.buffers[0] = buffers[ZN_PASS_BEAUTY];
-    values.count = 1;
-    for (u32 i = 1; i < filteredLayers; ++i) {
-        // Most layers of a packet are empty, and to add nothing is not worth fetching the pixels.
-        if (!buffers[i] || isBlack(fragment.layers[i]))
-            continue;
-        // The pixels are on their way while the other layers are looked at: a still frame's lanes
-        // lie in four different cache lines of each buffer.
-        forEachLane(15, [&](int lane) {
-            _mm_prefetch(reinterpret_cast<const char*>(buffers[i] + indexOf(packet, lane)),
-                         _MM_HINT_T0);
-        });
-        toLanes(fragment.layers[i], fragment.coverage, isLightPass(i) ? &clampValue : nullptr,
-                values.values[values.count]);
-        values.buffers[values.count++] = buffers[i];
-    }
-}
-
-void znRTLayerStore::accumulate(const znRTLayerPacket& packet)
-{
-    int lanes = 0; // those that still take samples
-    forEachLane(packet.lanes,
-                [&](int lane) { lanes |= activePixels[indexOf(packet, lane)] ? 1 << lane : 0; });
+    int lanes = 0;      // those that still take samples
+    u32 places[4] = {}; // in the list
+    forEachLane(packet.lanes, [&](int lane) {
+        const u32 x = u32(packet.ray.pixelX[lane]), y = u32(packet.ray.pixelY[lane]);
+        if (!activePixels[indexOf(x, y)])
+            return;
+        lanes |= 1 << lane;
+        places[lane] = samples.count;
+        const bool isHit =
+            (packet.hit.hitMask >> lane & 1) && packet.fragment.coverage[lane] > 0.0f;
+        const znRTCryptomatteIds::Ids& ids =
+            isHit ? matteIds[u32(packet.hit.geometry[lane])] : znRTCryptomatteIds::none;
+        samples.samples[samples.count++] = {x, y, ids.object, ids.material};
+    });
     if (lanes == 0)
         return;
-    LightValues values;
-    gatherLight(packet, values);
-    forEachLane(lanes, [&](int lane) {
-        if (filter->isBox())
-            addLight(values, indexOf(packet, lane), lane);
-        else
-            splatLight(values, u32(packet.ray.pixelX[lane]), u32(packet.ray.pixelY[lane]), lane);
-        if (matte)
-            addToMattes(packet, lane);
-    });
+    const znRTMultilayerFragment& fragment = packet.fragment;
+    const auto add = [&](u32 layer, const znRTColorPacket& color, const znFloatType<2>& coverage) {
+        __m128 values[4];
+        toLanes(color, coverage, isLightPass(layer) ? &clampValue : nullptr, values);
+        forEachLane(lanes, [&](int lane) { samples.add(layer, places[lane], values[lane]); });
+    };
+    add(ZN_PASS_BEAUTY, fragment.colour, beautyCoverage(packet));
+    for (u32 i = 1; i < znFilteredLayers; ++i)
+        if (buffers[i] && !isBlack(fragment.layers[i]))
+            add(i, fragment.layers[i], fragment.coverage);
     keepData(packet, lanes);
 }
 
-void znRTLayerStore::addLight(const LightValues& values, u64 pixel, int lane) const
+void znRTLayerStore::accumulate(znRTLayerSamples& samples)
 {
-    filterWeights[pixel] += 1.0f;
-    for (u32 i = 0; i < values.count; ++i) {
-        float* const sum = &values.buffers[i][pixel].r;
-        _mm_store_ps(sum, _mm_add_ps(_mm_load_ps(sum), values.values[i][lane]));
+    if (filter->isBox())
+        addToPixels(samples);
+    else
+        splat(samples);
+    if (matte)
+        addToMattes(samples);
+    samples.clear();
+}
+
+void znRTLayerStore::addToPixels(const znRTLayerSamples& samples) const
+{
+    u64 pixels[znRTLayerSamples::limit];
+    for (u32 i = 0; i < samples.count; ++i) {
+        pixels[i] = indexOf(samples.samples[i].x, samples.samples[i].y);
+        filterWeights[pixels[i]] += 1.0f;
     }
+    for (u32 layer = 0; layer < znFilteredLayers; ++layer)
+        for (u32 i = 0; i < samples.sizes[layer]; ++i) {
+            float* const sum = &buffers[layer][pixels[samples.owners[layer][i]]].r;
+            _mm_store_ps(sum, _mm_add_ps(_mm_load_ps(sum), samples.values[layer][i]));
+        }
 }
 
 znRTSplatTarget znRTLayerStore::splatTarget() const
@@ -212,30 +217,73 @@ znRTSplatTarget znRTLayerStore::splatTarget() const
             Settings::s_imageTopBound};
 }
 
-void znRTLayerStore::splatLight(const LightValues& values, u32 x, u32 y, int lane) const
+namespace {
+
+/// The rectangle around all footprints.
+znRTPixelRectangle boundsOf(const znRTFootprint* footprints, u32 count)
 {
-    znRTSplatPixel pixels[znMostSplatPixels];
-    u32 count = 0;
-    forEachSplatPixel(splatTarget(), *filter, x, y, [&](u32 xj, u32 yj, float weight) {
-        pixels[count++] = {yj * rowStride + xj, weight};
-    });
-    splatSampleLayers(pixels, count, filterWeights,
-                      {values.buffers, &values.values[0][lane], values.count});
+    znRTPixelRectangle bounds{~0u, 0, ~0u, 0};
+    for (const znRTFootprint* f = footprints; f < footprints + count; ++f)
+        if (f->width > 0)
+            bounds = {std::min(bounds.x0, f->x), std::max(bounds.x1, f->x + f->width),
+                      std::min(bounds.y0, f->y), std::max(bounds.y1, f->y + f->height)};
+    return bounds;
 }
 
-void znRTLayerStore::addToMattes(const znRTLayerPacket& packet, int lane) const
+} // namespace
+
+void znRTLayerStore::splat(const znRTLayerSamples& samples) const
 {
-    const bool isHit = (packet.hit.hitMask >> lane & 1) && packet.fragment.coverage[lane] > 0.0f;
-    const znRTCryptomatteIds::Ids& ids =
-        isHit ? matteIds[u32(packet.hit.geometry[lane])] : znRTCryptomatteIds::none;
-    const u32 x = u32(packet.ray.pixelX[lane]), y = u32(packet.ray.pixelY[lane]);
-    if (filter->isBox()) {
-        matte->add(int(x), int(y), ids.object, ids.material, 1.0f);
-        return;
+    const znRTSplatTarget target = splatTarget();
+    znRTFootprint footprints[znRTLayerSamples::limit];
+    for (u32 i = 0; i < samples.count; ++i) {
+        footprints[i] = footprintOf(target, *filter, samples.samples[i].x, samples.samples[i].y);
+        forEachSplatPixel(target, *filter, footprints[i], [&](const znRTSplatPixel& pixel) {
+            filterWeights[pixel.index] += pixel.weight;
+        });
     }
-    forEachSplatPixel(splatTarget(), *filter, x, y, [&](u32 xj, u32 yj, float weight) {
-        matte->addLocked(int(xj), int(yj), ids.object, ids.material, weight);
-    });
+    const znRTPixelRectangle bounds = boundsOf(footprints, samples.count);
+    const auto nextLayer = [&](u32 layer) {
+        do
+            ++layer;
+        while (layer < znFilteredLayers && samples.sizes[layer] == 0);
+        return layer;
+    };
+    for (u32 layer = 0; layer < znFilteredLayers;) {
+        const u32 next = nextLayer(layer);
+        if (next < znFilteredLayers)
+            fetchPixels(buffers[next], rowStride, bounds);
+        ZN_RGBA32F* const frame = buffers[layer];
+        for (u32 i = 0; i < samples.sizes[layer]; ++i) {
+            const znRTFootprint& footprint = footprints[samples.owners[layer][i]];
+            const __m128 value = samples.values[layer][i];
+            const auto add = [=](const znRTSplatPixel& pixel) {
+                addWeighted(frame[pixel.index], pixel.weight, value);
+            };
+            if (hasLobes)
+                forEachSplatPixel(target, *filter, footprint, add);
+            else
+                forEachFootprintPixel(footprint, rowStride, *filter, add);
+        }
+        layer = next;
+    }
+}
+
+void znRTLayerStore::addToMattes(const znRTLayerSamples& samples) const
+{
+    const znRTSplatTarget target = splatTarget();
+    for (u32 i = 0; i < samples.count; ++i) {
+        const znRTLayerSamples::Sample& s = samples.samples[i];
+        if (filter->isBox()) {
+            matte->add(int(s.x), int(s.y), s.objectId, s.materialId, 1.0f);
+            continue;
+        }
+        forEachSplatPixel(target, *filter, footprintOf(target, *filter, s.x, s.y),
+                          [&](const znRTSplatPixel& pixel) {
+                              matte->addLocked(int(pixel.x), int(pixel.y), s.objectId, s.materialId,
+                                               pixel.weight);
+                          });
+    }
 }
 
 void znRTLayerStore::keepData(const znRTLayerPacket& packet, int lanes)

@@ -11,6 +11,7 @@
 
 #include "host/znRenderPasses.h"
 #include "render/cryptomatteIds.h"
+#include "render/layerSamples.h"
 #include "render/znRTMultilayerFragment.h"
 
 #include "host/pixelFormats.h"
@@ -22,7 +23,6 @@ class znPixelfilterSampleSet;
 class znRTCamera;
 class znRTCryptomatte;
 class znRaytracerP;
-struct znRTSplatTarget;
 
 /// Depth as it is stored: scale / distance + bias, for distances up to the far clip distance.
 struct znRTDepthRange
@@ -55,24 +55,26 @@ public:
 
     /// Interactive frames: overwrites all layers of the packet's pixels.
     void store(const znRTLayerPacket& packet) const;
-    /// Still frames: adds a sample to the layers of light, to the filter weights and to the id
-    /// mattes. Layers of data are not filtered: each pixel keeps the values of its sample next to
-    /// the centre, and the nearest depth of all samples.
-    void accumulate(const znRTLayerPacket& packet);
+    /// Still frames: takes the samples of a packet for the sums. Layers of data are not filtered
+    /// and go to their buffers at once: each pixel keeps the values of its sample next to the
+    /// centre, and the nearest depth of all samples.
+    /// @param samples  with room for a packet
+    void collect(const znRTLayerPacket& packet, znRTLayerSamples& samples);
+    /// Adds samples to the layers of light, to the filter weights and to the id mattes, and takes
+    /// them from the list. Reaches pixels of neighbouring tiles.
+    void accumulate(znRTLayerSamples& samples);
 
 private:
-    struct LightValues;
-
-    void gatherLight(const znRTLayerPacket& packet, LightValues& values) const;
-    void addLight(const LightValues& values, u64 pixel, int lane) const;
-    void splatLight(const LightValues& values, u32 x, u32 y, int lane) const;
-    void addToMattes(const znRTLayerPacket& packet, int lane) const;
+    void addToPixels(const znRTLayerSamples& samples) const;
+    void splat(const znRTLayerSamples& samples) const;
+    void addToMattes(const znRTLayerSamples& samples) const;
     void keepData(const znRTLayerPacket& packet, int lanes);
     void storeDepth(const znRTLayerPacket& packet, int lanes) const;
     znRTSplatTarget splatTarget() const;
+    u64 indexOf(u32 x, u32 y) const { return u64(y) * rowStride + x; }
     u64 indexOf(const znRTLayerPacket& packet, int lane) const
     {
-        return u64(u32(packet.ray.pixelY[lane])) * rowStride + u32(packet.ray.pixelX[lane]);
+        return indexOf(u32(packet.ray.pixelX[lane]), u32(packet.ray.pixelY[lane]));
     }
 
     std::array<ZN_RGBA32F*, znRenderPassCount> buffers{};
@@ -83,6 +85,7 @@ private:
     const u8* activePixels = nullptr;
     float* filterWeights = nullptr;
     const znPixelfilterSampleSet* filter = nullptr;
+    bool hasLobes = false; ///< some weights of the filter are negative
     znRTCryptomatte* matte = nullptr;
     znRTCryptomatteIds matteIds;
 

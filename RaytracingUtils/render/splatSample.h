@@ -1,10 +1,11 @@
 #pragma once
 
-// Adding a filtered sample to the frame of a still image.
+// Adding filtered samples to the frame of a still image.
 
 #include "host/pixelFormats.h"
 #include "host/znPixelfilter.h"
 
+#include <algorithm>
 #include <emmintrin.h>
 
 /// Whether all four components are 0. Most pictures stand before nothing, and most layers are dark:
@@ -24,53 +25,78 @@ struct znRTSplatTarget
     u32 left, right, bottom, top; ///< pixels that may be written; right and top one past the end
 };
 
-/// Calls f(x, y, weight) for each pixel that a sample of pixel (x, y) counts for. Positive weights
-/// also reach finished pixels; those of negative lobes only pixels that still take samples, for a
-/// finished pixel would not be lifted again.
-template <class Function>
-void forEachSplatPixel(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter, u32 x,
-                       u32 y, Function&& f)
+/// The pixels that a sample counts for: a rectangle, empty where all of it lies outside the image.
+struct znRTFootprint
+{
+    u32 x = 0, y = 0, width = 0, height = 0;
+    const float* weights = nullptr; ///< of pixel (x, y)
+};
+
+/// Of a sample of pixel (x, y), cut to what may be written.
+inline znRTFootprint footprintOf(const znRTSplatTarget& target,
+                                 const znPixelfilterSampleSet& filter, u32 x, u32 y)
 {
     const int x0 = std::max(int(x) + filter.minX, int(target.left));
     const int x1 = std::min(int(x) + filter.maxX, int(target.right) - 1);
     const int y0 = std::max(int(y) + filter.minY, int(target.bottom));
     const int y1 = std::min(int(y) + filter.maxY, int(target.top) - 1);
-    for (int yj = y0; yj <= y1; ++yj)
-        for (int xj = x0; xj <= x1; ++xj) {
-            const float weight = filter.getWeight(xj - int(x), yj - int(y));
-            if (weight <= 0.0f && target.activePixels[u64(yj) * target.stride + u64(xj)] == 0)
-                continue;
-            f(u32(xj), u32(yj), weight);
-        }
+    if (x1 < x0 || y1 < y0)
+        return {};
+    const int first = (x0 - int(x) + filter.offset) + (y0 - int(y) + filter.offset) * filter.stride;
+    return {u32(x0), u32(y0), u32(x1 - x0 + 1), u32(y1 - y0 + 1), filter.weights + first};
 }
-
-/// Adds a sample of pixel (x, y) to all pixels that it counts for.
-///
-/// Workers on neighbouring tiles meet in the margin of a filter, and no lock guards their adds: of
-/// two that coincide one may be lost, for one pixel and one sample. This function and the next one
-/// are the only places where that happens.
-void splatSample(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter, u32 x, u32 y,
-                 __m128 colour);
 
 /// A pixel that a sample counts for.
 struct znRTSplatPixel
 {
     u64 index;
+    u32 x, y;
     float weight;
 };
 
-/// Pixels under the largest filter.
-constexpr u32 znMostSplatPixels = 33 * 33;
-
-/// Layers of a frame that a sample is added to: the colours of one lane, as they lie in an array of
-/// four lanes per layer.
-struct znRTSplatLayers
+/// Calls f with each pixel of a footprint, whether or not it still takes samples.
+/// @param stride  pixels per row
+template <class Function>
+void forEachFootprintPixel(const znRTFootprint& footprint, u64 stride,
+                           const znPixelfilterSampleSet& filter, Function&& f)
 {
-    ZN_RGBA32F* const* frames;
-    const __m128* colours; ///< every fourth
-    u32 count;
-};
+    const float* weights = footprint.weights;
+    u64 row = footprint.y * stride + footprint.x;
+    for (u32 j = 0; j < footprint.height; ++j, row += stride, weights += filter.stride)
+        for (u32 i = 0; i < footprint.width; ++i)
+            f(znRTSplatPixel{row + i, footprint.x + i, footprint.y + j, weights[i]});
+}
 
-/// Adds a sample to several layers and, once, to the weights.
-void splatSampleLayers(const znRTSplatPixel* pixels, u32 count, float* filterWeights,
-                       const znRTSplatLayers& layers);
+/// Calls f with the pixels of a footprint that a sample counts for. Positive weights also reach
+/// finished pixels; those of negative lobes only pixels that still take samples, for a finished
+/// pixel would not be lifted again.
+template <class Function>
+void forEachSplatPixel(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter,
+                       const znRTFootprint& footprint, Function&& f)
+{
+    forEachFootprintPixel(footprint, target.stride, filter, [&](const znRTSplatPixel& pixel) {
+        if (pixel.weight > 0.0f || target.activePixels[pixel.index] != 0)
+            f(pixel);
+    });
+}
+
+/// A weighted sample into a sum.
+inline void addWeighted(ZN_RGBA32F& pixel, float weight, __m128 colour)
+{
+    _mm_store_ps(&pixel.r,
+                 _mm_add_ps(_mm_load_ps(&pixel.r), _mm_mul_ps(_mm_set1_ps(weight), colour)));
+}
+
+/// Adds a sample of pixel (x, y) to all pixels that it counts for. Workers on neighbouring tiles
+/// meet in the margin of a filter: each takes its turn before (render/tileSeams.h).
+inline void splatSample(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter, u32 x,
+                        u32 y, __m128 colour)
+{
+    const bool isColoured = !isNothing(colour);
+    forEachSplatPixel(target, filter, footprintOf(target, filter, x, y),
+                      [&](const znRTSplatPixel& pixel) {
+                          target.filterWeights[pixel.index] += pixel.weight;
+                          if (isColoured)
+                              addWeighted(target.frame[pixel.index], pixel.weight, colour);
+                      });
+}

@@ -46,6 +46,8 @@ public:
     /// Points the task at the view's buffers, queue and the current camera. Runs before each frame:
     /// the host may have exchanged any of them.
     virtual void bind(znRaytracerP& view);
+    /// Runs before the workers of a frame start on its tiles; may bring them into another order.
+    virtual void prepareTiles(znRTRenderTile* /*tiles*/, u32 /*count*/) {}
 
     /// Tile of the grid by its number, clipped to the rectangle.
     znRTRenderTile getGridTile(u32 index) const;

@@ -39,9 +39,9 @@ void showFlares(const znRTRayPacket& ray, znRTMultilayerFragment& fragment)
 
 } // namespace
 
-template <class Take>
+template <class Take, class EndBlock>
 void znRTLayerTileLoop::traceLayers(const znRTRenderTile& tile, u32 step, const u8* pixelMask,
-                                    Take&& take)
+                                    Take&& take, EndBlock&& endBlock)
 {
     znRTPacketBlock block;
     znRTMultilayerFragment empty, fragment;
@@ -70,6 +70,8 @@ void znRTLayerTileLoop::traceLayers(const znRTRenderTile& tile, u32 step, const 
                     block.tMax, block.laneMasks, 0, 1, 1.0f, pixelMask));
                 for (int i = 0; i < count; ++i)
                     integratePacket(i, sampleOffset);
+                if (count > 0)
+                    endBlock();
                 sampleOffset += count > 0;
             }
     });
@@ -77,8 +79,14 @@ void znRTLayerTileLoop::traceLayers(const znRTRenderTile& tile, u32 step, const 
 
 void znRTRenderpassesTileLoop::traceTile(const znRTRenderTile& tile)
 {
-    traceLayers(tile, 1, nullptr,
-                [this](const znRTLayerPacket& packet) { layerStore.store(packet); });
+    traceLayers(
+        tile, 1, nullptr, [this](const znRTLayerPacket& packet) { layerStore.store(packet); },
+        [] {});
+}
+
+void znRTHQRenderpassesTileLoop::prepareTiles(znRTRenderTile* tiles, u32 count)
+{
+    arrangeTiles(seams, camera->pixelFilterSet, tiles, count);
 }
 
 void znRTHQRenderpassesTileLoop::traceTile(const znRTRenderTile& tile)
@@ -86,6 +94,18 @@ void znRTHQRenderpassesTileLoop::traceTile(const znRTRenderTile& tile)
     // The lens steps over the pixels between its samples whatever is rendered, so that a single
     // call per block would leave most of them out.
     const u32 step = u32(std::max(znRTRaytracingSettings::s_stillFrameSupersampling, 1));
-    traceLayers(tile, step, activePixels,
-                [this](const znRTLayerPacket& packet) { layerStore.accumulate(packet); });
+    znRTTileSeams::Turn turn(seams, tile);
+    znRTLayerSamples samples;
+    const auto accumulate = [&] {
+        turn.await();
+        layerStore.accumulate(samples);
+    };
+    traceLayers(
+        tile, step, activePixels,
+        [&](const znRTLayerPacket& packet) {
+            if (!samples.hasRoomForPacket())
+                accumulate();
+            layerStore.collect(packet, samples);
+        },
+        accumulate);
 }

@@ -4,6 +4,7 @@
 // exist once and the templates only name the integrator.
 
 #include "render/layerStore.h"
+#include "render/tileSeams.h"
 #include "render/znRTPacketBlock.h"
 #include "render/znRTRenderTask.h"
 
@@ -27,8 +28,10 @@ protected:
     /// @param step       pixels between those that one call of the lens visits, over four
     /// @param pixelMask  pixels to trace, or null for all
     /// @param take       called with each packet
-    template <class Take>
-    void traceLayers(const znRTRenderTile& tile, u32 step, const u8* pixelMask, Take&& take);
+    /// @param endBlock   called after the packets of each call of the lens
+    template <class Take, class EndBlock>
+    void traceLayers(const znRTRenderTile& tile, u32 step, const u8* pixelMask, Take&& take,
+                     EndBlock&& endBlock);
 
     znRTLayerStore layerStore;
 
@@ -51,9 +54,11 @@ public:
     using znRTLayerTileLoop::znRTLayerTileLoop;
     void traceTile(const znRTRenderTile& tile) override;
     void bind(znRaytracerP& view) override;
+    void prepareTiles(znRTRenderTile* tiles, u32 count) override;
 
 private:
     const u8* activePixels = nullptr;
+    znRTTileSeams seams;
 };
 
 /// Integrates with I; one definition per integrator, see render/createTask.h.

@@ -14,9 +14,15 @@ void znRTStillFrameTileLoop::bind(znRaytracerP& view)
     filterWeights = view.m_filterWeights;
 }
 
+void znRTStillFrameTileLoop::prepareTiles(znRTRenderTile* tiles, u32 count)
+{
+    arrangeTiles(seams, camera->pixelFilterSet, tiles, count);
+}
+
 void znRTStillFrameTileLoop::traceTile(const znRTRenderTile& tile)
 {
     znRTPacketBlock block;
+    znRTTileSeams::Turn turn(seams, tile);
     const u32 s = u32(std::max(znRTRaytracingSettings::s_stillFrameSupersampling, 1));
     forEachBlock(tile, znBlockSize * s, [&](const znRTPixelRectangle& r) {
         fetchPixels(target, camera->rowStride, r);
@@ -31,6 +37,7 @@ void znRTStillFrameTileLoop::traceTile(const znRTRenderTile& tile)
                 if (count == 0)
                     continue;
                 integrateBlock(block, count, *camera, workingClamp, sampleOffset++);
+                turn.await();
                 accumulate(block, count);
             }
     });

@@ -5,6 +5,7 @@
 // format a finished pixel is stored.
 
 #include "host/znImagePostprocessor.h"
+#include "render/tileSeams.h"
 #include "render/znRTPacketBlock.h"
 #include "render/znRTRenderTask.h"
 
@@ -59,6 +60,7 @@ public:
     }
     void traceTile(const znRTRenderTile& tile) override;
     void bind(znRaytracerP& view) override;
+    void prepareTiles(znRTRenderTile* tiles, u32 count) override;
 
 private:
     /// Adds the samples of a block to the frame.
@@ -69,6 +71,7 @@ private:
     znRTIntegrateBlock integrateBlock;
     const u8* activePixels = nullptr;
     float* filterWeights = nullptr;
+    znRTTileSeams seams;
 };
 
 /// Integrates a block with integrator I and fragment G; one definition per pair, see

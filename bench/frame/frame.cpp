@@ -3,10 +3,14 @@
 // Prints JSON: median times in ms over the repetitions, in turns, and their ratios.
 //
 //   frame [--width N] [--height N] [--repeat N] [--refine N] [--only PREFIX] MESH...
+//   frame --scene FILE [--width N] [--height N] [--repeat N] [--samples N]
+//
+// The second form renders a scene with its lights and materials, see sceneFrames.h.
 //
 // Times are the thread's processor time, so that other work on the machine matters little.
 
 #include "../rays/tracer.h"
+#include "sceneFrames.h"
 
 #include "camera/znRTCamera.h"
 #include "host/osg/Geometry.h"
@@ -40,8 +44,9 @@ using Settings = znRTRaytracingSettings;
 struct Options
 {
     int width = 1920, height = 1088, repeat = 9, refinements = 0;
+    int samples = 8;
     std::string only; ///< beginning of the names of what is measured
-    std::vector<std::string> meshes;
+    std::vector<std::string> meshes, scenes;
 };
 
 Options parse(int argc, char** argv)
@@ -58,8 +63,12 @@ Options parse(int argc, char** argv)
             o.repeat = std::max(1, next());
         else if (a == "--refine")
             o.refinements = std::max(0, next());
+        else if (a == "--samples")
+            o.samples = std::max(1, next());
         else if (a == "--only")
             o.only = i + 1 < argc ? argv[++i] : "";
+        else if (a == "--scene" && i + 1 < argc)
+            o.scenes.push_back(argv[++i]);
         else
             o.meshes.push_back(a);
     }
@@ -335,9 +344,9 @@ Json run(const std::string& path, const Options& o)
 int main(int argc, char** argv)
 try {
     const Options o = parse(argc, argv);
-    if (o.meshes.empty()) {
+    if (o.meshes.empty() && o.scenes.empty()) {
         std::fprintf(stderr, "usage: frame [--width N] [--height N] [--repeat N] [--refine N] "
-                             "[--only PREFIX] MESH...\n");
+                             "[--samples N] [--only PREFIX] [--scene FILE] MESH...\n");
         return 2;
     }
     tbb::global_control control(tbb::global_control::max_allowed_parallelism, 1);
@@ -345,6 +354,8 @@ try {
     Json all = Json::array();
     for (const std::string& mesh : o.meshes)
         all.push_back(run(mesh, o));
+    for (const std::string& scene : o.scenes)
+        all.push_back(measureSceneFrames(scene, {o.width, o.height, o.samples, o.repeat}));
     std::puts(all.dump(2).c_str());
     return 0;
 } catch (const std::exception& e) {

@@ -86,6 +86,11 @@ protected:
         camera.shiftY = shiftY;
         layers.bind(view, camera, 10.0f);
     }
+    void accumulate()
+    {
+        layers.collect(packet(), samples);
+        layers.accumulate(samples);
+    }
     const ZN_RGBA32F& at(u32 layer, u32 x, u32 y) const { return buffers[layer][y * width + x]; }
 
     znRaytracerP view;
@@ -94,6 +99,7 @@ protected:
     znRTHitInfoPacket hit;
     znRTMultilayerFragment fragment;
     znRTLayerStore layers;
+    znRTLayerSamples samples;
     std::vector<ZN_RGBA32F> buffers[znRenderPassCount];
     std::vector<float> weights;
     std::vector<u8> active;
@@ -248,7 +254,7 @@ TEST_F(LayerStore, SkipsLayersWithoutBuffer)
     fragment.colour = znRTColorPacket(2.0f);
     store();
     bindStill();
-    layers.accumulate(packet());
+    accumulate();
     for (u32 i = 0; i < u32(znRenderPassCount); ++i) {
         if (isCryptomattePass(i) || i == ZN_PASS_DEPTH)
             continue;
@@ -305,7 +311,7 @@ TEST_F(LayerStore, AddsLightAndCountsWithTheBox)
     fragment.colour = fragment.layers[0];
     for (u32 iteration : {0u, 4u, 8u}) {
         bindStill(iteration, 0.25f, 0.25f);
-        layers.accumulate(packet());
+        accumulate();
     }
     for (u32 p = 0; p < pixels; ++p) {
         const bool isInside = p >= 3 * width + 4 && p < 3 * width + 8;
@@ -321,7 +327,7 @@ TEST_F(LayerStore, ClampsLightAloneInStillFrames)
         layer = znRTColorPacket(znFloatType<2>(-1.0f, 2.0f, 50.0f, 1000.0f));
     fragment.colour = fragment.layers[0];
     bindStill();
-    layers.accumulate(packet());
+    accumulate();
     for (u32 i = 0; i < u32(znRenderPassCount); ++i) {
         if (isCryptomattePass(i) || i == ZN_PASS_DEPTH)
             continue;
@@ -337,7 +343,7 @@ TEST_F(LayerStore, LeavesFinishedPixelsAlone)
     fragment.colour = znRTColorPacket(1.0f);
     active[3 * width + 5] = 0;
     bindStill();
-    layers.accumulate(packet());
+    accumulate();
     for (u32 i = 0; i < u32(znRenderPassCount); ++i)
         if (!isCryptomattePass(i)) {
             EXPECT_EQ(at(i, 5, 3).r, 0.0f) << i;
@@ -358,7 +364,7 @@ TEST_F(LayerStore, SplatsAllLayersOfLightWithTheSameWeights)
     bindStill();
     layers.bind(view, camera, 1e6f);
     placeAt(1, 1); // the margin reaches over the border of the image
-    layers.accumulate(packet());
+    accumulate();
     for (int y = 0; y < int(height); ++y)
         for (int x = 0; x < int(width); ++x) {
             double weight = 0.0, value = 0.0;
@@ -387,7 +393,7 @@ TEST_F(LayerStore, KeepsTheDataOfTheSampleNextToTheCentre)
         for (u32 i : {31u, 39u, 40u, 41u, 42u})
             fragment.layers[i] = znRTColorPacket(value);
         bindStill(iteration, shift, -shift);
-        layers.accumulate(packet());
+        accumulate();
     };
     sample(0, 0.5f, 1.0f);
     EXPECT_EQ(at(ZN_PASS_NORMAL, 4, 3).r, 1.0f);
@@ -414,7 +420,7 @@ TEST_F(LayerStore, GivesTheMatteTheWeightsOfTheFilter)
             useFilter(znPixelfilterFactory::triangle, 4.0f);
         // Without a scene all ids are those of no hit; coverage still tells the weights.
         bindStill();
-        layers.accumulate(packet());
+        accumulate();
         matte.sort();
         for (u32 y = 0; y < height; ++y)
             for (u32 x = 0; x < width; ++x) {

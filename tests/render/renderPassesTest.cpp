@@ -565,28 +565,48 @@ TEST_F(RenderPasses, PickTheMiddleWhereTheOutputIsSmaller)
         }
 }
 
-// Tiles share no pixel but under a wide filter, so who traces them does not show.
+// Tiles share no pixel but under a wide filter, where they take turns.
 TEST_F(RenderPasses, AreTheSameForEveryNumberOfTasks)
 {
     resizeAll(97, 65);
     makeScene();
-    std::vector<ZN_RGBA32F> reference[znRenderPassCount];
-    for (const bool isStillFrame : {false, true})
+    struct Frame
+    {
+        bool isStill;
+        int filter;
+    };
+    const auto pixelsOf = [&](u32 layer) {
+        std::vector<ZN_RGBA32F> pixels;
+        forEachPixel([&](u32 x, u32 y) {
+            pixels.push_back(
+                isCryptomattePass(layer)
+                    ? matte.getLayer(int(x), int(y), int(layer - ZN_PASS_CRYPTO_OBJECT_00))
+                : layer == ZN_PASS_BEAUTY ? view.pixel(x, y)
+                                          : at(layer, x, y));
+        });
+        return pixels;
+    };
+    for (const Frame& frame : {Frame{false, 1}, {true, 1}, {true, 3}, {true, 5}}) {
+        camera->setFilterType(frame.filter);
+        camera->setFilterSizeX(frame.filter == 1 ? 1.0f : 4.0f);
+        camera->setFilterSizeY(frame.filter == 1 ? 1.0f : 4.0f);
+        std::vector<ZN_RGBA32F> reference[znRenderPassCount];
         for (const u32 tasks : {1u, 2u, 5u}) {
-            begin(isStillFrame);
-            if (isStillFrame)
+            begin(frame.isStill);
+            if (frame.isStill)
                 accumulate(4, tasks);
             else
                 ASSERT_FALSE(trace(tasks));
-            for (u32 i = 1; i < u32(znRenderPassCount); ++i) {
-                if (isCryptomattePass(i))
-                    continue;
+            matte.sort();
+            for (u32 i = 0; i < u32(znRenderPassCount); ++i) {
+                const std::vector<ZN_RGBA32F> pixels = pixelsOf(i);
                 if (tasks == 1)
-                    reference[i] = layers[i];
-                ASSERT_EQ(std::memcmp(reference[i].data(), layers[i].data(),
-                                      layers[i].size() * sizeof(ZN_RGBA32F)),
+                    reference[i] = pixels;
+                ASSERT_EQ(std::memcmp(reference[i].data(), pixels.data(),
+                                      pixels.size() * sizeof(ZN_RGBA32F)),
                           0)
-                    << znRenderPassNames[i] << ", tasks " << tasks;
+                    << znRenderPassNames[i] << ", tasks " << tasks << ", filter " << frame.filter;
             }
         }
+    }
 }
