@@ -50,3 +50,13 @@ void znRTLobeParameters::setReflectance(const znRTColorPacket& color, znFloatTyp
     reflectance = select(lanes, mean, reflectance);
     reflectanceMask |= lanes;
 }
+
+void znRTLobeParameters::maskedUpdate(const znRTLobeParameters& other, znFloatType<2> lanes)
+{
+    static_assert(sizeof(znRTLobeParameters) % sizeof(znFloatType<2>) == 0);
+    // Packets through and through: one loop instead of a list that a new field could miss.
+    auto* const target = reinterpret_cast<znFloatType<2>*>(this);
+    const auto* const source = reinterpret_cast<const znFloatType<2>*>(&other);
+    for (std::size_t i = 0; i < sizeof(znRTLobeParameters) / sizeof(znFloatType<2>); ++i)
+        target[i] = select(lanes, source[i], target[i]);
+}

@@ -41,6 +41,9 @@ struct znRTLobeParameters : znAlignedBase16
     /// Empties all masks; the other fields stay undefined.
     void clear();
 
+    /// Takes the other over in the lanes, on all fields and masks.
+    void maskedUpdate(const znRTLobeParameters& other, znFloatType<2> lanes);
+
     /// The same exponent on both axes, in the lanes.
     /// @param e  held inside 0..lobeMath::maxExponent
     void setExponents(znFloatType<2> e, znFloatType<2> lanes) { setExponents(e, e, lanes); }

@@ -9,6 +9,7 @@
 #include "material/znRTPlasticMaterial.h"
 #include "material/znRTSimpleMaterial.h"
 #include "material/znRTSphereEnvironmentMaterial.h"
+#include "material/znRTSubstanceMaterial.h"
 
 #include <iterator>
 #include <mutex>
@@ -71,7 +72,7 @@ const MaterialRow materialTable[] = {
     substituted<osg::UGlassMaterial, Plain>("znRTGlassMaterial"),
     substituted<osg::UTireMaterial, Plain>("znRTTireMaterial"),
     substituted<osg::USVBRDFMaterial, Plain>("znRTSVBRDFMaterial"),
-    substituted<osg::USubstanceMaterial, Plain>("znRTSubstanceMaterial"),
+    row<osg::USubstanceMaterial, znRTSubstanceMaterial>(),
     substituted<osg::ULineChromeMaterial, Plain>("znRTLineChromeMaterial"),
     substituted<osg::UShadowMaterial, Plain>("znRTShadowMaterial"),
     substituted<osg::UGlowMaterial, Dummy>("znRTGlowMaterial"),

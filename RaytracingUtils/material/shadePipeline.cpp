@@ -61,6 +61,10 @@ void gather(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTH
     evaluateEnvironmentLights(lit, light.ibl[surfaceDiffuse], light.ibl[surfaceGlossy]);
     evaluateIndirect(lit, hit.diffuse * hit.alpha, hit.glossy * hit.alpha, hit.ambient,
                      light.indirect[surfaceDiffuse], light.indirect[surfaceGlossy]);
+    for (const int term : {int(surfaceDiffuse), int(surfaceGlossy)}) {
+        light.ibl[term] *= hit.ambientOcclusion;
+        light.indirect[term] *= hit.ambientOcclusion;
+    }
 }
 
 /// What the surface emits, for the rays that see it.
@@ -123,6 +127,9 @@ void showBehind(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
 void enterLobes(const znRTHitSurface& hit, const znRTBRDF& passThrough,
                 znRTSurfaceProperties& surface, const znFloatType<2>& mask, int group)
 {
+    if (const znRTLobeParameters* const lanes = hit.dg.parameters)
+        for (int which = 0; which < 2; ++which)
+            surface.useParameters(which).maskedUpdate(lanes[which], mask);
     const auto isWanted = [group](const znRTBRDF& lobe) {
         return group < 0 || znRTSurfaceProperties::getGroup(lobe.getTypeFlags()) == group;
     };

@@ -53,6 +53,8 @@ struct znRTHitSurface : znAlignedBase16
 
     znRTColorPacket diffuse{0.0f}, glossy{0.0f}, specular{0.0f}, translucent{0.0f};
     znRTColorPacket ambient{1.0f}; ///< tint of baked light
+    /// Share of the light from all around that folds too small for the geometry let in, 1 open.
+    znFloatType<2> ambientOcclusion{1.0f};
     znRTColorPacket emission{0.0f};
     znRTColorPacket transparency{0.0f}; ///< colour that passes; alpha: opacity
     znFloatType<2> alpha{1.0f};         ///< opacity

@@ -82,6 +82,16 @@ bool znRTBRDFMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attribu
     return znRTMaterial::setRaytracingCommonSettings(attributes);
 }
 
+void znRTBRDFMaterial::scaleOpacity(float share)
+{
+    const auto passed = [share](float transparency) {
+        return 1.0f - share * (1.0f - transparency);
+    };
+    transparencyColor = {passed(transparencyColor.r), passed(transparencyColor.g),
+                         passed(transparencyColor.b), 1.0f};
+    opacity *= share;
+}
+
 void znRTBRDFMaterial::readOcclusion(const znRTBRDFMaterialAttributes& attributes)
 {
     const osg::Vec4f& tint = attributes.occlusionColor;

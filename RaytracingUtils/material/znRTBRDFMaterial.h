@@ -72,6 +72,8 @@ protected:
     /// @return true when lobes and colours have to be read again
     bool setRaytracingCommonSettings(znRTCommonAttributes& attributes,
                                      bool withIncandescenceTexture);
+    /// Lets more through: the share of the surface that is left. After the common settings.
+    void scaleOpacity(float share);
     /// How vertex occlusion darkens the environment.
     void readOcclusion(const znRTBRDFMaterialAttributes& attributes);
     /// Requirements of a material without textures, by the terms that it evaluates.

@@ -9,6 +9,7 @@
 #include "material/znRTPlasticMaterial.h"
 #include "material/znRTSimpleMaterial.h"
 #include "material/znRTSphereEnvironmentMaterial.h"
+#include "material/znRTSubstanceMaterial.h"
 
 #include <atomic>
 #include <thread>
@@ -40,6 +41,7 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                         {"ULightMaterial", znRTLightMaterial::id},
                         {"USphereEnvironmentMaterial", znRTSphereEnvironmentMaterial::id},
                         {"USkylightMaterial", znRTSphereEnvironmentMaterial::id},
+                        {"USubstanceMaterial", znRTSubstanceMaterial::id},
                         {"SimpleMaterial", znRTSimpleMaterial::id},
                         {"ChunkMaterial", znRTChunkMaterial::id}};
     for (const Row& row : rows) {
@@ -67,7 +69,6 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                                      "UGlassMaterial",
                                      "UTireMaterial",
                                      "USVBRDFMaterial",
-                                     "USubstanceMaterial",
                                      "ULineChromeMaterial",
                                      "UShadowMaterial",
                                      "UXrayMaterial"};

@@ -1,0 +1,72 @@
+#pragma once
+
+// The metallic workflow: base colour, metallic, roughness and specular level make one diffuse and
+// one glossy lobe. Reflectance at normal incidence is 0.08 times the specular level where metallic
+// is 0 and the base colour where it is 1; the diffuse colour is what metallic leaves of the base.
+// B. Burley, "Physically-Based Shading at Disney", SIGGRAPH 2012 course notes, section 5.
+
+#include "brdf/analytic/znRTDiffuseFresnelBRDF.h"
+#include "brdf/analytic/znRTFresnelBlendBRDF.h"
+#include "brdf/analytic/znRTSubstanceGGXBRDF.h"
+#include "brdf/znRTFresnelSchlick.h"
+#include "material/colorAttribute.h"
+#include "material/shadePipeline.h"
+
+struct znRTSubstanceAttributes;
+
+class znRTSubstanceMaterial : public znRTBRDFMaterial
+{
+public:
+    static const znRTTypeId id;
+    static constexpr unsigned terms = shadeDiffuse | shadeGlossy;
+
+    explicit znRTSubstanceMaterial(const osg::MaterialPtr& material);
+
+    znRTMaterial* getDuplicate() const override { return new znRTSubstanceMaterial(hostMaterial); }
+    void update() override;
+
+    using znRTBRDFMaterial::shade;
+    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+               znRTFragment& fragment, const znFloatType<2>& mask,
+               znRTShadingState& state) const override;
+    void evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                          znRTSurfaceProperties& surface, const znFloatType<2>& mask,
+                          znRTShadingState& state, int group, EvaluationType type) const override;
+
+    // For the pipeline.
+
+    void fetchParameters(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
+                         const znFloatType<2>& mask, Hit& hit) const;
+    void buildFrame(Hit& hit) const;
+    void addLobes(Hit& hit, const znFloatType<2>& lanes) const;
+
+protected:
+    /// Values of the workflow at four hits.
+    struct Substance
+    {
+        znRTColorPacket baseColor;
+        znFloatType<2> metallic, roughness, specularLevel;
+        znFloatType<2> anisotropyLevel, anisotropyAngle; ///< [0, 1]; share of a turn
+    };
+
+    Substance evaluateSubstance(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const;
+    znFloatType<2> getSpecularLevel(const znRTDataBlockPacket& data,
+                                    const znFloatType<2>& mask) const;
+    /// Share of the light from all around that small folds of the surface let in, 1 open.
+    znFloatType<2> getMaterialAmbientOcclusion(const znRTDataBlockPacket& data,
+                                               const znFloatType<2>& mask) const;
+
+private:
+    template <class Record>
+    void readRecord(const Record& record);
+    void setupLobes(const znRTSubstanceAttributes& record);
+
+    znRTColorAttribute baseColor, ambient, emissive;
+    float metallic = 0.0f, roughness = 0.5f, specularLevel = 0.5f;
+    float anisotropyLevel = 0.0f, anisotropyAngle = 0.0f;
+    float ambientOcclusion = 1.0f;
+
+    znRTDiffuseFresnelBRDF diffuseLobe;
+    znRTSubstanceGGXBRDF glossyLobe;
+    znRTFresnelBlendBRDF blend{diffuseLobe, glossyLobe};
+};
