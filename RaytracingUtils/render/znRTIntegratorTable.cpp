@@ -155,7 +155,8 @@ namespace {
 bool hasLight(const znRTAccelerator& scene)
 {
     const znDynArray<znRTLight*>& lights = scene.getLights();
-    return std::any_of(lights.begin(), lights.end(),
+    return znRTRenderUtils::getEnvironmentLight() ||
+           std::any_of(lights.begin(), lights.end(),
                        [](const znRTLight* light) { return light->isOn(); });
 }
 

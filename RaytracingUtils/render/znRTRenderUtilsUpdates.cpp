@@ -37,6 +37,10 @@ constexpr u32 treeChanges = znChangeNodesCreated | znChangeTransforms | znChange
                             znChangeSelection | znChangeMaterialAssignment | znChangeMaterials |
                             znChangeEnvironment | znChangeClipping;
 
+/// Changes after which another environment may be in force: it comes with an object's material.
+constexpr u32 environmentChanges = znChangeNodesCreated | znChangeMaterialAssignment |
+                                   znChangeMaterials | znChangeEnvironment;
+
 /// Takes over settings and attachments.
 /// @return true when materials have to look at the settings again
 bool updateSettings()
@@ -128,9 +132,12 @@ void updateFromChangeList(znRTAccelerator& scene, const osg::ChangeList* changeL
             znRTRenderUtils::updateVisibilities();
     }
 
-    if (changeFlags & znChangeEnvironment)
+    const znRTLight* const environmentBefore = znRTMaterial::s_environmentLight;
+    if (rebuildsAll || (changeFlags & environmentChanges))
         znRTRenderUtils::updateEnvironment();
-    if (settingsChanged || (changeFlags & (znChangeSettings | znChangeEnvironment))) {
+    const bool hasOtherEnvironment = znRTMaterial::s_environmentLight != environmentBefore;
+    if (settingsChanged || hasOtherEnvironment ||
+        (changeFlags & (znChangeSettings | znChangeEnvironment))) {
         znRTSceneHandler::updateMaterials();
         if (znRTRenderUtils::s_luxMaterial) // belongs to no scene
             znRTRenderUtils::s_luxMaterial->update();
