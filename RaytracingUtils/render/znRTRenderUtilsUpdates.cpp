@@ -38,8 +38,8 @@ constexpr u32 treeChanges = znChangeNodesCreated | znChangeTransforms | znChange
                             znChangeEnvironment | znChangeClipping;
 
 /// Changes after which another environment may be in force: it comes with an object's material.
-constexpr u32 environmentChanges = znChangeNodesCreated | znChangeMaterialAssignment |
-                                   znChangeMaterials | znChangeEnvironment;
+constexpr u32 environmentChanges =
+    znChangeNodesCreated | znChangeMaterialAssignment | znChangeMaterials | znChangeEnvironment;
 
 /// Takes over settings and attachments.
 /// @return true when materials have to look at the settings again
