@@ -158,9 +158,11 @@ private:
             maximum(onDiffuse.getMax(), onGlossy.getMax()) > znFloatType<2>(0.0f);
         if (!anyLane(lit))
             return;
+        const znRTVector3fPacket origin = shadowOrigin(data, dg, sample.wi);
+        znFloatType<2> end;
+        const znRTVector3fPacket way = sample.wayFrom(origin, dg.position, end);
         const znRTColorPacket passed = znRTLight::getShadowFactor(
-            ray, shadowOrigin(data, dg, sample.wi), sample.wi, 0.0f, sample.distance, visibility,
-            lit, sample.shadowIntensity, state);
+            ray, origin, way, 0.0f, end, visibility, lit, sample.shadowIntensity, state);
         diffuse += (onDiffuse * passed) & lit;
         glossy += (onGlossy * passed) & lit;
     }

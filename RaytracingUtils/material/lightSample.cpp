@@ -6,6 +6,9 @@
 
 namespace {
 
+/// Lights farther away are at infinity: squares of distances have to be floats.
+constexpr float farAway = 1e18f;
+
 /// Where a light is, seen from the points.
 struct Sight
 {
@@ -32,9 +35,8 @@ Sight sightOf(const znRTUAreaLight& light, const znRTDifferentialGeometry& dg,
     const znRTVector3fPacket toward = point.position - dg.position;
     const znFloatType<2> distance = toward.getLength();
     const znRTVector3fPacket wi = toward * reciprocalOrZero(distance);
-    // The surface of the light does not shade the light.
-    return {wi, distance - surfaceOffset(point.position, distance),
-            light.getIntensity(dg.position, wi, point.position, point.uv, lanes), pdf};
+    return {wi, distance, light.getIntensity(dg.position, wi, point.position, point.uv, lanes),
+            pdf};
 }
 
 /// Red, green and blue of a light's colour times what arrives.
@@ -65,4 +67,17 @@ void LightEvalSample::take(const znRTLight& light, const znRTDifferentialGeometr
     glossy.maskedUpdate(arriving(light.getGlossyColor(), sight, factor), reached);
     shadowIntensity = select(reached, light.getShadowIntensity(), shadowIntensity);
     mask |= reached;
+}
+
+znRTVector3fPacket LightEvalSample::wayFrom(const znRTVector3fPacket& origin,
+                                            const znRTVector3fPacket& position,
+                                            znFloatType<2>& end) const
+{
+    const znFloatType<2> isNear = distance < znFloatType<2>(farAway);
+    const znRTVector3fPacket fromPosition = wi * (distance & isNear);
+    const znRTVector3fPacket way = fromPosition - (origin - position);
+    const znFloatType<2> length = way.getLength();
+    // The light may have a surface in the scene, which does not shade it.
+    end = select(isNear, length - surfaceOffset(position + fromPosition, length), distance);
+    return select(isNear, way, wi);
 }

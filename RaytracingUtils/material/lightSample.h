@@ -20,9 +20,17 @@ struct LightEvalSample : znAlignedBase16
               const znRTVector2fPacket& u, const znFloatType<2>& weight,
               const znFloatType<2>& lanes);
 
+    /// From where a shadow ray starts, off the surface, to the point on the light. Along wi it
+    /// would meet the light's own surface before its end.
+    /// @param position  of the illuminated point
+    /// @param end       out: distance up to which there may be occluders
+    /// @return any length
+    znRTVector3fPacket wayFrom(const znRTVector3fPacket& origin, const znRTVector3fPacket& position,
+                               znFloatType<2>& end) const;
+
     znFloatType<2> mask;     ///< lanes with a sample
     znRTVector3fPacket wi;   ///< unit, world space, toward the light
-    znFloatType<2> distance; ///< end of shadow rays
+    znFloatType<2> distance; ///< of the point on the light; the largest float at infinity
     znRTColorPacket diffuse; ///< light over density, for diffuse lobes
     znRTColorPacket glossy;  ///< the same for glossy lobes
     znFloatType<2> shadowIntensity;
