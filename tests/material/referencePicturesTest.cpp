@@ -26,7 +26,7 @@ Scene ballOnFloor()
 void expectAgreement(const Scene& scene, int bounces, int samples, int side,
                      const StillFrameQuality& quality = {})
 {
-    const Picture expected = PathTracer(scene, bounces).render(side);
+    const Picture expected = PathTracer(scene, {bounces}).render(side);
     const Picture found = HostScene(scene, quality).render(samples);
     expectPicturesAgree(found, expected);
 }
@@ -78,4 +78,46 @@ TEST(ReferencePictures, AgreeUnderASkyWithASun)
     sky.sunRow = 10;
     sky.sun = Color{150.0, 140.0, 120.0};
     expectAgreement(scene, 0, 64, 20);
+}
+
+// Light that comes by two other surfaces, between walls of two colours.
+TEST(ReferencePictures, AgreeInAClosedRoom)
+{
+    Scene scene;
+    const int white = scene.add({.diffuse = Color::gray(0.7)});
+    const int red = scene.add({.diffuse = {0.6, 0.1, 0.1}});
+    const int green = scene.add({.diffuse = {0.1, 0.5, 0.1}});
+    const Vector x{2, 0, 0}, y{0, 2, 0}, z{0, 0, 2};
+    scene.parallelograms = {{{-1, -1, 0}, x, y, white}, {{-1, -1, 2}, x, y, white},
+                            {{-1, 1, 0}, x, z, white},  {{-1, -1, 0}, x, z, white},
+                            {{-1, -1, 0}, y, z, red},   {{1, -1, 0}, y, z, green}};
+    scene.balls.push_back({{0.3, 0.3, 0.4}, 0.4, white});
+    scene.rectangles.push_back({{0.0, 0.0, 1.95}, 0.4, 0.4, Color{10.0, 9.0, 8.0}});
+    scene.view = {{0.0, -0.95, 1.0}, {0.0, 0.5, 0.8}, 80.0};
+    expectAgreement(scene, 2, 48, 20, {.illumination = 3, .depth = 2});
+}
+
+// A sky without a sun, and what the floor and the ball send to each other.
+TEST(ReferencePictures, AgreeUnderASkyWithLightBetweenSurfaces)
+{
+    Scene scene = ballOnFloor();
+    scene.sky.width = 4;
+    scene.sky.height = 2;
+    scene.sky.texels.assign(8, Color{0.8, 0.9, 1.0});
+    expectAgreement(scene, 1, 32, 16, {.illumination = 3, .depth = 1});
+}
+
+// Each sample counts for its own pixel alone and chooses by its own numbers: who computes it and
+// when is all the same.
+TEST(ReferencePictures, AreTheSameOnAnyNumberOfThreads)
+{
+    Scene scene = ballOnFloor();
+    for (int i = 0; i < 8; ++i) // more than are all evaluated
+        scene.points.push_back({{0.5 * i - 2.0, -1.5, 3.0}, Color::gray(0.5 + i)});
+    const StillFrameQuality quality{.illumination = 3, .depth = 2};
+    const Picture one = HostScene(scene, quality).render(4, 1);
+    const Picture four = HostScene(scene, quality).render(4, 4);
+    for (std::size_t i = 0; i < one.pixels.size(); ++i)
+        for (int c = 0; c < 3; ++c)
+            ASSERT_EQ(one.pixels[i].channel(c), four.pixels[i].channel(c)) << i;
 }

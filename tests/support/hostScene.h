@@ -26,6 +26,7 @@ struct StillFrameQuality
     int depth = 4;        ///< of rays that surfaces send on
     int reflections = 1;  ///< rays to other surfaces per sample
     int environment = 1;  ///< directions to the environment per sample
+    int lightingMode = 0; ///< of all materials: which light counts
 };
 
 class HostScene
@@ -39,7 +40,7 @@ public:
         settings->setEnvironmentStillQuality(quality.environment);
         root->addAttachment(settings);
         for (const Finish& finish : scene.finishes)
-            materials.emplace_back(materialOf(finish));
+            materials.emplace_back(materialOf(finish, quality));
         for (const Parallelogram& p : scene.parallelograms)
             addMesh(meshOf(p), p.finish, {});
         for (const Ball& ball : scene.balls)
@@ -93,9 +94,10 @@ private:
     static osg::Vec3f toVec(const Color& c) { return {float(c.r), float(c.g), float(c.b)}; }
     static osg::ColorComponent toComponent(const Color& c) { return osg::ColorComponent(toVec(c)); }
 
-    static osg::MaterialPtr materialOf(const Finish& finish)
+    static osg::MaterialPtr materialOf(const Finish& finish, const StillFrameQuality& quality)
     {
         const auto material = osg::UPhongMaterial::create();
+        material->setLightingMode(quality.lightingMode);
         material->setDiffuse(toComponent(finish.diffuse));
         material->setGlossy(toComponent(finish.glossy));
         material->setRoughness(float(1.0 / std::sqrt(finish.exponent)));

@@ -37,11 +37,21 @@ private:
     std::uint64_t state;
 };
 
+/// Which light a path collects. Surfaces that emit are always seen.
+struct PathLight
+{
+    int bounces = 0;   ///< how often light is scattered on its way to a point that the eye sees
+    bool lamps = true; ///< lamps light surfaces
+    bool sky = true;   ///< the sky lights surfaces
+};
+
 class PathTracer
 {
 public:
-    /// @param newBounces  how often light is scattered on its way to a point that the eye sees
-    PathTracer(const Scene& newScene, int newBounces) : scene(newScene), bounces(newBounces) {}
+    PathTracer(const Scene& newScene, const PathLight& newLight)
+        : scene(newScene), light(newLight), bounces(newLight.bounces)
+    {
+    }
 
     /// @param side  samples per pixel along each axis, one in each cell of a grid
     Picture render(int side, std::uint64_t seed = 1) const
@@ -166,6 +176,10 @@ private:
             const Color value = scattered(finish, hit.normal, wo, wi) * c;
             return value * passed({hit.position + hit.normal * offset, wi}, distance);
         };
+        if (scene.sky.isThere() && light.sky)
+            sum += fromSky(hit, lit, random);
+        if (!light.lamps)
+            return sum;
         for (const PointLamp& lamp : scene.points) {
             const Vector way = lamp.position - hit.position;
             const double d = way.length();
@@ -188,8 +202,6 @@ private:
             sum +=
                 fromSurface(hit, point, across.normalized(), across.length(), true, lit) * emission;
         }
-        if (scene.sky.isThere())
-            sum += fromSky(hit, lit, random);
         return sum;
     }
 
@@ -357,6 +369,7 @@ private:
     }
 
     const Scene& scene;
+    const PathLight light;
     const int bounces;
 };
 

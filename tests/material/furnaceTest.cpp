@@ -1,0 +1,175 @@
+// Surfaces inside white surroundings: none may shine back more than it gets.
+
+#include "light/environmentFixture.h"
+#include "materialFixture.h"
+
+using namespace materialTest;
+
+namespace {
+
+constexpr double angles[] = {0.0, 60.0, 85.0};
+
+class Furnace : public MaterialTest
+{
+protected:
+    ~Furnace() override
+    {
+        scene.scene->clear();
+        znRTRenderUtils::updateEnvironment();
+        Settings::s_interactiveReflectionDepth = 4;
+        Settings::s_interactiveQuality = 1;
+    }
+
+    /// White surroundings, as light and as what rays see.
+    void surround(int illumination)
+    {
+        surroundings = environmentOf(greyEnvironment(8, 4, [](int, int) { return 1.0f; }));
+        setIllumination(illumination, 1);
+        Settings::s_interactiveQuality = 1;
+        znRTMaterial::updateStaticSettings();
+        scene.scene->addEnvironmentLight(osg::MaterialPtr(surroundings.get()));
+        znRTRenderUtils::updateEnvironment();
+    }
+
+    struct Mean
+    {
+        double value = 0.0, error = 0.0;
+        bool isFinite = true;
+    };
+    /// Largest channel of what is seen under an angle from the vertical, with its standard error by
+    /// eight parts.
+    Mean seenUnder(double degrees, int samples)
+    {
+        const float s = float(std::sin(degrees * testPi / 180.0));
+        const float c = float(std::cos(degrees * testPi / 180.0));
+        const znRTRayDifferentialPacket ray(
+            znRTRayPacket({0.2f + 2.0f * s, 0.1f, 2.0f * c}, znRTVector3fPacket(-s, 0.0f, -c)));
+        constexpr int parts = 8;
+        double sums[parts][3] = {};
+        Mean mean;
+        for (int i = 0; i < samples; ++i) {
+            const znRTColorPacket color = shade(ray, 15, i).color;
+            for (int channel = 0; channel < 3; ++channel)
+                for (int lane = 0; lane < 4; ++lane) {
+                    const double value = double(color[channel][lane]);
+                    mean.isFinite = mean.isFinite && std::isfinite(value) && value >= 0.0;
+                    sums[i * parts / samples][channel] += value / (4.0 * samples / parts);
+                }
+        }
+        for (int channel = 0; channel < 3; ++channel) {
+            double sum = 0.0, squares = 0.0;
+            for (const auto& part : sums) {
+                sum += part[channel] / parts;
+                squares += part[channel] * part[channel] / parts;
+            }
+            if (sum >= mean.value) {
+                mean.value = sum;
+                mean.error = std::sqrt(std::max(0.0, squares - sum * sum) / (parts - 1));
+            }
+        }
+        return mean;
+    }
+
+    void expectNoGain(const char* name, const osg::MaterialPtr& material, int illumination)
+    {
+        surround(illumination);
+        addSquare(material);
+        for (const double angle : angles) {
+            const Mean seen = seenUnder(angle, 1024);
+            EXPECT_TRUE(seen.isFinite) << name << " at " << angle;
+            EXPECT_LT(3.0 * seen.error, 0.05) << name << " at " << angle << ": too noisy to tell";
+            EXPECT_LT(seen.value, 1.01 + 3.0 * seen.error)
+                << name << " at " << angle << " degrees, illumination " << illumination;
+        }
+        scene.scene->clear();
+        squares.clear();
+        znRTRenderUtils::updateEnvironment();
+    }
+
+    osg::Ref<osg::USphereEnvironmentMaterial> surroundings;
+};
+
+PhongPtr phong(float diffuse, float glossy, float roughness)
+{
+    const PhongPtr material = makeDiffuse(diffuse);
+    material->setGlossy(gray(glossy));
+    material->setRoughness(roughness);
+    return material;
+}
+
+/// As the host makes it.
+template <class Material>
+osg::MaterialPtr plain()
+{
+    return Material::create();
+}
+
+struct Kind
+{
+    const char* name;
+    osg::MaterialPtr (*make)();
+};
+
+// Kinds that are lamps, surroundings or only pass others on are no surfaces, and left out.
+const Kind kinds[] = {
+    {"phong, matte", [] { return osg::MaterialPtr(phong(1.0f, 0.0f, 0.3f)); }},
+    {"phong, shiny", [] { return osg::MaterialPtr(phong(0.0f, 1.0f, 0.2f)); }},
+    {"phong, both", [] { return osg::MaterialPtr(phong(0.6f, 0.4f, 0.5f)); }},
+    {"phong", &plain<osg::UPhongMaterial>},
+    {"plastic", &plain<osg::UPlasticMaterial>},
+    {"reflective plastic", &plain<osg::UReflectivePlasticMaterial>},
+    {"triplanar", &plain<osg::UTriplanarMaterial>},
+    {"reflective triplanar", &plain<osg::UReflectiveTriplanarMaterial>},
+    {"velvet", &plain<osg::UVelvetMaterial>},
+    {"woven cloth", &plain<osg::UWovenClothMaterial>},
+    {"measured", &plain<osg::UMeasuredMaterial>},
+    {"metallic paint", &plain<osg::UMetallicPaintMaterial>},
+    {"unicolor paint", &plain<osg::UUnicolorPaintMaterial>},
+    {"flipflop", &plain<osg::UFlipflopMaterial>},
+    {"chrome", &plain<osg::UChromeMaterial>},
+    {"line chrome", &plain<osg::ULineChromeMaterial>},
+    {"brushed metal", &plain<osg::UBrushedMetalMaterial>},
+    {"carbon", &plain<osg::UCarbonMaterial>},
+    {"carbon 2d", &plain<osg::UCarbonMaterial2D>},
+    {"glass", &plain<osg::UGlassMaterial>},
+    {"tire", &plain<osg::UTireMaterial>},
+    {"svbrdf", &plain<osg::USVBRDFMaterial>},
+    {"substance", &plain<osg::USubstanceMaterial>},
+    {"shadow", &plain<osg::UShadowMaterial>},
+    {"simple", &plain<osg::SimpleMaterial>},
+    {"chunk", &plain<osg::ChunkMaterial>},
+};
+
+} // namespace
+
+TEST_F(Furnace, GainsNothingFromSampledSurroundings)
+{
+    for (const Kind& kind : kinds)
+        expectNoGain(kind.name, kind.make(), 2);
+}
+
+TEST_F(Furnace, GainsNothingFromFilteredSurroundings)
+{
+    for (const Kind& kind : kinds)
+        expectNoGain(kind.name, kind.make(), 1);
+}
+
+// Rays to other surfaces find none, and must not find the surroundings a second time.
+TEST_F(Furnace, GainsNothingFromRaysThatFindNoSurface)
+{
+    for (const Kind& kind : kinds)
+        expectNoGain(kind.name, kind.make(), 3);
+}
+
+TEST_F(Furnace, ShowsTheReflectanceOfAMatteSurface)
+{
+    for (const int illumination : {2, 3}) {
+        surround(illumination);
+        addSquare(makeDiffuse(0.5f));
+        for (const double angle : angles)
+            EXPECT_NEAR(seenUnder(angle, 2048).value, 0.5, 0.005) << angle;
+        scene.scene->clear();
+        squares.clear();
+        znRTRenderUtils::updateEnvironment();
+    }
+}
