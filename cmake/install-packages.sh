@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config libtbb-dev libopenexr-dev libpng-dev libjpeg-dev
-          libtiff-dev liblcms2-dev nlohmann-json3-dev libstb-dev libassimp-dev
+          libtiff-dev liblcms2-dev libopencolorio-dev nlohmann-json3-dev libstb-dev libassimp-dev
           libcli11-dev libfmt-dev libepoxy-dev)
 if [[ "${1:-}" == tests ]]; then
     packages+=(libgtest-dev libbenchmark-dev libegl-dev libegl1 libgl1-mesa-dri libembree-dev

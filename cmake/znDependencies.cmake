@@ -13,5 +13,6 @@ pkg_check_modules(LCMS2 REQUIRED IMPORTED_TARGET lcms2)
 pkg_check_modules(EPOXY REQUIRED IMPORTED_TARGET epoxy)
 
 pkg_check_modules(EGL QUIET IMPORTED_TARGET egl)
+pkg_check_modules(OCIO QUIET IMPORTED_TARGET OpenColorIO)
 find_package(assimp QUIET)
 find_package(embree 3 QUIET)

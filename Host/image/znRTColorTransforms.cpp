@@ -91,6 +91,30 @@ __m128 photographic(__m128 x, const znImagePostprocessor& p)
     return _mm_max_ps(saturated, _mm_setzero_ps());
 }
 
+/// What a surface of reflectance 4 % adds to its colour is taken off again, then colours above 0.76
+/// are compressed with their hue kept, and the more they are, the whiter they get.
+__m128 neutral(__m128 x)
+{
+    constexpr float start = 0.8f - 0.04f, desaturation = 0.15f, room = 1.0f - start;
+    const __m128 least = _mm_min_ps(splat<0>(x), _mm_min_ps(splat<1>(x), splat<2>(x)));
+    const __m128 quadratic =
+        _mm_sub_ps(least, _mm_mul_ps(_mm_set1_ps(6.25f), _mm_mul_ps(least, least)));
+    const __m128 offset =
+        simd::select(_mm_cmplt_ps(least, _mm_set1_ps(0.08f)), quadratic, _mm_set1_ps(0.04f));
+    const __m128 color = _mm_sub_ps(x, offset);
+    const __m128 peak = _mm_max_ps(splat<0>(color), _mm_max_ps(splat<1>(color), splat<2>(color)));
+    const __m128 isSmall = _mm_cmplt_ps(peak, _mm_set1_ps(start));
+    if (_mm_movemask_ps(isSmall) == 15)
+        return color;
+    const __m128 one = _mm_set1_ps(1.0f);
+    const __m128 newPeak = _mm_sub_ps(
+        one, _mm_div_ps(_mm_set1_ps(room * room), _mm_add_ps(peak, _mm_set1_ps(room - start))));
+    const __m128 scaled = _mm_mul_ps(color, _mm_div_ps(newPeak, peak));
+    const __m128 keep =
+        _mm_div_ps(one, multiplyAdd(_mm_set1_ps(desaturation), _mm_sub_ps(peak, newPeak), one));
+    return multiplyAdd(keep, _mm_sub_ps(scaled, newPeak), newPeak);
+}
+
 __m128 encodeSRGB(__m128 x)
 {
     const __m128 power = simd::powPositive(x, _mm_set1_ps(1.0f / 2.4f));
@@ -136,6 +160,9 @@ __m128 znRTColorTransforms::applyTonemapper(__m128 color, const znImagePostproce
         break;
     case znImagePostprocessor::tonemapPhotographic:
         mapped = photographic(positive, postProcessor);
+        break;
+    case znImagePostprocessor::tonemapNeutral:
+        mapped = neutral(positive);
         break;
     }
     return simd::withAlpha(mapped, color);

@@ -61,7 +61,9 @@ public:
         tonemapACES = 4,         ///< K. Narkowicz, "ACES Filmic Tone Mapping Curve", 2016
         tonemapLogarithmic = 5,  ///< F. Drago et al., "Adaptive Logarithmic Mapping", 2003
         tonemapPhotographic = 6, ///< exposure of film, with contrast and saturation
-        tonemapperCount = 7
+        /// Khronos Group, "PBR Neutral Tone Mapper", 2024: colours of surfaces stay as they are
+        tonemapNeutral = 7,
+        tonemapperCount = 8
     };
     static constexpr u8 flagTonemapFloatImages = 1;
 

@@ -23,7 +23,7 @@ class TonemappingSettings : public AttachmentContainer
 
     ZN_FLAG(useTonemapping, UseTonemapping, true)
     ZN_ENUM(tonemapperType, TonemapperType, 0, "linear", "linearClamp", "reinhard", "filmic",
-            "aces", "logarithmic", "photographic")
+            "aces", "logarithmic", "photographic", "neutral")
     ZN_FIELD(float, exposure, Exposure, 0.0f, "stops", -50.0f, 50.0f)
     ZN_FIELD(float, whitepoint, Whitepoint, 1.0f, "", 1e-6f, 1e6f)
     ZN_FIELD(float, burn, Burn, 0.5f, "", 0.0f, 1.0f)
