@@ -1,5 +1,8 @@
 #include "Options.h"
 
+#include "optionDefaults.h"
+
+#include "host/znImagePostprocessor.h"
 #include "io/InputError.h"
 
 #include <CLI/CLI.hpp>
@@ -27,16 +30,34 @@ constexpr u32 beautyMode = 0;
 const std::vector<std::string> filters = {"box",      "triangle", "gaussian",
                                           "mitchell", "lanczos",  "blackman-harris"};
 
+const std::vector<std::pair<std::string, int>> views = {
+    {"neutral", znImagePostprocessor::tonemapNeutral},
+    {"standard", znImagePostprocessor::tonemapClamp},
+    {"filmic", znImagePostprocessor::tonemapFilmic},
+    {"aces", znImagePostprocessor::tonemapACES},
+    {"reinhard", znImagePostprocessor::tonemapReinhard},
+    {"logarithmic", znImagePostprocessor::tonemapLogarithmic},
+    {"photographic", znImagePostprocessor::tonemapPhotographic}};
+
+/// Places in the list are levels; "off" is another name of the first.
+const std::vector<std::string> illuminations = {"direct", "ambient", "environment", "full"};
+
+/// Thresholds of noise, one per quality of adaptive sampling from coarse to fine.
+const double noiseThresholds[] = {0.04, 0.02, 0.01, 0.005, 0.0025};
+
 /// Options as they were typed; those that were not stay empty.
 struct Words
 {
     std::optional<std::string> resolution, crop, camera, eye, at, up, timeLimit, filter, upAxis,
-        unit, passes, shownPass, integrator, pick;
-    std::optional<double> fov, exposure;
+        unit, passes, shownPass, integrator, pick, sun, view, ocio, display, illumination, snapshot,
+        environment;
+    std::optional<double> fov, exposure, noise, clamp;
+    std::optional<int> bounces;
     std::string mode = "still", exrLayout = "multipart", exrFloat = "data", exrChannels = "named",
                 pixel;
     std::vector<std::string> limits;
-    bool showVersion = false;
+    std::string config;
+    bool showVersion = false, noTonemap = false, noFloor = false;
 };
 
 // Which options a command has.
@@ -59,6 +80,11 @@ void addCommon(CLI::App& command, Options& options, Words& words)
     command.add_option(
         "--unit", words.unit,
         "Unit of files that do not say (OBJ, PLY, STL): m, cm, mm or in (default m)");
+    command.add_option(
+        "--config", words.config,
+        "File with options, one NAME = VALUE a line; the command line and ZNRENDER_* "
+        "variables come first");
+    command.add_option("--log-file", options.logFile, "File to which all messages are added");
     command.add_option("--log-level", options.logLevel, "error, warning or info")
         ->check(CLI::IsMember({"error", "warning", "info"}));
     command.add_flag("-q,--quiet", options.quiet, "No progress, errors only");
@@ -130,12 +156,70 @@ void addOutput(CLI::App& command, Options& options, Words& words)
                     "(default named)")
         ->check(CLI::IsMember({"named", "rgba"}));
     command.add_flag("--overwrite", options.overwrite, "Replace existing pictures");
+    command.add_option("--snapshot", words.snapshot,
+                       "Write the pictures every so often while rendering: 90, 90s, 5m, 2h; SIGHUP "
+                       "and SIGUSR1 write them at once");
+}
+
+void addLight(CLI::App& command, Options& options, Words& words)
+{
+    SurroundingOptions& around = options.surroundings;
+    command.add_option("--env", words.environment,
+                       "Picture of the surroundings (HDR, EXR, ...; latitude-longitude), sky or "
+                       "none; without it, a scene that has no light stands in a studio");
+    command
+        .add_option("--env-rotation", around.rotation,
+                    "Degrees by which the surroundings are turned to the right")
+        ->check(CLI::Range(-36000.0, 36000.0));
+    command.add_option("--env-strength", around.strength, "Factor on their light (default 1)")
+        ->check(CLI::Range(0.0, 1e9));
+    command.add_option("--sun", words.sun,
+                       "Sky with the sun at AZIMUTH,ELEVATION in degrees; azimuth from north (y) "
+                       "to east (x) (default 135,40)");
+    command
+        .add_option_function<std::string>(
+            "--background", [&](const std::string& word) { around.background = word == "keep"; },
+            "keep, or none: surroundings are not seen, and PNG and TIFF get an alpha channel")
+        ->check(CLI::IsMember({"keep", "none"}));
+    command.add_flag("--no-ground", words.noFloor, "No floor below a scene that has no light");
+}
+
+void addColor(CLI::App& command, Options& options, Words& words)
+{
+    std::vector<std::string> names;
+    for (const auto& [name, kind] : views)
+        names.push_back(name);
+    command.add_option("--view", words.view,
+                       fmt::format("How light becomes colours of PNG, JPEG and TIFF: {} (default "
+                                   "neutral); with --ocio a view of its display",
+                                   fmt::join(names, ", ")));
+    command.add_option("--display", words.display, "Display of the --ocio configuration");
+    command.add_option("--ocio", words.ocio,
+                       "OpenColorIO configuration (default $OCIO; none ignores that)");
+    command.add_option("--icc", options.color.profile,
+                       "ICC profile of the display: pictures are made for it and hold it");
+    command.add_flag("--no-tonemap", words.noTonemap, "No tone curve: light, exposed, as sRGB");
 }
 
 void addQuality(CLI::App& command, Options& options, Words& words)
 {
     command.add_option("-s,--samples", options.samples, "Samples per pixel (default 64)")
         ->check(CLI::Range(1, 65536));
+    command.add_option("--gi", words.illumination,
+                       fmt::format("How much light is followed, by name or number from 0: {} "
+                                   "(default full, or what the scene says)",
+                                   fmt::join(illuminations, ", ")));
+    command.add_option("--bounces", words.bounces, "Mirror and glass surfaces that a path passes")
+        ->check(CLI::Range(0, 64));
+    command.add_option("--clamp", words.clamp, "Largest value of a sample: fewer bright specks")
+        ->check(CLI::Range(1e-4, 1e30));
+    command
+        .add_option("--noise", words.noise,
+                    "Noise at which a pixel is finished early: 0.04 to 0.0025, 0 never (default "
+                    "0.01)")
+        ->check(CLI::Range(0.0, 1.0));
+    command.add_option("--seed", options.seed, "Another number gives another noise (default 0)")
+        ->check(CLI::Range(0u, 65535u));
     command.add_option("--time-limit", words.timeLimit, "Stop after this time: 90, 90s, 5m, 2h");
     command
         .add_option("--mode", words.mode, "still (accumulates samples) or interactive (one frame)")
@@ -145,6 +229,7 @@ void addQuality(CLI::App& command, Options& options, Words& words)
         ->check(CLI::Range(4, 1024));
     command.add_flag("--json-progress", options.jsonProgress, "Progress as one JSON object a line");
     command.add_option("--stats", options.statsFile, "Write times, counts and memory as JSON");
+    command.add_flag("--nice", options.nice, "Leave the processor to others first");
 }
 
 // What the words mean.
@@ -297,6 +382,76 @@ void takeView(const Words& words, Options& options)
                          "--view-up and --fov");
 }
 
+void takeSurroundings(const Words& words, Options& options)
+{
+    SurroundingOptions& around = options.surroundings;
+    around.floor = !words.noFloor;
+    if (words.environment && words.environment->empty())
+        throw UsageError("--env: names no picture");
+    around.environment = words.environment.value_or("");
+    if (!words.sun)
+        return;
+    const std::vector<double> sun = parseNumbers(*words.sun, ',', 2, "--sun", "AZIMUTH,ELEVATION");
+    if (std::abs(sun[0]) > 360.0 || std::abs(sun[1]) > 90.0)
+        throw UsageError(fmt::format("--sun: '{}' is no direction: the azimuth lies in -360..360, "
+                                     "the elevation in -90..90",
+                                     io::printable(*words.sun)));
+    if (!around.environment.empty() && around.environment != "sky")
+        throw UsageError("--sun: belongs to the sky and cannot stand beside another --env");
+    around.sun = {sun[0], sun[1]};
+}
+
+void takeColor(const Words& words, Options& options)
+{
+    ColorOptions& color = options.color;
+    const char* const variable = std::getenv("OCIO");
+    color.configuration = words.ocio.value_or(variable && !words.noTonemap ? variable : "");
+    if (color.configuration == "none")
+        color.configuration.clear();
+    color.display = words.display.value_or("");
+    if (words.noTonemap && (words.view || words.ocio || words.display))
+        throw UsageError("--no-tonemap: cannot stand beside --view, --display and --ocio");
+    if (color.configuration.empty() && words.display)
+        throw UsageError("--display: belongs to an OpenColorIO configuration; name it by --ocio or "
+                         "in the variable OCIO");
+    if (words.noTonemap)
+        color.tonemapper = znImagePostprocessor::tonemapClamp;
+    if (!words.view)
+        return;
+    if (!color.configuration.empty()) {
+        color.view = *words.view;
+        return;
+    }
+    std::vector<std::string> names;
+    for (const auto& [name, kind] : views)
+        names.push_back(name);
+    color.tonemapper = views[findName(*words.view, names, "--view")].second;
+}
+
+void takeQuality(const Words& words, Options& options)
+{
+    QualityOptions& quality = options.quality;
+    if (words.illumination) {
+        const std::string& word = *words.illumination;
+        if (word.size() == 1 && word[0] >= '0' && word[0] < char('0' + illuminations.size()))
+            quality.illumination = word[0] - '0';
+        else if (word == "off")
+            quality.illumination = 0;
+        else
+            quality.illumination = int(findName(word, illuminations, "--gi"));
+    }
+    quality.bounces = words.bounces;
+    quality.clamp = words.clamp;
+    if (words.noise) {
+        // The coarsest quality that keeps the noise below what is asked for.
+        quality.adaptive = 0;
+        while (quality.adaptive < 4 && noiseThresholds[quality.adaptive] > *words.noise)
+            ++quality.adaptive;
+        if (*words.noise == 0.0)
+            quality.adaptive = 5;
+    }
+}
+
 void takeConventions(const Words& words, Options& options)
 {
     if (words.upAxis && !isPoint(*words.upAxis)) {
@@ -320,6 +475,11 @@ void takeRender(const Words& words, Options& options)
         options.timeLimit = parseDuration(*words.timeLimit, "--time-limit");
     if (words.filter)
         takeFilter(*words.filter, options);
+    if (words.snapshot)
+        options.snapshotSeconds = parseDuration(*words.snapshot, "--snapshot");
+    takeSurroundings(words, options);
+    takeColor(words, options);
+    takeQuality(words, options);
     options.still = words.mode == "still";
 }
 
@@ -379,6 +539,8 @@ Options parseOptions(const std::vector<std::string>& arguments)
     addScenes(*render, options);
     addOutput(*render, options, words);
     addView(*render, options, words);
+    addLight(*render, options, words);
+    addColor(*render, options, words);
     addQuality(*render, options, words);
     addCommon(*render, options, words);
 
@@ -428,6 +590,11 @@ Options parseOptions(const std::vector<std::string>& arguments)
     if (!hasVerb && !bareFlag)
         line.insert(line.begin(), "render");
     takeEndMark(line);
+    OptionDefaults defaults;
+    if (line.size() > 0 && !bareFlag)
+        for (CLI::App* const command : {render, info, list, convert, debugPixel})
+            if (command->get_name() == line.front())
+                defaults.add(*command, app, line);
     try {
         std::vector<std::string> reversed(line.rbegin(), line.rend());
         app.parse(reversed);
@@ -439,7 +606,7 @@ Options parseOptions(const std::vector<std::string>& arguments)
         return options;
     } catch (const CLI::ParseError& error) {
         if (!words.showVersion)
-            throw UsageError(error.what());
+            throw UsageError(defaults.withSource(error.what()));
     }
     if (words.showVersion) {
         options.verb = Verb::version;
@@ -449,21 +616,25 @@ Options parseOptions(const std::vector<std::string>& arguments)
         if (app.got_subcommand(name))
             options.verb = verb;
 
-    for (const std::string& assignment : words.limits) {
-        try {
-            options.limits.set(assignment);
-        } catch (const std::invalid_argument& error) {
-            throw UsageError(error.what());
+    try {
+        for (const std::string& assignment : words.limits) {
+            try {
+                options.limits.set(assignment);
+            } catch (const std::invalid_argument& error) {
+                throw UsageError(error.what());
+            }
         }
+        takeConventions(words, options);
+        takeResolution(words, options);
+        takeView(words, options);
+        takePasses(words, options);
+        takePixel(words, options);
+        if (options.verb == Verb::render)
+            takeRender(words, options);
+        if (options.verb == Verb::list)
+            takeList(options);
+    } catch (const UsageError& error) {
+        throw UsageError(defaults.withSource(error.what()));
     }
-    takeConventions(words, options);
-    takeResolution(words, options);
-    takeView(words, options);
-    takePasses(words, options);
-    takePixel(words, options);
-    if (options.verb == Verb::render)
-        takeRender(words, options);
-    if (options.verb == Verb::list)
-        takeList(options);
     return options;
 }

@@ -26,6 +26,40 @@ struct ViewOptions
     std::optional<std::array<double, 3>> up;
     std::optional<double> fov;      ///< vertical, degrees
     std::optional<double> exposure; ///< stops; unset leaves what the camera says
+
+    /// Somebody chose where to look from or what to look at.
+    bool isPlaced() const { return eye || at || up; }
+};
+
+/// What stands round the scene.
+struct SurroundingOptions
+{
+    /// A picture's file, "sky" or "none"; empty: a studio for scenes without light.
+    std::string environment;
+    double rotation = 0.0; ///< degrees, to the right
+    double strength = 1.0;
+    std::optional<std::array<double, 2>> sun; ///< azimuth from north to east, elevation; degrees
+    bool background = true;                   ///< the environment is seen, and pictures are opaque
+    bool floor = true;
+};
+
+/// From light to the values of a picture.
+struct ColorOptions
+{
+    int tonemapper = -1;       ///< a znImagePostprocessor::Tonemapper; -1 = not said
+    std::string configuration; ///< OpenColorIO; empty: none
+    std::string display, view; ///< of the configuration; empty: its defaults
+    std::string profile;       ///< ICC file, empty: sRGB
+};
+
+/// Values that take the place of the scene's settings.
+struct QualityOptions
+{
+    /// 0 lights only, 1 blurred environment with shadows, 2 sampled environment, 3 all light
+    std::optional<int> illumination;
+    std::optional<int> bounces;
+    std::optional<double> clamp;
+    int adaptive = 2; ///< see FrameSettings::adaptiveQuality
 };
 
 /// Which layers are written beside the picture, and how.
@@ -63,8 +97,11 @@ struct Options
     std::string exrCompression = "zip";
     int jpegQuality = 92;
     PassOptions passes;
+    SurroundingOptions surroundings;
+    ColorOptions color;
 
     // Quality.
+    QualityOptions quality;
     int samples = 64;
     double timeLimit = 0.0; ///< seconds, 0 = none
     bool still = true;
@@ -81,6 +118,10 @@ struct Options
     bool jsonProgress = false;
     std::string logLevel = "warning";
     std::string statsFile;
+    std::string logFile;
+    double snapshotSeconds = 0.0; ///< between pictures written while it renders; 0 = none
+    unsigned seed = 0;
+    bool nice = false;
 
     // Verbs list, info and debug-pixel.
     std::string listWhat;

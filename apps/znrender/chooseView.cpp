@@ -41,18 +41,14 @@ View makeFramedView(const Options& options, const io::SceneFile& scene)
     return view;
 }
 
-/// Sets the exposure of a camera, in stops; what else it says of tone mapping stays.
-void expose(osg::UberCamera& camera, float stops)
-{
-    osg::FCPtr<osg::TonemappingSettings> tonemapping = camera.getTonemappingSettings();
-    if (!tonemapping) {
-        tonemapping = osg::TonemappingSettings::create();
-        camera.setTonemappingSettings(tonemapping);
-    }
-    tonemapping->setExposure(stops);
-}
-
 } // namespace
+
+osg::TonemappingSettings& tonemappingOf(osg::UberCamera& camera)
+{
+    if (!camera.getTonemappingSettings())
+        camera.setTonemappingSettings(osg::TonemappingSettings::create());
+    return *camera.getTonemappingSettings();
+}
 
 View chooseView(const Options& options, const io::SceneFile& scene)
 {
@@ -66,7 +62,7 @@ View chooseView(const Options& options, const io::SceneFile& scene)
     if (!view.camera)
         view = makeFramedView(options, scene);
     if (wanted.exposure)
-        expose(*view.camera, float(*wanted.exposure));
+        tonemappingOf(*view.camera).setExposure(float(*wanted.exposure));
     return view;
 }
 
@@ -85,6 +81,7 @@ FrameSettings frameSettings(const Options& options)
     settings.renderer = options.renderer;
     settings.passes = options.passes.written;
     settings.shownPass = options.passes.shown;
+    settings.adaptiveQuality = options.quality.adaptive;
     return settings;
 }
 

@@ -18,6 +18,9 @@ struct View
 /// @throws UsageError when the camera named is not there
 View chooseView(const Options& options, const io::SceneFile& scene);
 
+/// How a camera's light becomes a picture; made when it has none.
+osg::TonemappingSettings& tonemappingOf(osg::UberCamera& camera);
+
 /// What the options say of the frame.
 FrameSettings frameSettings(const Options& options);
 

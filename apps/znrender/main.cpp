@@ -1,9 +1,12 @@
 // znrender: scenes in, pictures out.
 
+#include "LogFile.h"
 #include "Options.h"
 #include "commands.h"
+#include "outputs.h"
 
 #include "driver/StopSignals.h"
+#include "driver/WriteSignals.h"
 #include "host/znLog.h"
 #include "io/InputError.h"
 
@@ -12,12 +15,20 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <optional>
+#include <unistd.h>
 
 namespace {
 
+/// Beside the terminal, when it was asked for.
+std::optional<LogFile> s_logFile;
+
 int report(const std::string& text, int exitCode)
 {
-    fmt::print(stderr, "znrender: {}\n", io::printable(text, 2000));
+    const std::string line = io::printable(text, 2000);
+    fmt::print(stderr, "znrender: {}\n", line);
+    if (s_logFile)
+        s_logFile->write(znLog::Level::error, line);
     return exitCode;
 }
 
@@ -44,14 +55,14 @@ int run(const Options& options)
     return exitError;
 }
 
-void setLogLevel(const Options& options)
+void setLog(const Options& options)
 {
-    if (options.quiet || options.logLevel == "error")
-        znLog::setLevel(znLog::Level::error);
-    else if (options.logLevel == "warning")
-        znLog::setLevel(znLog::Level::warning);
-    else
-        znLog::setLevel(znLog::Level::info);
+    const znLog::Level level = options.quiet || options.logLevel == "error" ? znLog::Level::error
+                               : options.logLevel == "warning"              ? znLog::Level::warning
+                                                                            : znLog::Level::info;
+    znLog::setLevel(level);
+    if (!options.logFile.empty())
+        s_logFile.emplace(options.logFile, level);
 }
 
 } // namespace
@@ -59,9 +70,14 @@ void setLogLevel(const Options& options)
 int main(int argumentCount, char** arguments)
 {
     StopSignals::install();
+    WriteSignals::install();
     try {
         const Options options = parseOptions({arguments + 1, arguments + argumentCount});
-        setLogLevel(options);
+        checkNames(options); // opening a log makes a file
+        setLog(options);
+        // Ten steps, as the command of that name takes them.
+        if (options.nice && ::nice(10) == -1)
+            znLog::warning("--nice: the priority cannot be lowered");
         const int exitCode = run(options);
         // What was buffered may fail only now (a full disk, a closed pipe).
         if (std::fflush(stdout) != 0 && exitCode == exitDone)

@@ -42,22 +42,6 @@ io::OutputFile::Existing existing(const Options& options)
     return options.overwrite ? io::OutputFile::Existing::replace : io::OutputFile::Existing::refuse;
 }
 
-/// One file under two names would keep only what is written last.
-void checkDifferent(const Options& options)
-{
-    std::vector<std::string> paths = options.outputs;
-    if (!options.statsFile.empty())
-        paths.push_back(options.statsFile);
-    std::set<std::filesystem::path> seen;
-    for (const std::string& path : paths) {
-        std::error_code ignored;
-        const auto real =
-            std::filesystem::weakly_canonical(std::filesystem::absolute(path), ignored);
-        if (!seen.insert(ignored ? std::filesystem::path(path) : real).second)
-            throw UsageError(fmt::format("{}: is named twice as output", io::printable(path)));
-    }
-}
-
 void checkFormat(const Options& options, const std::string& output)
 {
     if (!io::canWriteImage(output))
@@ -99,15 +83,18 @@ io::ImageData cutOut(const io::ImageData& whole, const std::array<double, 4>& cr
     return part;
 }
 
-void writePicture(const Options& options, const std::string& path, FrameDriver& driver,
-                  Statistics& statistics)
+void writePicture(const Options& options, const std::string& path, const osg::UberCameraPtr& camera,
+                  FrameDriver& driver, const ColorStage& colors, Statistics& statistics)
 {
     const bool isFloat = isFloatFormat(path);
-    const FrameDriver::Colors colors =
-        isFloat ? FrameDriver::Colors::linear : FrameDriver::Colors::display;
-    // Pictures for people are opaque; compositing wants the coverage.
+    // Pictures for people are opaque unless they are asked for without what is behind; compositing
+    // wants the coverage.
+    const bool withAlpha =
+        !options.surroundings.background && (isTiff(path) || suffixOf(path) == ".png");
     const Clock::time_point start = Clock::now();
-    io::ImageData image = cutOut(driver.getImage(colors), options.crop, isFloat ? 4 : 3);
+    io::ImageData image = cutOut(isFloat ? driver.getImage(FrameDriver::Colors::linear)
+                                         : colors.getPicture(driver, camera, withAlpha),
+                                 options.crop, isFloat || withAlpha ? 4 : 3);
     statistics.copySeconds += std::chrono::duration<double>(Clock::now() - start).count();
     io::ImageWriteOptions write;
     write.existing = existing(options);
@@ -133,9 +120,24 @@ bool hasPasses(const Options& options, const std::string& path)
 
 } // namespace
 
+void checkNames(const Options& options)
+{
+    std::vector<std::string> paths = options.outputs;
+    for (const std::string& path : {options.statsFile, options.logFile})
+        if (!path.empty())
+            paths.push_back(path);
+    std::set<std::filesystem::path> seen;
+    for (const std::string& path : paths) {
+        std::error_code ignored;
+        const auto real =
+            std::filesystem::weakly_canonical(std::filesystem::absolute(path), ignored);
+        if (!seen.insert(ignored ? std::filesystem::path(path) : real).second)
+            throw UsageError(fmt::format("{}: is named twice as output", io::printable(path)));
+    }
+}
+
 void checkOutputs(const Options& options)
 {
-    checkDifferent(options);
     for (const std::string& output : options.outputs)
         checkFormat(options, output);
     if (options.passes.written &&
@@ -151,8 +153,8 @@ void checkOutputs(const Options& options)
         io::OutputFile::checkTarget(options.statsFile);
 }
 
-void writeOutputs(const Options& options, const osg::CameraPtr& camera, FrameDriver& driver,
-                  Statistics& statistics)
+void writeOutputs(const Options& options, const osg::UberCameraPtr& camera, FrameDriver& driver,
+                  const ColorStage& colors, Statistics& statistics)
 {
     const auto part = [&](u32 pass) {
         const Clock::time_point start = Clock::now();
@@ -169,7 +171,7 @@ void writeOutputs(const Options& options, const osg::CameraPtr& camera, FrameDri
                 writePassFiles(options, output, camera, driver.getCryptomatte(), statistics.samples,
                                part);
             else
-                writePicture(options, output, driver, statistics);
+                writePicture(options, output, camera, driver, colors, statistics);
         } catch (const io::OutputError& error) {
             if (firstError.empty())
                 firstError = error.what();

@@ -3,12 +3,15 @@
 #include "commands.h"
 
 #include "Progress.h"
+#include "Snapshots.h"
 #include "Statistics.h"
 #include "chooseView.h"
+#include "lightScene.h"
 #include "loadScene.h"
 #include "outputs.h"
 
 #include "driver/StopSignals.h"
+#include "host/znRaytracingUtilsBase.h"
 
 #include <fmt/format.h>
 
@@ -59,30 +62,70 @@ FrameDriver::Stop stopWanted()
                                          : FrameDriver::Stop::no;
 }
 
+/// What the options say of the render settings; the rest stays as the scene has it.
+void applyQuality(const Options& options, znRaytracingUtilsBase& core)
+{
+    const QualityOptions& quality = options.quality;
+    if (quality.illumination) {
+        // The lowest level is the second lowest without the rays that find shadows.
+        const int mode = std::max(1, *quality.illumination);
+        core.setStillFrameQualityMode(mode);
+        core.setInteractiveQualityMode(mode);
+        if (*quality.illumination == 0) {
+            core.setEnvironmentStillQuality(0);
+            core.setEnvironmentInteractiveQuality(0);
+        }
+    }
+    if (quality.bounces) {
+        core.setStillFrameReflectionDepth(*quality.bounces);
+        core.setInteractiveReflectionDepth(*quality.bounces);
+    }
+    if (quality.clamp) {
+        core.setClamping(true);
+        core.setReflectionClampValue(float(*quality.clamp));
+    }
+    // Pictures of different seeds share no sample before the 30,000th.
+    constexpr int samplesPerSeed = 32749;
+    if (options.seed > 0)
+        core.setRaytracingSampleOffset(int(options.seed) * samplesPerSeed);
+}
+
 } // namespace
 
 int runRender(const Options& options)
 {
     checkOutputs(options);
+    const ColorStage colors(options);
     const FrameSettings settings = frameSettings(options);
     checkMemory(settings);
 
     Statistics statistics;
     Clock::time_point start = Clock::now();
     FrameDriver driver;
-    const io::SceneFile scene = loadScene(options);
+    io::SceneFile scene = loadScene(options);
     statistics.loadSeconds = secondsSince(start);
 
-    const View view = chooseView(options, scene);
+    View view = chooseView(options, scene);
     view.camera->setFilterType(filterType(options.filterName));
     view.camera->setFilterSizeX(float(options.filterWidth));
     view.camera->setFilterSizeY(float(options.filterWidth));
 
     start = Clock::now();
+    const bool showsLight = options.renderMode == 0 && !isDataPass(options.passes.shown);
+    const SceneLight light(options, scene, view);
     driver.setScene(scene.root.get());
+    applyQuality(options, driver.utils());
+    colors.prepare(*view.camera, showsLight && light.isLit());
+    if (showsLight)
+        light.expose(options, driver, view);
     statistics.buildSeconds = secondsSince(start);
 
     Progress progress(Progress::suitable(options.quiet, options.jsonProgress));
+    Snapshots snapshots(options, [&](const Options& now, int samples) {
+        Statistics soFar;
+        soFar.samples = samples;
+        writeOutputs(now, view.camera.get(), driver, colors, soFar);
+    });
     StopSignals::setStage(StopSignals::Stage::firstSample);
     const FrameReport report = driver.render(
         settings, view.camera.get(),
@@ -90,6 +133,8 @@ int runRender(const Options& options)
             if (done > 0)
                 StopSignals::setStage(StopSignals::Stage::samples);
             progress.update(done, planned, fraction);
+            if (options.still && done < planned)
+                snapshots.update(done);
         },
         &stopWanted);
     progress.finish();
@@ -98,7 +143,7 @@ int runRender(const Options& options)
 
     statistics.take(report, driver.view(), settings);
     start = Clock::now();
-    writeOutputs(options, view.camera.get(), driver, statistics);
+    writeOutputs(snapshots.getOptions(), view.camera.get(), driver, colors, statistics);
     statistics.writeSeconds = secondsSince(start) - statistics.copySeconds;
     if (!options.statsFile.empty())
         statistics.write(options.statsFile);

@@ -434,8 +434,8 @@ TEST(IdMattes, PutLongListsOfNamesBesideThePicture)
     }
     const std::string scene = folder.write("a.gltf", root.dump());
     const std::string path = folder.path("many objects.exr");
-    const ProgramResult result =
-        znrender({scene, "-o", path, "--passes", "cryptoObject00", "-r", "64x64", "-s", "1", "-q"});
+    const ProgramResult result = znrender({scene, "-o", path, "--passes", "cryptoObject00", "-r",
+                                           "64x64", "-s", "1", "-q", "--env", "none"});
     ASSERT_EQ(result.exitCode, 0) << result.error;
     ExrFile file(path);
     EXPECT_EQ(textOf(file.header(0), matteKey("cryptoObject", "manifest")), "");

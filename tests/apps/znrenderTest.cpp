@@ -79,9 +79,10 @@ TEST(ZnRender, ShowsASquareInItsPerspectiveSize)
     const TemporaryFolder folder;
     const std::string scene = squareScene(folder.path()), picture = folder.path("a.exr");
     for (const char* mode : {"still", "interactive"}) {
-        const ProgramResult result = znrender(
-            {scene, "-o", picture, "-r", "200x200", "-s", "4", "--eye", "0,-5,0", "--at", "0,0,0",
-             "--fov", "45", "--filter", "box:1", "--mode", mode, "-q", "--overwrite"});
+        const ProgramResult result =
+            znrender({scene,   "-o",     picture, "-r",    "200x200",     "-s",    "4",
+                      "--eye", "0,-5,0", "--at",  "0,0,0", "--fov",       "45",    "--filter",
+                      "box:1", "--mode", mode,    "-q",    "--overwrite", "--env", "none"});
         ASSERT_EQ(result.exitCode, 0) << result.error;
         const double edge = 1.0 / (5.0 * std::tan(22.5 * 3.14159265358979 / 180.0));
         EXPECT_NEAR(coverage(io::readImage(picture)), edge * edge, 0.012) << mode;
@@ -513,7 +514,7 @@ TEST(ZnRender, ExposesThePictureByStops)
         const std::string picture = folder.path(stops + ".png"), hdr = folder.path(stops + ".hdr");
         const ProgramResult result =
             znrender({studio, "-o", picture, "-o", hdr, "-r", "64x36", "-s", "1", "--bit-depth",
-                      "16", "--exposure", stops, "-q"});
+                      "16", "--exposure", stops, "--view", "standard", "-q"});
         ASSERT_EQ(result.exitCode, 0) << result.error;
         pictures.push_back(io::readImage(picture));
         lights.push_back(io::readImage(hdr));

@@ -1,0 +1,155 @@
+#include "lightScene.h"
+
+#include "driver/autoExposure.h"
+#include "driver/studioLight.h"
+#include "driver/surroundings.h"
+#include "host/znLog.h"
+#include "io/InputError.h"
+#include "io/imageReader.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/// Far enough for a floor to reach the horizon of a view from slightly above.
+constexpr float reachOfDiagonal = 40.0f;
+
+/// Side of the picture that the light meter sees, pixels, and its samples.
+constexpr u32 meterSide = 128;
+constexpr int meterSamples = 4;
+
+float diagonalOf(const osg::Box& box)
+{
+    double sum = 0.0;
+    for (int axis = 0; axis < 3; ++axis) {
+        const double edge = double(box.maximum[axis]) - double(box.minimum[axis]);
+        sum += edge * edge;
+    }
+    return float(std::sqrt(sum));
+}
+
+osg::Pnt3f centreOf(const osg::Box& box)
+{
+    osg::Pnt3f centre;
+    for (int axis = 0; axis < 3; ++axis)
+        centre[axis] = 0.5f * box.minimum[axis] + 0.5f * box.maximum[axis];
+    return centre;
+}
+
+float distance(const osg::Pnt3f& a, const osg::Pnt3f& b)
+{
+    return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
+}
+
+osg::Pnt3f eyeOf(const osg::Camera& camera)
+{
+    osg::Pnt3f eye(0.0f, 0.0f, 0.0f);
+    if (const osg::NodePtr beacon = camera.getBeacon()) {
+        const osg::Matrix toWorld = beacon->getToWorld();
+        for (int axis = 0; axis < 3; ++axis)
+            eye[axis] = toWorld[3][axis];
+    }
+    return eye;
+}
+
+osg::Ref<osg::UEnvironmentMaterial> makeEnvironment(const Options& options)
+{
+    const SurroundingOptions& wanted = options.surroundings;
+    if (wanted.environment == "sky" || wanted.sun) {
+        const std::array<double, 2> sun = wanted.sun.value_or(std::array{135.0, 40.0});
+        return surroundings::makeSky(float(sun[0]), float(sun[1])).get();
+    }
+    io::ImageData image = io::readImage(wanted.environment, options.limits);
+    const auto environment =
+        surroundings::makeImageEnvironment(std::move(image), wanted.environment);
+    if (environment && environment->getLayout() == 0 &&
+        environment->getImage()->getWidth() != 2 * environment->getImage()->getHeight())
+        znLog::warning((io::printable(wanted.environment) +
+                        ": is not twice as wide as high; it is stretched round the scene")
+                           .c_str());
+    return environment.get();
+}
+
+} // namespace
+
+SceneLight::SceneLight(const Options& options, io::SceneFile& scene, View& view)
+{
+    const SurroundingOptions& wanted = options.surroundings;
+    lit = surroundings::hasLight(scene.root.get());
+    if (wanted.environment == "none" && !wanted.sun)
+        return;
+    const bool isGiven = !wanted.environment.empty() || wanted.sun;
+    if (!isGiven && lit)
+        return;
+
+    box = scene.root->getWorldBox();
+    const osg::Pnt3f centre = centreOf(box), eye = eyeOf(*view.camera);
+    // Also a single point has a floor.
+    reach =
+        std::max(reachOfDiagonal * std::max(diagonalOf(box), 1e-3f), 3.0f * distance(centre, eye));
+    if (isGiven) {
+        addEnvironment(makeEnvironment(options), options, scene, view);
+        return;
+    }
+    const auto studio = surroundings::makeImageEnvironment(makeStudioImage(), "studio");
+    addEnvironment(studio.get(), options, scene, view);
+    isKnownLight = true;
+    // A view that was placed by hand may look from below, and cameras of files show what they show.
+    if (view.beacon && !options.view.isPlaced() && wanted.floor && wanted.background)
+        addFloor(scene);
+    znLog::info("The scene has no light; it stands in a studio (--env none leaves it dark)");
+}
+
+void SceneLight::addEnvironment(const osg::Ref<osg::UEnvironmentMaterial>& material,
+                                const Options& options, io::SceneFile& scene, View& view)
+{
+    environment = material;
+    surroundings::rotate(*environment, float(options.surroundings.rotation));
+    environment->setIntensity(float(options.surroundings.strength));
+    environment->setPrimaryVisible(false); // until the light is metered
+    showsEnvironment = options.surroundings.background;
+    lit = true;
+    const osg::Pnt3f centre = centreOf(box);
+    const osg::Ref<osg::Node> dome =
+        surroundings::makeDome(environment.get(), centre, 1.05f * reach);
+    surroundings::addInWorld(scene.root.get(), dome.get());
+    // The corners of the dome have to lie in front of the far end, wherever the eye is.
+    const float farthest = 2.0f * reach + distance(centre, eyeOf(*view.camera));
+    view.camera->setFar(std::max(view.camera->getFar(), farthest));
+}
+
+void SceneLight::addFloor(io::SceneFile& scene)
+{
+    const osg::Ref<osg::Node> floor = surroundings::makeFloor(box, reach);
+    surroundings::addInWorld(scene.root.get(), floor.get());
+}
+
+void SceneLight::expose(const Options& options, FrameDriver& driver, View& view) const
+{
+    const auto known = view.camera->getTonemappingSettings();
+    const bool isExposed = options.view.exposure || (known && known->getExposure() != 0.0f);
+    if (lit && !isExposed && !isKnownLight) {
+        FrameSettings settings = frameSettings(options);
+        const double scale =
+            std::min(1.0, double(meterSide) / std::max(settings.width, settings.height));
+        settings.width = std::max(1u, u32(settings.width * scale));
+        settings.height = std::max(1u, u32(settings.height * scale));
+        settings.isStill = false;
+        settings.samples = meterSamples;
+        settings.passes = 0;
+        settings.shownPass = 0;
+        driver.render(settings, view.camera.get());
+        const auto stops = meterExposure(driver.getImage(FrameDriver::Colors::linear));
+        if (stops) {
+            tonemappingOf(*view.camera).setExposure(float(*stops));
+            znLog::info(
+                fmt::format("Exposure {:+.1f} stops, measured (--exposure {:.1f})", *stops, *stops)
+                    .c_str());
+        }
+    }
+    if (environment)
+        environment->setPrimaryVisible(showsEnvironment);
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+// The light of a command: what the options put round the scene, or a studio for scenes that bring
+// no light of their own, and the exposure that fits.
+
+#include "Options.h"
+#include "chooseView.h"
+
+#include "host/osg/materials/environmentMaterials.h"
+
+class SceneLight
+{
+public:
+    /// Puts environment and floor into the scene.
+    /// @param view  its far end is moved behind the environment
+    /// @throws io::InputError of the environment's file
+    SceneLight(const Options& options, io::SceneFile& scene, View& view);
+
+    /// Whether the picture shows light rather than a display aid.
+    bool isLit() const { return lit; }
+
+    /// Sets the exposure of a camera that nobody exposed, by a small picture of the scene.
+    void expose(const Options& options, FrameDriver& driver, View& view) const;
+
+private:
+    void addEnvironment(const osg::Ref<osg::UEnvironmentMaterial>& material, const Options& options,
+                        io::SceneFile& scene, View& view);
+    void addFloor(io::SceneFile& scene);
+
+    osg::Ref<osg::UEnvironmentMaterial> environment; ///< that the options added
+    osg::Box box;                                    ///< of the scene as it was
+    float reach = 1.0f;                              ///< half of the edge of floor and environment
+    bool lit = false;
+    bool isKnownLight = false; ///< the studio: made for an exposure of 0
+    bool showsEnvironment = false;
+};
