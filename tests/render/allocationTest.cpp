@@ -1,6 +1,8 @@
 // No allocation while a tile is traced. The program's own malloc counts what one thread asks for
 // between two marks; everything in the process ends there, operator new included.
 
+#include "host/osg/Materials.h"
+#include "host/osg/UberLight.h"
 #include "host/znRTCryptomatte.h"
 #include "host/znRenderPasses.h"
 #include "render/znRTIntegratorTable.h"
@@ -136,6 +138,20 @@ TEST_F(TileAllocations, AreNoneWithLayersAndMattes)
     camera->setFilterSizeX(4.0f);
     camera->setFilterSizeY(4.0f);
     EXPECT_EQ(countInTiles(true, 1, false), 0u);
+}
+
+TEST_F(TileAllocations, AreNoneOnPathsOfLight)
+{
+    const osg::GeometryPtr sphere = makeSphere(16, 32), floor = makeSquare(3.0f);
+    for (const osg::GeometryPtr& geometry : {sphere, floor})
+        geometry->setMaterial(osg::UPhongMaterial::create());
+    add(sphere, 0, 0, 1);
+    add(floor);
+    const auto sun = osg::UDirectionalLight::create();
+    add(sun);
+    view.record.m_renderMode = ZN_RENDER_BEAUTY;
+    EXPECT_EQ(countInTiles(true, 1, false), 0u);
+    EXPECT_TRUE(znRTRenderUtils::getLights().size == 1);
 }
 
 TEST_F(TileAllocations, WouldBeSeen)
