@@ -169,6 +169,28 @@ TEST(Tonemapper, FollowsThePublishedCurves)
     EXPECT_NEAR(tonemapGrey(p, 4.0f), 1.0f, 2e-6f);
 }
 
+// Of greys: .04 is taken off (less below .08, where the parabola 6.25 x^2 is left), and above .76
+// the distance to 1 falls with the inverse of the light. The brightest channel of a colour follows
+// the curve of its grey, and strong colours turn to white.
+TEST(Tonemapper, KeepsSurfacesAndBendsLightInTheNeutralKind)
+{
+    znImagePostprocessor p;
+    p.tonemapper = znImagePostprocessor::tonemapNeutral;
+    p.update();
+    EXPECT_NEAR(tonemapGrey(p, 0.04f), 6.25 * 0.0016, 1e-6);
+    EXPECT_NEAR(tonemapGrey(p, 0.5f), 0.46, 1e-6);
+    for (const double x : {0.9, 2.0, 10.0, 1000.0})
+        EXPECT_NEAR(tonemapGrey(p, float(x)), 1.0 - 0.24 * 0.24 / (x - 0.04 + 0.24 - 0.76), 1e-5);
+    const Values matte = tonemap(p, 0.6f, 0.3f, 0.1f);
+    EXPECT_NEAR(matte[0], 0.56f, 1e-6f);
+    EXPECT_NEAR(matte[1], 0.26f, 1e-6f);
+    EXPECT_NEAR(matte[2], 0.06f, 1e-6f);
+    const Values red = tonemap(p, 5.04f, 0.04f, 0.04f);
+    EXPECT_NEAR(red[0], 1.0 - 0.24 * 0.24 / (5.01 + 0.24 - 0.76), 1e-5);
+    EXPECT_GT(red[1], 0.2f);
+    EXPECT_LT(red[1], red[0]);
+}
+
 // Contrast turns about middle grey, saturation about the luminance.
 TEST(Tonemapper, ShapesContrastAndSaturationOfThePhotographicKind)
 {
