@@ -2,14 +2,18 @@
 
 #include "host/osg/Materials.h"
 #include "host/znLog.h"
+#include "material/standInMaterials.h"
+#include "material/znRTChromeMaterial.h"
 #include "material/znRTDummyMaterial.h"
 #include "material/znRTLightMaterial.h"
 #include "material/znRTPhongMaterial.h"
 #include "material/znRTPlainMaterial.h"
 #include "material/znRTPlasticMaterial.h"
+#include "material/znRTReflectivePlasticMaterial.h"
 #include "material/znRTSimpleMaterial.h"
 #include "material/znRTSphereEnvironmentMaterial.h"
 #include "material/znRTSubstanceMaterial.h"
+#include "material/znRTTriplanarMaterial.h"
 
 #include <iterator>
 #include <mutex>
@@ -24,6 +28,7 @@ struct MaterialRow
     znRTMaterial* (*create)(const osg::MaterialPtr& material);
     /// Name of the class that the kind is to have; null when create makes it.
     const char* missing;
+    const char* shown; ///< how its surfaces look instead
 };
 
 template <class Shading>
@@ -35,45 +40,62 @@ znRTMaterial* create(const osg::MaterialPtr& material)
 template <class Host, class Shading>
 constexpr MaterialRow row()
 {
-    return {&osg::isKindOf<Host>, &create<Shading>, nullptr};
+    return {&osg::isKindOf<Host>, &create<Shading>, nullptr, nullptr};
 }
+
+template <class Substitute>
+constexpr const char* lookOf = "show plain colours";
+template <>
+constexpr const char* lookOf<znRTDummyMaterial> = "are black";
+template <>
+constexpr const char* lookOf<znRTMatteStandIn> = "are matte";
+template <>
+constexpr const char* lookOf<znRTCoatedStandIn> = "look like coated plastic";
+template <>
+constexpr const char* lookOf<znRTMetalStandIn> = "look like chrome";
+template <>
+constexpr const char* lookOf<znRTPaneStandIn> = "are clear panes that do not refract";
 
 /// A kind that another class stands in for.
 template <class Host, class Substitute>
 constexpr MaterialRow substituted(const char* missing)
 {
-    return {&osg::isKindOf<Host>, &create<Substitute>, missing};
+    return {&osg::isKindOf<Host>, &create<Substitute>, missing, lookOf<Substitute>};
 }
 
 using Plain = znRTPlainMaterial;
 using Dummy = znRTDummyMaterial;
+using Matte = znRTMatteStandIn;
+using Coated = znRTCoatedStandIn;
+using Metal = znRTMetalStandIn;
+using Pane = znRTPaneStandIn;
 
 // The first row wins whose type is the container's own or one of its ancestors: keep a derived
 // type above its base, and the fallback last.
 const MaterialRow materialTable[] = {
     row<osg::UPhongMaterial, znRTPhongMaterial>(),
-    substituted<osg::UVelvetMaterial, Plain>("znRTVelvetMaterial"),
-    substituted<osg::UWovenClothMaterial, Plain>("znRTWovenClothMaterial"),
+    substituted<osg::UVelvetMaterial, Matte>("znRTVelvetMaterial"),
+    substituted<osg::UWovenClothMaterial, Matte>("znRTWovenClothMaterial"),
     substituted<osg::UMeasuredMaterial, Plain>("znRTMeasuredMaterial"),
-    substituted<osg::UMeasuredCarpaintMaterial, Plain>("znRTMeasuredCarpaintMaterial"),
-    substituted<osg::UMeasuredCarpaint2Material, Plain>("znRTMeasuredCarpaint2Material"),
+    substituted<osg::UMeasuredCarpaintMaterial, Coated>("znRTMeasuredCarpaintMaterial"),
+    substituted<osg::UMeasuredCarpaint2Material, Coated>("znRTMeasuredCarpaint2Material"),
     substituted<osg::UOCSMaterial, Plain>("znRTOCSMaterial"),
-    substituted<osg::UMetallicPaintMaterial, Plain>("znRTMetallicPaintMaterial"),
-    substituted<osg::UUnicolorPaintMaterial, Plain>("znRTUnicolorPaintMaterial"),
-    substituted<osg::UFlipflopMaterial, Plain>("znRTFlipflopMaterial"),
+    substituted<osg::UMetallicPaintMaterial, Coated>("znRTMetallicPaintMaterial"),
+    substituted<osg::UUnicolorPaintMaterial, Coated>("znRTUnicolorPaintMaterial"),
+    substituted<osg::UFlipflopMaterial, Coated>("znRTFlipflopMaterial"),
     row<osg::UPlasticMaterial, znRTPlasticMaterial>(),
-    substituted<osg::UReflectivePlasticMaterial, Plain>("znRTReflectivePlasticMaterial"),
-    substituted<osg::UTriplanarMaterial, Plain>("znRTTriplanarMaterial"),
-    substituted<osg::UReflectiveTriplanarMaterial, Plain>("znRTReflectiveTriplanarMaterial"),
-    substituted<osg::UChromeMaterial, Plain>("znRTChromeMaterial"),
-    substituted<osg::UBrushedMetalMaterial, Plain>("znRTBrushedMetalMaterial"),
-    substituted<osg::UCarbonMaterial, Plain>("znRTCarbonMaterial"),
-    substituted<osg::UCarbonMaterial2D, Plain>("znRTCarbonMaterial2D"),
-    substituted<osg::UGlassMaterial, Plain>("znRTGlassMaterial"),
-    substituted<osg::UTireMaterial, Plain>("znRTTireMaterial"),
-    substituted<osg::USVBRDFMaterial, Plain>("znRTSVBRDFMaterial"),
+    row<osg::UReflectivePlasticMaterial, znRTReflectivePlasticMaterial>(),
+    row<osg::UTriplanarMaterial, znRTTriplanarMaterial>(),
+    row<osg::UReflectiveTriplanarMaterial, znRTReflectiveTriplanarMaterial>(),
+    row<osg::UChromeMaterial, znRTChromeMaterial>(),
+    substituted<osg::UBrushedMetalMaterial, Metal>("znRTBrushedMetalMaterial"),
+    substituted<osg::UCarbonMaterial, Coated>("znRTCarbonMaterial"),
+    substituted<osg::UCarbonMaterial2D, Coated>("znRTCarbonMaterial2D"),
+    substituted<osg::UGlassMaterial, Pane>("znRTGlassMaterial"),
+    substituted<osg::UTireMaterial, Coated>("znRTTireMaterial"),
+    substituted<osg::USVBRDFMaterial, Coated>("znRTSVBRDFMaterial"),
     row<osg::USubstanceMaterial, znRTSubstanceMaterial>(),
-    substituted<osg::ULineChromeMaterial, Plain>("znRTLineChromeMaterial"),
+    substituted<osg::ULineChromeMaterial, Metal>("znRTLineChromeMaterial"),
     substituted<osg::UShadowMaterial, Plain>("znRTShadowMaterial"),
     substituted<osg::UGlowMaterial, Dummy>("znRTGlowMaterial"),
     substituted<osg::UXrayMaterial, Plain>("znRTXRayMaterial"),
@@ -93,16 +115,14 @@ const MaterialRow materialTable[] = {
 static_assert(std::size(materialTable) == 38);
 
 /// Once per kind.
-void tellOfSubstitute(const char* missing, const znRTMaterial& substitute)
+void tellOfSubstitute(const MaterialRow& row)
 {
     static std::mutex lock;
     static std::set<std::string> told;
     const std::lock_guard guard(lock);
-    if (told.insert(missing).second)
+    if (told.insert(row.missing).second)
         znLog::warning(
-            (std::string(missing) + " is not there yet: " +
-             (substitute.isOfType(znRTDummyMaterial::id) ? "its surfaces are black"
-                                                         : "its surfaces show plain colours"))
+            (std::string(row.missing) + " is not there yet: its surfaces " + row.shown + '.')
                 .c_str());
 }
 
@@ -115,7 +135,7 @@ znRTMaterial* createMaterialObject(const osg::MaterialPtr& material)
             continue;
         znRTMaterial* const made = row.create(material);
         if (row.missing)
-            tellOfSubstitute(row.missing, *made);
+            tellOfSubstitute(row);
         return made;
     }
     return new znRTDummyMaterial(material);

@@ -7,12 +7,9 @@ void tellOfMissingParts(const znRTMissingParts& missing)
     static znRTOnceWarning noMaps(
         "Textures of glossiness, bump and occlusion are not read yet: surfaces are smooth and of "
         "one gloss.");
-    static znRTOnceWarning noTranslucency("Materials are not translucent yet.");
     static znRTOnceWarning noStructure("Procedural structures are not there yet.");
     if (missing.maps)
         noMaps();
-    if (missing.translucency)
-        noTranslucency();
     if (missing.structure)
         noStructure();
 }

@@ -4,8 +4,7 @@
 
 struct znRTMissingParts
 {
-    bool maps = false; ///< textures of glossiness, bump and occlusion
-    bool translucency = false;
+    bool maps = false;      ///< textures of glossiness, bump and occlusion
     bool structure = false; ///< procedural unevenness
 };
 
@@ -20,8 +19,6 @@ znRTMissingParts missingParts(const Record& record)
     missing.maps = record.bumpActive || record.occlusionActive;
     if constexpr (requires { record.glossinessActive; })
         missing.maps |= record.glossinessActive || record.anisotropyActive;
-    if constexpr (requires { record.translucencyMode; })
-        missing.translucency = record.translucencyMode != 0;
     if constexpr (requires { record.structureType; })
         missing.structure = record.structureType != 0;
     return missing;

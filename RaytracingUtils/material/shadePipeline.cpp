@@ -3,7 +3,9 @@
 #include "core/rayTypes.h"
 #include "material/directLighting.h"
 #include "material/indirectLight.h"
+#include "material/mirrorLight.h"
 #include "material/surroundingLight.h"
+#include "material/translucency.h"
 #include "material/znRTSurfaceProperties.h"
 #include "render/znRTFragment.h"
 
@@ -23,7 +25,7 @@ constexpr Update updateOf[16] = {nullptr,
                                  &znRTFragment::updateDG,
                                  &znRTFragment::updateS,
                                  &znRTFragment::updateDS,
-                                 nullptr,
+                                 &znRTFragment::updateDGS, // without a diffuse colour
                                  &znRTFragment::updateDGS,
                                  nullptr,
                                  nullptr,
@@ -42,6 +44,11 @@ struct Light
             for (int lobe = 0; lobe < lobeTerms; ++lobe)
                 term[lobe] = znRTColorPacket(0.0f);
     }
+    void scale(int lobe, const znFloatType<2>& factor)
+    {
+        for (znRTColorPacket* term : {ibl, direct, indirect})
+            term[lobe] *= factor;
+    }
     znRTColorPacket ibl[lobeTerms], direct[lobeTerms], indirect[lobeTerms];
 };
 
@@ -53,10 +60,7 @@ void gather(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTH
         evaluateDirectLighting(lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, lit.mask, material,
                                lit.state, light.direct[surfaceDiffuse],
                                light.direct[surfaceGlossy]);
-    const znRTColorPacket occlusion = quality.traceEnvironmentShadows
-                                          ? evaluateOcclusion(lit)
-                                          : material.getEnvironmentOcclusion(lit.data);
-    evaluateEnvironmentIllumination(lit, occlusion, light.ibl[surfaceDiffuse],
+    evaluateEnvironmentIllumination(lit, environmentShare(lit, material), light.ibl[surfaceDiffuse],
                                     light.ibl[surfaceGlossy]);
     evaluateEnvironmentLights(lit, light.ibl[surfaceDiffuse], light.ibl[surfaceGlossy]);
     evaluateIndirect(lit, hit.diffuse * hit.alpha, hit.glossy * hit.alpha, hit.ambient,
@@ -64,6 +68,26 @@ void gather(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTH
     for (const int term : {int(surfaceDiffuse), int(surfaceGlossy)}) {
         light.ibl[term] *= hit.ambientOcclusion;
         light.indirect[term] *= hit.ambientOcclusion;
+    }
+}
+
+/// Light of each side in the lanes that show it, with the weight of the choice.
+void gatherSides(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTHitSurface& hit,
+                 Light& light)
+{
+    const znRTSideChoice sides = chooseSides(hit, lit.mask, lit.state);
+    if (anyLane(sides.front)) {
+        gather({lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, sides.front, material, lit.state},
+               material, hit, light);
+        light.scale(surfaceDiffuse, sides.frontWeight);
+        light.scale(surfaceGlossy, sides.frontWeight);
+    }
+    if (anyLane(sides.back)) {
+        evaluateBackSideIllumination(
+            {lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, sides.back, material, lit.state},
+            material, hit, light.direct[surfaceTranslucent], light.ibl[surfaceTranslucent],
+            light.indirect[surfaceTranslucent]);
+        light.scale(surfaceTranslucent, sides.backWeight);
     }
 }
 
@@ -84,6 +108,12 @@ znRTColorPacket emissionOf(const znRTBRDFMaterial& material, const znRTRayPacket
 
 } // namespace
 
+znRTColorPacket environmentShare(const znRTLitHit& hit, const znRTBRDFMaterial& material)
+{
+    return material.getState().traceEnvironmentShadows ? evaluateOcclusion(hit)
+                                                       : material.getEnvironmentOcclusion(hit.data);
+}
+
 void shadeLobes(const znRTBRDFMaterial& material, unsigned terms,
                 const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                 znRTHitSurface& hit, const znRTAlphaSplit& split, znRTFragment& fragment,
@@ -91,7 +121,13 @@ void shadeLobes(const znRTBRDFMaterial& material, unsigned terms,
 {
     Light light;
     const znRTLitHit lit{ray, data, hit.dg, hit.lobes, hit.wo, split.shaded, material, state};
-    gather(lit, material, hit, light);
+    if (hit.backLobes.count > 0)
+        gatherSides(lit, material, hit, light);
+    else
+        gather(lit, material, hit, light);
+    for (const znRTLobeSet::Entry& entry : hit.lobes)
+        if (entry.lobe->isSelected(lobeType::specular))
+            light.indirect[surfaceSpecular] = evaluateMirror(lit, entry, split.surfaceAlpha);
 
     znRTColorPacket surface[surfaceTermCount];
     surface[surfaceDiffuse] = hit.diffuse;
@@ -107,6 +143,8 @@ void shadeLobes(const znRTBRDFMaterial& material, unsigned terms,
     throughput.hitLanes = split.passing;
     throughput.shadingNormal = &hit.dg.shadingNormal;
     throughput.material = &material;
+    if (hit.backLobes.count > 0)
+        terms |= shadeTranslucent;
     if (const Update update = updateOf[terms & 15])
         (fragment.*update)(ray, data, surface, {light.ibl, light.direct, light.indirect}, state,
                            throughput, mask);
@@ -133,9 +171,10 @@ void enterLobes(const znRTHitSurface& hit, const znRTBRDF& passThrough,
     const auto isWanted = [group](const znRTBRDF& lobe) {
         return group < 0 || znRTSurfaceProperties::getGroup(lobe.getTypeFlags()) == group;
     };
-    for (const znRTLobeSet::Entry& entry : hit.lobes)
-        if (isWanted(*entry.lobe))
-            surface.addComponent(*entry.lobe, entry.color, *entry.onb, entry.mask, hit.alpha);
+    for (const znRTLobeSet* const lobes : {&hit.lobes, &hit.backLobes})
+        for (const znRTLobeSet::Entry& entry : *lobes)
+            if (isWanted(*entry.lobe))
+                surface.addComponent(*entry.lobe, entry.color, *entry.onb, entry.mask, hit.alpha);
     const znFloatType<2> passing = mask & (hit.alpha < znFloatType<2>(1.0f));
     if (anyLane(passing) && isWanted(passThrough)) {
         znRTColorPacket color = hit.transparency;

@@ -6,7 +6,7 @@
 //   static constexpr unsigned terms;                       what it shows, bits of znRTShadeTerm
 //   void fetchParameters(ray, data, mask, Hit&) const;     colours, opacity: all textures
 //   void buildFrame(Hit&) const;                           onb from normal and tangent
-//   void addLobes(Hit&, lanes) const;                      entries of Hit::lobes
+//   void addLobes(Hit&, lanes) const;                      entries of Hit::lobes, Hit::backLobes
 //
 // and three overrides of one line each, on shadeByPipeline, evaluateByPipeline and, where a texture
 // drives it, getTransparency. Both forms start from the same fetch, so that colours and lobes of a
@@ -17,6 +17,8 @@
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTRayPacket.h"
 #include "material/znRTBRDFMaterial.h"
+
+struct znRTLitHit;
 
 /// Illumination terms of a kind.
 enum znRTShadeTerm : unsigned {
@@ -59,11 +61,15 @@ struct znRTHitSurface : znAlignedBase16
     znRTColorPacket transparency{0.0f}; ///< colour that passes; alpha: opacity
     znFloatType<2> alpha{1.0f};         ///< opacity
     znRTLobeSet lobes;
+    znRTLobeSet backLobes; ///< of light from behind, in the frame of the negated normal
+    znRTONB backOnb;
 
 private:
     znRTLobeParameters lanes[2];
 };
 
+/// Share of the environment that reaches a hit, per channel: traced, or from the vertices.
+znRTColorPacket environmentShare(const znRTLitHit& hit, const znRTBRDFMaterial& material);
 /// Steps that follow lobes and colours: light, and the fragment's update operation.
 /// @param terms  bits of znRTShadeTerm
 void shadeLobes(const znRTBRDFMaterial& material, unsigned terms,
@@ -85,12 +91,14 @@ void shadeByPipeline(const Class& material, const znRTRayDifferentialPacket& ray
                      znRTShadingState& state)
 {
     typename Class::Hit hit(ray, data);
+    material.shiftCoordinates(ray, hit, mask);
     material.fetchParameters(ray, data, mask, hit);
     const znRTAlphaSplit split = material.handleTransparency(ray, hit.alpha, mask, state);
     if (!anyLane(split.shaded)) {
         showBehind(ray, data, hit, fragment, mask, state);
         return;
     }
+    material.bendNormal(ray, hit, mask);
     material.buildFrame(hit);
     material.addLobes(hit, split.shaded);
     shadeLobes(material, Class::terms, ray, data, hit, split, fragment, mask, state);
@@ -104,7 +112,9 @@ void evaluateByPipeline(const Class& material, const znRTRayDifferentialPacket& 
     if (type == znRTMaterial::emissionOnly)
         return;
     typename Class::Hit hit(ray, data);
+    material.shiftCoordinates(ray, hit, mask);
     material.fetchParameters(ray, data, mask, hit);
+    material.bendNormal(ray, hit, mask);
     material.buildFrame(hit);
     material.addLobes(hit, mask & (hit.alpha > znFloatType<2>(0.0f)));
     enterLobes(hit, material.getPassThroughLobe(), surface, mask, group);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Where shadow rays of a hit start.
+// Where rays start that leave a hit.
 
 #include "core/surfaceOffset.h"
 #include "core/znRTDataBlockPacket.h"
@@ -14,6 +14,8 @@ inline znRTVector3fPacket shadowOrigin(const znRTDataBlockPacket& data,
                                        const znRTVector3fPacket& wi)
 {
     const znFloatType<2> offset = surfaceOffset(dg.position, data.hit.t);
-    const znFloatType<2> isBelow = dot(wi, dg.geometricNormal) < znFloatType<2>(0.0f);
+    // Directions in the plane of the surface, but for rounding, belong to the viewer's side.
+    constexpr float leastSine = 1e-6f;
+    const znFloatType<2> isBelow = dot(wi, dg.geometricNormal) < znFloatType<2>(-leastSine);
     return dg.position + dg.geometricNormal * select(isBelow, -offset, offset);
 }

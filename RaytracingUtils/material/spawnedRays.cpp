@@ -13,12 +13,14 @@ namespace {
 
 constexpr float unlimited = std::numeric_limits<float>::max();
 
+/// Words of rays spawned at hits: each lane keeps to its eye.
 znIntType<2> childType(const znIntType<2>& parent, u32 rayClass, u32 flags)
 {
-    const auto child = [&](int lane) {
-        return int(rayType::child(u32(parent[lane]), rayClass, flags));
-    };
-    return {child(0), child(1), child(2), child(3)};
+    using namespace rayType;
+    const znIntType<2> right = parent & znIntType<2>(int(rightEye & ~passThrough));
+    const znFloatType<2> isLeft = asFloat(right == znIntType<2>(0));
+    const auto ofEye = [&](u32 half) { return asFloat(int((rayClass & half) | flags)); };
+    return asInt(select(isLeft, ofEye(leftEye), ofEye(rightEye)));
 }
 
 } // namespace

@@ -9,6 +9,8 @@
 #include "host/osg/Spectrum.h"
 #include "host/osg/materials/UBRDFMaterial.h"
 #include "light/znRTLight.h"
+#include "material/mirrorLight.h"
+#include "material/shadePipeline.h"
 #include "render/notAvailable.h"
 #include "render/znRTMultilayerFragment.h"
 
@@ -103,7 +105,8 @@ void znRTBRDFMaterial::setPlainRequirements()
 {
     using namespace shadingRequirement;
     const bool spawns = materialState.sampleEnvironment || materialState.traceIndirect;
-    materialState.shadingRequirements = shadingFrame | (spawns ? spawnData | footprint : 0u);
+    materialState.shadingRequirements =
+        shadingFrame | surfaceStructure->getRequirements() | (spawns ? spawnData | footprint : 0u);
     materialState.shadowShadingRequirements = 0;
 
     const bool readsOcclusion =
@@ -114,6 +117,31 @@ void znRTBRDFMaterial::setPlainRequirements()
         (readsOcclusion || readsIrradiance ? vertexAttribute::bakedIrradiance : 0u) |
         (materialState.useBaking ? vertexAttribute::bakedColor : 0u);
     materialState.transparencyAttributes = 0;
+}
+
+void znRTBRDFMaterial::addMirrorRequirements(bool usesVertexTangents)
+{
+    using namespace shadingRequirement;
+    materialState.shadingRequirements |= surfaceDefault | (usesVertexTangents ? 0u : derivatives);
+}
+
+void znRTBRDFMaterial::shiftCoordinates(const znRTRayDifferentialPacket& ray, znRTHitSurface& hit,
+                                        const znFloatType<2>& mask) const
+{
+    if (surfaceStructure->perturbs())
+        surfaceStructure->shiftCoordinates(ray, hit.dg, mask);
+}
+
+void znRTBRDFMaterial::bendNormal(const znRTRayDifferentialPacket& ray, znRTHitSurface& hit,
+                                  const znFloatType<2>& mask) const
+{
+    if (!surfaceStructure->perturbs())
+        return;
+    const znRTVector3fPacket normal = surfaceStructure->getNormalAt(hit.dg, mask);
+    const znRTVector3fPacket mirrored =
+        mirrorAboveSurface(ray.direction, normal, hit.dg.geometricNormal);
+    hit.dg.shadingNormal.setMasked(normalOfMirror(ray.direction, mirrored, hit.dg.shadingNormal),
+                                   mask);
 }
 
 int znRTBRDFMaterial::getVisibility() const

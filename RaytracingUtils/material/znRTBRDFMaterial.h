@@ -54,6 +54,13 @@ public:
     znRTAlphaSplit handleTransparency(const znRTRayDifferentialPacket& ray,
                                       const znFloatType<2>& alpha, const znFloatType<2>& mask,
                                       const znRTShadingState& state) const;
+    /// Moves texture coordinates by the surface's structure.
+    void shiftCoordinates(const znRTRayDifferentialPacket& ray, znRTHitSurface& hit,
+                          const znFloatType<2>& mask) const;
+    /// Gives the hits the normals of the surface's structure, bent until they mirror no ray into
+    /// the surface.
+    void bendNormal(const znRTRayDifferentialPacket& ray, znRTHitSurface& hit,
+                    const znFloatType<2>& mask) const;
     /// Share of the environment at the hits by the occlusion in the vertices, per channel; 1 where
     /// the environment is sampled.
     znRTColorPacket getEnvironmentOcclusion(const znRTDataBlockPacket& data) const;
@@ -76,8 +83,11 @@ protected:
     void scaleOpacity(float share);
     /// How vertex occlusion darkens the environment.
     void readOcclusion(const znRTBRDFMaterialAttributes& attributes);
-    /// Requirements of a material without textures, by the terms that it evaluates.
+    /// Requirements of a material without textures, by the terms that it evaluates. After the
+    /// structure of the surface is set.
     void setPlainRequirements();
+    /// What mirrors need besides: a footprint for their rays, and how the normal turns below it.
+    void addMirrorRequirements(bool usesVertexTangents);
 
     znRTColor transparencyColor{0.0f, 0.0f, 0.0f, 1.0f};
     float opacity = 1.0f;

@@ -20,6 +20,9 @@
 #include "host/znRTMaterialState.h"
 #include "host/znRTNode.h"
 #include "material/analyticShading.h"
+#include "texture/znRTCleanSurface.h"
+
+#include <memory>
 
 class znRTDataBlockPacket;
 class znRTFragment;
@@ -29,8 +32,23 @@ class znRTRayDifferentialPacket;
 class znRTRayPacket;
 class znRTSurfaceProperties;
 struct znRTCommonAttributes;
-struct znRTDifferentialGeometry;
-class znRTTextureAttributes;
+
+/// The structure of a material's surface, never null. It belongs to its material: a copy starts
+/// clean, until it is updated.
+class znRTOwnStructure
+{
+public:
+    znRTOwnStructure() = default;
+    znRTOwnStructure(const znRTOwnStructure&) : znRTOwnStructure() {}
+    znRTOwnStructure& operator=(const znRTOwnStructure&) = delete;
+
+    void set(std::unique_ptr<znRTSurfaceStructure> next) { structure = std::move(next); }
+    const znRTSurfaceStructure& operator*() const { return *structure; }
+    const znRTSurfaceStructure* operator->() const { return structure.get(); }
+
+private:
+    std::unique_ptr<znRTSurfaceStructure> structure = std::make_unique<znRTCleanSurface>();
+};
 
 class znRTMaterial : public znRTNode, public znAlignedBase32
 {
@@ -44,7 +62,10 @@ public:
     /// 1 front, 2 back, 3 both; always 3 while occlusion is baked.
     virtual int getSideness() const;
     virtual bool hasTextureProjection() const { return false; }
-    virtual const znRTTextureAttributes* getTextureAttributeSettings() const { return nullptr; }
+    virtual const znRTTextureAttributes* getTextureAttributeSettings() const
+    {
+        return surfaceStructure->getTextureAttributes();
+    }
     virtual bool hasDisplacementTextureProjection() const { return false; }
     /// Ray classes that see the surface.
     virtual int getVisibility() const { return materialState.visibility; }
@@ -139,6 +160,9 @@ public:
     const znRTPassThroughBTDF& getPassThroughLobe() const { return analytic.passThrough; }
     const znRTCommonAttributes* getCommonMaterialAttributes() const { return commonAttributes; }
     const znRTMaterialState& getState() const { return materialState; }
+    const znRTSurfaceStructure& getSurfaceStructure() const { return *surfaceStructure; }
+    /// A white diffuse lobe.
+    const znRTLambertBRDF& getDiffuseLobe() const { return analytic.lambert; }
 
     /// Null for the fallback material.
     const osg::MaterialPtr& getHostMaterial() const { return hostMaterial; }
@@ -180,6 +204,7 @@ protected:
     u32 materialId = 0;                               ///< container id, 0 for the fallback material
     znRTCommonAttributes* commonAttributes = nullptr; ///< record of the host; null without
     znRTAnalyticShading analytic;
+    znRTOwnStructure surfaceStructure;
     const znRTInfiniteAreaLight* environmentLight = nullptr;
     float materialIDColor[4] = {0.0f, 0.0f, 0.0f, 1.0f};
     znRTMaterialState materialState;

@@ -1,6 +1,5 @@
 #include "material/znRTPlasticMaterial.h"
 
-#include "brdf/znRTBxDFAttributes.h"
 #include "host/osg/materials/lobeMaterials.h"
 
 const znRTTypeId znRTPlasticMaterial::id("znRTPlasticMaterial");
@@ -20,11 +19,5 @@ void znRTPlasticMaterial::update()
     if (!setRaytracingCommonSettings(record, true))
         return;
     readColors(record);
-
-    znRTBSDFAttributes lobes;
-    lobes.setExponents(record.exponent, record.exponent);
-    lobes.fresnelTable = record.fresnelTable;
-    lobes.reflectance = record.reflectance;
-    lobes.useSchlick = record.useSchlick;
-    setupLobes(lobes);
+    setupLobes(plasticLayerOf(record));
 }

@@ -3,6 +3,7 @@
 // A diffuse base below a glossy layer that reflects more toward the rim; what the layer reflects
 // is missing from the base.
 
+#include "brdf/znRTBxDFAttributes.h"
 #include "material/znRTTwoLobeMaterial.h"
 
 class znRTPlasticMaterial : public znRTPlasticLobesMaterial
@@ -14,4 +15,22 @@ public:
 
     znRTMaterial* getDuplicate() const override { return new znRTPlasticMaterial(hostMaterial); }
     void update() override;
+
+protected:
+    using znRTPlasticLobesMaterial::znRTPlasticLobesMaterial;
 };
+
+/// The glossy layer of a plastic, from any record with a width and a Fresnel term.
+template <class Record>
+znRTBSDFAttributes plasticLayerOf(const Record& record)
+{
+    znRTBSDFAttributes lobes;
+    if constexpr (requires { record.exponent; })
+        lobes.setExponents(record.exponent, record.exponent);
+    if constexpr (requires { record.fresnelTable; }) {
+        lobes.fresnelTable = record.fresnelTable;
+        lobes.reflectance = record.reflectance;
+        lobes.useSchlick = record.useSchlick;
+    }
+    return lobes;
+}

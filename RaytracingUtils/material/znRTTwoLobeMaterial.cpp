@@ -20,6 +20,7 @@ void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::fetchParameters(const znRTRay
 {
     hit.diffuse = diffuse.fetch(data, mask);
     hit.glossy = glossy.fetch(data, mask);
+    hit.translucent = translucency.fetch(data, mask);
     hit.ambient = ambient.fetch(data, mask);
     hit.emission = evaluateEmissionColor(data, mask);
     hit.transparency = evaluateTransparencyColor(data, mask);
@@ -33,6 +34,7 @@ void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::addLobes(Hit& hit,
     hit.lobes.add(diffuseLobe, hit.onb, hit.diffuse, lanes);
     hit.lobes.add(glossyLobe, hit.onb, hit.glossy, lanes);
     hit.lobes.mixture = &blend;
+    translucency.addTo(hit, lanes);
 }
 
 template <class DiffuseLobe, class GlossyLobe>

@@ -8,6 +8,7 @@
 #include "material/colorAttribute.h"
 #include "material/missingParts.h"
 #include "material/shadePipeline.h"
+#include "material/translucency.h"
 
 struct znRTBxDFAttributes;
 
@@ -29,26 +30,41 @@ public:
 
     void fetchParameters(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
                          const znFloatType<2>& mask, Hit& hit) const;
-    void buildFrame(Hit& hit) const { hit.onb.set(hit.dg.shadingNormal); }
+    void buildFrame(Hit& hit) const
+    {
+        hit.onb = surfaceStructure->getFrameAt(hit.dg, znFloatType<2>::allLanes());
+    }
     void addLobes(Hit& hit, const znFloatType<2>& lanes) const;
 
 protected:
     using znRTBRDFMaterial::znRTBRDFMaterial;
 
-    /// Colours and occlusion of a record; warns of what it asks for in vain.
+    /// Colours and what else plain records hold; warns of what they ask for in vain.
     template <class Record>
     void readColors(const Record& record)
     {
-        readOcclusion(record);
         diffuse.set(record.diffuse, record.diffuseSpectrum, record.diffuseActive);
         glossy.set(record.glossy, record.glossySpectrum, record.glossyActive);
+        readShared(record);
+    }
+    /// All but the two colours.
+    template <class Record>
+    void readShared(const Record& record)
+    {
+        readOcclusion(record);
         ambient.set(record.ambient, record.ambientSpectrum, false);
+        if constexpr (requires { record.translucencyMode; })
+            translucency.read(record);
+        needsConsistentTangents = record.bumpActive;
+        if constexpr (requires { record.anisotropyActive; })
+            needsConsistentTangents |= record.anisotropyActive;
         tellOfMissingParts(missingParts(record));
     }
     /// After colours are set: the lobes, the share of both, and the requirements.
     void setupLobes(const znRTBxDFAttributes& record);
 
     znRTColorAttribute diffuse, glossy, ambient;
+    znRTTranslucency translucency;
 
 private:
     DiffuseLobe diffuseLobe;

@@ -2,6 +2,7 @@
 
 #include "materialFixture.h"
 
+#include "material/standInMaterials.h"
 #include "material/znRTDummyMaterial.h"
 #include "material/znRTLightMaterial.h"
 #include "material/znRTPhongMaterial.h"
@@ -10,6 +11,7 @@
 #include "material/znRTSimpleMaterial.h"
 #include "material/znRTSphereEnvironmentMaterial.h"
 #include "material/znRTSubstanceMaterial.h"
+#include "material/znRTTriplanarMaterial.h"
 
 #include <atomic>
 #include <thread>
@@ -38,6 +40,10 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
     };
     const Row rows[] = {{"UPhongMaterial", znRTPhongMaterial::id},
                         {"UPlasticMaterial", znRTPlasticMaterial::id},
+                        {"UReflectivePlasticMaterial", znRTReflectivePlasticMaterial::id},
+                        {"UTriplanarMaterial", znRTTriplanarMaterial::id},
+                        {"UReflectiveTriplanarMaterial", znRTReflectiveTriplanarMaterial::id},
+                        {"UChromeMaterial", znRTChromeMaterial::id},
                         {"ULightMaterial", znRTLightMaterial::id},
                         {"USphereEnvironmentMaterial", znRTSphereEnvironmentMaterial::id},
                         {"USkylightMaterial", znRTSphereEnvironmentMaterial::id},
@@ -50,33 +56,29 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
         EXPECT_TRUE(scene.scene->createMaterial(host.get())->isOfType(row.shading)) << row.host;
         EXPECT_FALSE(scene.hasLogged(row.host));
     }
-    const char* const plainOnes[] = {"UVelvetMaterial",
-                                     "UWovenClothMaterial",
-                                     "UMeasuredMaterial",
-                                     "UMeasuredCarpaintMaterial",
-                                     "UMeasuredCarpaint2Material",
-                                     "UOCSMaterial",
-                                     "UMetallicPaintMaterial",
-                                     "UUnicolorPaintMaterial",
-                                     "UFlipflopMaterial",
-                                     "UReflectivePlasticMaterial",
-                                     "UTriplanarMaterial",
-                                     "UReflectiveTriplanarMaterial",
-                                     "UChromeMaterial",
-                                     "UBrushedMetalMaterial",
-                                     "UCarbonMaterial",
-                                     "UCarbonMaterial2D",
-                                     "UGlassMaterial",
-                                     "UTireMaterial",
-                                     "USVBRDFMaterial",
-                                     "ULineChromeMaterial",
-                                     "UShadowMaterial",
-                                     "UXrayMaterial"};
-    for (const char* name : plainOnes) {
-        const osg::Ref<osg::Material> host(make(name));
-        ASSERT_TRUE(host.get()) << name;
+    const Row standIns[] = {{"UVelvetMaterial", znRTMatteStandIn::id},
+                            {"UWovenClothMaterial", znRTMatteStandIn::id},
+                            {"UMeasuredMaterial", znRTPlainMaterial::id},
+                            {"UMeasuredCarpaintMaterial", znRTCoatedStandIn::id},
+                            {"UMeasuredCarpaint2Material", znRTCoatedStandIn::id},
+                            {"UOCSMaterial", znRTPlainMaterial::id},
+                            {"UMetallicPaintMaterial", znRTCoatedStandIn::id},
+                            {"UUnicolorPaintMaterial", znRTCoatedStandIn::id},
+                            {"UFlipflopMaterial", znRTCoatedStandIn::id},
+                            {"UBrushedMetalMaterial", znRTMetalStandIn::id},
+                            {"UCarbonMaterial", znRTCoatedStandIn::id},
+                            {"UCarbonMaterial2D", znRTCoatedStandIn::id},
+                            {"UGlassMaterial", znRTPaneStandIn::id},
+                            {"UTireMaterial", znRTCoatedStandIn::id},
+                            {"USVBRDFMaterial", znRTCoatedStandIn::id},
+                            {"ULineChromeMaterial", znRTMetalStandIn::id},
+                            {"UShadowMaterial", znRTPlainMaterial::id},
+                            {"UXrayMaterial", znRTPlainMaterial::id}};
+    for (const Row& row : standIns) {
+        const osg::Ref<osg::Material> host(make(row.host));
+        ASSERT_TRUE(host.get()) << row.host;
         const znRTMaterial* const shading = scene.scene->createMaterial(host.get());
-        EXPECT_TRUE(shading->isOfType(znRTPlainMaterial::id)) << name;
+        EXPECT_TRUE(shading->isOfType(row.shading)) << row.host;
         EXPECT_EQ(shading->getHostMaterial(), host.get());
     }
     for (const char* name :

@@ -1,0 +1,227 @@
+#include "material/standInMaterials.h"
+
+#include "brdf/lobeMath.h"
+#include "core/znRTDataBlockPacket.h"
+#include "core/znRTRayPacket.h"
+#include "host/osg/Materials.h"
+
+#include <algorithm>
+
+const znRTTypeId znRTMatteStandIn::id("znRTMatteStandIn");
+const znRTTypeId znRTCoatedStandIn::id("znRTCoatedStandIn");
+const znRTTypeId znRTMetalStandIn::id("znRTMetalStandIn");
+const znRTTypeId znRTPaneStandIn::id("znRTPaneStandIn");
+
+namespace {
+
+const znRTVector3f black(0.0f, 0.0f, 0.0f);
+
+znRTVector3f scaled(const znRTVector3f& color, float factor)
+{
+    return {color.x * factor, color.y * factor, color.z * factor};
+}
+
+znRTVector3f half(const znRTVector3f& a, const znRTVector3f& b)
+{
+    return {0.5f * (a.x + b.x), 0.5f * (a.y + b.y), 0.5f * (a.z + b.z)};
+}
+
+/// The colour of the body, under the name that the kind has for it.
+template <class Record>
+void readBody(const Record& record, znRTColorAttribute& color)
+{
+    if constexpr (requires { record.diffuse; })
+        color.set(record.diffuse, record.diffuseSpectrum, record.diffuseActive);
+    else if constexpr (requires { record.base; })
+        color.set(record.base, record.baseSpectrum, record.baseActive);
+    else if constexpr (requires { record.paintA; })
+        color.set(record.paintA, record.paintASpectrum, record.paintAActive);
+    else
+        color.set(half(record.warpColor, record.weftColor), nullptr,
+                  record.warpColorActive || record.weftColorActive);
+}
+
+/// What shines above it: a gloss, flakes, or nothing.
+template <class Record>
+void readGloss(const Record& record, znRTColorAttribute& color)
+{
+    if constexpr (requires { record.glossy; })
+        color.set(record.glossy, record.glossySpectrum, record.glossyActive);
+    else if constexpr (requires { record.flakeDensity; })
+        color.set(scaled(record.flake, record.flakeDensity * record.flakeReflectance), nullptr,
+                  record.flakeActive);
+    else if constexpr (requires { record.specular; })
+        color.set(record.specular, record.specularSpectrum, record.specularActive);
+    else
+        color.set(black, nullptr, false);
+}
+
+/// Flakes reflect what they are, in the width of their tilt.
+template <class Record>
+znRTBSDFAttributes glossOf(const Record& record)
+{
+    znRTBSDFAttributes lobes = plasticLayerOf(record);
+    if constexpr (requires { record.flakeRoughness; }) {
+        const float exponent = znPhongExponent(record.flakeRoughness);
+        lobes.setExponents(exponent, exponent);
+        lobes.fresnelTable = znRTBSDFAttributes::noTable;
+        lobes.reflectance = 1.0f;
+    }
+    return lobes;
+}
+
+} // namespace
+
+znRTMatteStandIn::znRTMatteStandIn(const osg::MaterialPtr& material)
+    : znRTPhongLobesMaterial(id, material)
+{
+    znRTMatteStandIn::update();
+}
+
+void znRTMatteStandIn::update()
+{
+    const auto readAs = [this](auto host) {
+        if (!host)
+            return;
+        auto& record = host->getRaytracingAttributes();
+        if (!setRaytracingCommonSettings(record, true))
+            return;
+        readShared(record);
+        readBody(record, diffuse);
+        glossy.set(black, nullptr, false);
+        setupLobes(znRTBSDFAttributes());
+    };
+    readAs(osg::FCPtr<osg::UVelvetMaterial>::dcast(hostMaterial));
+    readAs(osg::FCPtr<osg::UWovenClothMaterial>::dcast(hostMaterial));
+}
+
+znRTCoatedStandIn::znRTCoatedStandIn(const osg::MaterialPtr& material)
+    : znRTReflectivePlasticMaterial(id, material)
+{
+    znRTCoatedStandIn::update();
+}
+
+template <class Host>
+bool znRTCoatedStandIn::readAs()
+{
+    const auto host = osg::FCPtr<Host>::dcast(hostMaterial);
+    if (!host)
+        return false;
+    auto& record = host->getRaytracingAttributes();
+    if (!setRaytracingCommonSettings(record, true))
+        return true;
+    readShared(record);
+    readBody(record, diffuse);
+    readGloss(record, glossy);
+    if constexpr (requires { record.clearcoatReflectance; })
+        readCoat(record);
+    finish(glossOf(record), record.usesVertexTangents);
+    return true;
+}
+
+void znRTCoatedStandIn::update()
+{
+    using namespace osg;
+    (void)(readAs<UMetallicPaintMaterial>() || readAs<UUnicolorPaintMaterial>() ||
+           readAs<UFlipflopMaterial>() || readAs<UCarbonMaterial>() ||
+           readAs<UCarbonMaterial2D>() || readAs<UTireMaterial>() || readAs<USVBRDFMaterial>() ||
+           readAs<UMeasuredCarpaintMaterial>() || readAs<UMeasuredCarpaint2Material>());
+}
+
+znRTMetalStandIn::znRTMetalStandIn(const osg::MaterialPtr& material)
+    : znRTChromeMaterial(id, material)
+{
+    znRTMetalStandIn::update();
+}
+
+void znRTMetalStandIn::update()
+{
+    if (const auto host = osg::FCPtr<osg::UBrushedMetalMaterial>::dcast(hostMaterial)) {
+        auto& record = host->getRaytracingAttributes();
+        if (!readCommon(record))
+            return;
+        color.set(record.glossy, record.glossySpectrum, record.glossyActive);
+        readMetal(record, znPhongExponent(0.5f * (record.roughness + record.roughnessV)));
+    } else if (const auto lined = osg::FCPtr<osg::ULineChromeMaterial>::dcast(hostMaterial)) {
+        auto& record = lined->getRaytracingAttributes();
+        if (!readCommon(record))
+            return;
+        color.set(record.reflection, record.reflectionSpectrum, record.reflectionActive);
+        readMetal(record, sharpestExponent);
+    }
+}
+
+znRTPaneStandIn::znRTPaneStandIn(const osg::MaterialPtr& material)
+    : znRTReflectivePlasticMaterial(id, material)
+{
+    znRTPaneStandIn::update();
+}
+
+void znRTPaneStandIn::update()
+{
+    const auto host = osg::FCPtr<osg::UGlassMaterial>::dcast(hostMaterial);
+    if (!host)
+        return;
+    auto& record = host->getRaytracingAttributes();
+    const bool isStale = setRaytracingCommonSettings(record, true);
+    record.transparent = true;
+    if (!isStale)
+        return;
+    readShared(record);
+    coat.color.set(record.reflection, record.reflectionSpectrum, record.reflectionActive);
+    transmission.set(record.transmission, record.transmissionSpectrum, record.transmissionActive);
+    const float root = (record.indexB - record.indexA) / (record.indexB + record.indexA);
+    f0 = root * root;
+    setupLobes(znRTBSDFAttributes());
+    addMirrorRequirements(record.usesVertexTangents);
+}
+
+znRTColorPacket znRTPaneStandIn::passing(const znRTRayDifferentialPacket& ray,
+                                         const znRTDataBlockPacket& data) const
+{
+    const znFloatType<2> cosine = clamp01(absolute(dot(ray.direction, data.shadingNormal())));
+    const znFloatType<2> mirrored = lobeMath::schlick(f0, lobeMath::schlickRise(cosine));
+    znRTColorPacket color =
+        transmission.fetch(data, znFloatType<2>::allLanes()) * (znFloatType<2>(1.0f) - mirrored);
+    color.a = mirrored;
+    return color;
+}
+
+void znRTPaneStandIn::fetchParameters(const znRTRayDifferentialPacket& ray,
+                                      const znRTDataBlockPacket& data, const znFloatType<2>& mask,
+                                      Hit& hit) const
+{
+    hit.specular = coat.color.fetch(data, mask);
+    hit.emission = evaluateEmissionColor(data, mask);
+    hit.transparency = passing(ray, data);
+    hit.alpha = hit.transparency.a;
+}
+
+void znRTPaneStandIn::addLobes(Hit& hit, const znFloatType<2>& lanes) const
+{
+    hit.lobes.add(mirror, hit.onb, hit.specular, lanes);
+}
+
+znRTColorPacket znRTPaneStandIn::getTransparency(const znRTRayDifferentialPacket& ray,
+                                                 znRTDataBlockPacket& data,
+                                                 const znFloatType<2>& mask,
+                                                 znRTShadingState&) const
+{
+    znRTColorPacket passed = passing(ray, data) & mask;
+    passed.a = 1.0f;
+    return passed;
+}
+
+void znRTPaneStandIn::shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                            znRTFragment& fragment, const znFloatType<2>& mask,
+                            znRTShadingState& state) const
+{
+    shadeByPipeline(*this, ray, data, fragment, mask, state);
+}
+
+void znRTPaneStandIn::evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                       znRTSurfaceProperties& surface, const znFloatType<2>& mask,
+                                       znRTShadingState&, int group, EvaluationType type) const
+{
+    evaluateByPipeline(*this, ray, data, surface, mask, group, type);
+}

@@ -1,0 +1,61 @@
+#include "material/znRTReflectivePlasticMaterial.h"
+
+#include "host/osg/materials/lobeMaterials.h"
+
+const znRTTypeId znRTReflectivePlasticMaterial::id("znRTReflectivePlasticMaterial");
+
+znRTReflectivePlasticMaterial::znRTReflectivePlasticMaterial(const osg::MaterialPtr& material)
+    : znRTPlasticLobesMaterial(id, material)
+{
+    znRTReflectivePlasticMaterial::update();
+}
+
+void znRTReflectivePlasticMaterial::update()
+{
+    const auto host = osg::FCPtr<osg::UReflectivePlasticMaterial>::dcast(hostMaterial);
+    if (!host)
+        return;
+    auto& record = host->getRaytracingAttributes();
+    if (!setRaytracingCommonSettings(record, true))
+        return;
+    readColors(record);
+    readCoat(record);
+    finish(plasticLayerOf(record), record.usesVertexTangents);
+}
+
+void znRTReflectivePlasticMaterial::finish(const znRTBxDFAttributes& layer, bool usesVertexTangents)
+{
+    setupLobes(layer);
+    if (coat.isOn())
+        addMirrorRequirements(usesVertexTangents);
+}
+
+void znRTReflectivePlasticMaterial::fetchParameters(const znRTRayDifferentialPacket& ray,
+                                                    const znRTDataBlockPacket& data,
+                                                    const znFloatType<2>& mask, Hit& hit) const
+{
+    znRTPlasticLobesMaterial::fetchParameters(ray, data, mask, hit);
+    hit.specular = coat.color.fetch(data, mask);
+}
+
+void znRTReflectivePlasticMaterial::addLobes(Hit& hit, const znFloatType<2>& lanes) const
+{
+    coat.addTo(hit, lanes);
+    znRTPlasticLobesMaterial::addLobes(hit, lanes);
+}
+
+void znRTReflectivePlasticMaterial::shade(const znRTRayDifferentialPacket& ray,
+                                          znRTDataBlockPacket& data, znRTFragment& fragment,
+                                          const znFloatType<2>& mask, znRTShadingState& state) const
+{
+    shadeByPipeline(*this, ray, data, fragment, mask, state);
+}
+
+void znRTReflectivePlasticMaterial::evaluateMaterial(znRTRayDifferentialPacket& ray,
+                                                     znRTDataBlockPacket& data,
+                                                     znRTSurfaceProperties& surface,
+                                                     const znFloatType<2>& mask, znRTShadingState&,
+                                                     int group, EvaluationType type) const
+{
+    evaluateByPipeline(*this, ray, data, surface, mask, group, type);
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+// Plastic under a clear coat that mirrors.
+
+#include "material/coat.h"
+#include "material/znRTPlasticMaterial.h"
+
+class znRTReflectivePlasticMaterial : public znRTPlasticLobesMaterial
+{
+public:
+    static const znRTTypeId id;
+    static constexpr unsigned terms = shadeDiffuse | shadeGlossy | shadeSpecular;
+
+    explicit znRTReflectivePlasticMaterial(const osg::MaterialPtr& material);
+
+    znRTMaterial* getDuplicate() const override
+    {
+        return new znRTReflectivePlasticMaterial(hostMaterial);
+    }
+    using znRTPlasticLobesMaterial::shade;
+    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+               znRTFragment& fragment, const znFloatType<2>& mask,
+               znRTShadingState& state) const override;
+    void evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                          znRTSurfaceProperties& surface, const znFloatType<2>& mask,
+                          znRTShadingState& state, int group, EvaluationType type) const override;
+    void update() override;
+
+    // For the pipeline.
+
+    void fetchParameters(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
+                         const znFloatType<2>& mask, Hit& hit) const;
+    void addLobes(Hit& hit, const znFloatType<2>& lanes) const;
+
+protected:
+    using znRTPlasticLobesMaterial::znRTPlasticLobesMaterial;
+
+    /// @tparam Record  with a coat
+    template <class Record>
+    void readCoat(const Record& record)
+    {
+        coat.set(record.clearcoatReflectance);
+        coat.color.set(record.clearcoat, record.clearcoatSpectrum, record.clearcoatActive);
+    }
+    /// After colours and coat are set.
+    void finish(const znRTBxDFAttributes& layer, bool usesVertexTangents);
+
+    znRTCoat coat;
+};

@@ -1,0 +1,31 @@
+#pragma once
+
+// Plastic and coated plastic whose textures are projected along the axes. As long as there are no
+// projections they show their uniform colours, and say so once.
+
+#include "material/znRTReflectivePlasticMaterial.h"
+
+class znRTTriplanarMaterial : public znRTPlasticMaterial
+{
+public:
+    static const znRTTypeId id;
+
+    explicit znRTTriplanarMaterial(const osg::MaterialPtr& material);
+
+    znRTMaterial* getDuplicate() const override { return new znRTTriplanarMaterial(hostMaterial); }
+    void update() override;
+};
+
+class znRTReflectiveTriplanarMaterial : public znRTReflectivePlasticMaterial
+{
+public:
+    static const znRTTypeId id;
+
+    explicit znRTReflectiveTriplanarMaterial(const osg::MaterialPtr& material);
+
+    znRTMaterial* getDuplicate() const override
+    {
+        return new znRTReflectiveTriplanarMaterial(hostMaterial);
+    }
+    void update() override;
+};

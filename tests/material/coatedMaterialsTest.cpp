@@ -1,0 +1,181 @@
+#include "materialFixture.h"
+
+#include "host/znRenderPasses.h"
+#include "material/standInMaterials.h"
+#include "material/znRTTriplanarMaterial.h"
+
+using namespace materialTest;
+
+namespace {
+
+osg::ColorComponent color(float r, float g, float b)
+{
+    return osg::ColorComponent(osg::Vec3f(r, g, b));
+}
+
+template <class Host>
+osg::FCPtr<Host> makePlastic()
+{
+    const auto material = Host::create();
+    material->setDiffuse(color(0.5f, 0.4f, 0.3f));
+    material->setGlossy(color(0.9f, 0.8f, 0.7f));
+    material->setRoughness(0.4f);
+    return material;
+}
+
+class CoatedMaterials : public MaterialTest
+{
+protected:
+    ~CoatedMaterials() override { setBackground(0.0f); }
+    static void setBackground(float value)
+    {
+        znRTRenderUtils::s_backgroundColor = {value, value, value, 0.0f};
+    }
+    /// What rays see of a square of a material, alone under a light.
+    Shaded seenAlone(const osg::MaterialPtr& material, const znRTRayDifferentialPacket& ray)
+    {
+        scene.scene->clear();
+        addSun(25.0);
+        addSquare(material);
+        return shade(ray);
+    }
+    /// Rays onto the middle, 60 degrees from the vertical.
+    static znRTRayDifferentialPacket slanting()
+    {
+        const float s = std::sqrt(0.75f);
+        return znRTRayDifferentialPacket(
+            znRTRayPacket({0.1f - 2.0f * s, 0.2f, 1.0f}, znRTVector3fPacket(s, 0.0f, -0.5f)));
+    }
+};
+
+} // namespace
+
+TEST_F(CoatedMaterials, AreTheBaseAloneWithoutACoat)
+{
+    const auto coated = makePlastic<osg::UReflectivePlasticMaterial>();
+    coated->setClearcoatReflectance(0.0f);
+    setBackground(3.0f);
+    const znRTColorPacket withCoat = seenAlone(coated, slanting()).color;
+    const znRTColorPacket without =
+        seenAlone(makePlastic<osg::UPlasticMaterial>(), slanting()).color;
+    EXPECT_GT(without.r[0], 0.1f);
+    for (int channel = 0; channel < 3; ++channel)
+        EXPECT_NEAR(withCoat[channel][0], without[channel][0], 1e-6f);
+}
+
+// F = f0 + (1 - f0) (1 - cos)^5 of the background in the coat, 1 - F of the base below it.
+TEST_F(CoatedMaterials, MirrorMoreTowardTheRimAndDarkenWhatIsBelow)
+{
+    constexpr double f0 = 0.1;
+    const auto bare = makePlastic<osg::UReflectivePlasticMaterial>();
+    bare->setClearcoatReflectance(0.0f);
+    const auto coated = makePlastic<osg::UReflectivePlasticMaterial>();
+    coated->setClearcoatReflectance(float(f0));
+    coated->setClearcoat(color(1.0f, 0.5f, 1.0f));
+    setBackground(2.0f);
+    for (const bool isSteep : {true, false}) {
+        const znRTRayDifferentialPacket ray = isSteep ? downward(0.1f, 0.2f) : slanting();
+        const double f = f0 + (1.0 - f0) * std::pow(1.0 - (isSteep ? 1.0 : 0.5), 5.0);
+        const Shaded top = seenAlone(coated, ray);
+        const znRTColorPacket base = seenAlone(bare, ray).color;
+        EXPECT_GT(base.r[0], 0.05f);
+        EXPECT_NEAR(top.color.r[0], f * 2.0 + (1.0 - f) * double(base.r[0]), 2e-4) << isSteep;
+        EXPECT_NEAR(top.color.g[0], 0.5 * f * 2.0 + (1.0 - f) * double(base.g[0]), 2e-4);
+        EXPECT_NEAR(top.layer(ZN_PASS_SPECULAR_REFLECTION).r[0], f * 2.0, 2e-4);
+    }
+}
+
+TEST_F(CoatedMaterials, EnterTheCoatAsAMirrorAboveTheBase)
+{
+    const auto coated = makePlastic<osg::UReflectivePlasticMaterial>();
+    coated->setClearcoatReflectance(0.1f);
+    znRTMaterial& shading = addSquare(coated);
+    znRTRayDifferentialPacket ray = downward(0.2f, 0.1f);
+    znRTDataBlockPacket data = blockOf(ray);
+    znRTSurfaceProperties surface;
+    surface.reset();
+    znRTShadingState state = stateOf(0);
+    shading.evaluateMaterial(ray, data, surface, znFloatType<2>::allLanes(), state, -1,
+                             znRTMaterial::gather);
+    ASSERT_EQ(surface.groups[0].count, 1u);
+    ASSERT_EQ(surface.groups[1].count, 1u);
+    ASSERT_EQ(surface.groups[2].count, 1u);
+    EXPECT_LANES_NEAR(surface.groups[0].slots[0].color.r, 0.45f, 0.45f, 0.45f, 0.45f, 1e-5f);
+    EXPECT_LANES_NEAR(surface.groups[2].slots[0].color.r, 0.1f, 0.1f, 0.1f, 0.1f, 1e-5f);
+}
+
+// Triplanar kinds without textures are the plastics.
+TEST_F(CoatedMaterials, ShadeTriplanarKindsAsPlastics)
+{
+    const auto projected = makePlastic<osg::UReflectiveTriplanarMaterial>();
+    const auto plain = makePlastic<osg::UReflectivePlasticMaterial>();
+    setBackground(1.0f);
+    const znRTColorPacket first = seenAlone(projected, slanting()).color;
+    const znRTColorPacket second = seenAlone(plain, slanting()).color;
+    EXPECT_TRUE(
+        scene.scene->createMaterial(projected)->isOfType(znRTReflectiveTriplanarMaterial::id));
+    for (int channel = 0; channel < 3; ++channel)
+        EXPECT_EQ(first[channel][0], second[channel][0]);
+}
+
+// A pane of index 1.5 mirrors ((1.5 - 1) / 2.5)^2 = 0.04 and passes 0.96 of its colour.
+TEST_F(CoatedMaterials, LetGlassPassWhatItDoesNotMirror)
+{
+    const auto glass = osg::UGlassMaterial::create();
+    glass->setTransmission(color(1.0f, 0.5f, 0.0f));
+    znRTMaterial& shading = addSquare(glass);
+    EXPECT_TRUE(shading.isTransparent());
+    EXPECT_TRUE(shading.isOfType(znRTPaneStandIn::id));
+    setBackground(2.0f);
+    const znRTColorPacket seen = shade().color;
+    EXPECT_NEAR(seen.r[0], 2.0f, 1e-4f);
+    EXPECT_NEAR(seen.g[0], 2.0f * (0.04f + 0.48f), 1e-4f);
+    EXPECT_NEAR(seen.b[0], 2.0f * 0.04f, 1e-4f);
+    znRTRayDifferentialPacket ray = downward(0.2f, 0.1f);
+    znRTDataBlockPacket data = blockOf(ray);
+    znRTShadingState state = stateOf(0);
+    const znRTColorPacket passed =
+        shading.getTransparency(ray, data, znFloatType<2>::allLanes(), state);
+    EXPECT_LANES_NEAR(passed.g, 0.48f, 0.48f, 0.48f, 0.48f, 1e-5f);
+}
+
+// Each stand-in shows the colours of its own record: red, never the grey of a default.
+TEST_F(CoatedMaterials, StandInWithTheColorsOfTheRecord)
+{
+    const auto red = color(0.8f, 0.1f, 0.05f);
+    const auto velvet = osg::UVelvetMaterial::create();
+    velvet->setDiffuse(red);
+    const auto cloth = osg::UWovenClothMaterial::create();
+    cloth->setWarpColor(red);
+    cloth->setWeftColor(red);
+    const auto metallic = osg::UMetallicPaintMaterial::create();
+    metallic->setBase(red);
+    metallic->setFlake(red);
+    const auto unicolor = osg::UUnicolorPaintMaterial::create();
+    unicolor->setBase(red);
+    const auto flipflop = osg::UFlipflopMaterial::create();
+    flipflop->setPaintA(red);
+    const auto carbon = osg::UCarbonMaterial::create();
+    carbon->setBase(red);
+    carbon->setGlossy(gray(0.0f));
+    const auto tire = osg::UTireMaterial::create();
+    tire->setDiffuse(red);
+    const auto mapped = osg::USVBRDFMaterial::create();
+    mapped->setDiffuse(red);
+    mapped->setSpecular(gray(0.0f));
+    const auto measured = osg::UMeasuredCarpaintMaterial::create();
+    measured->setDiffuse(red);
+    const osg::MaterialPtr hosts[] = {velvet, cloth, metallic, unicolor, flipflop,
+                                      carbon, tire,  mapped,   measured};
+    for (const osg::MaterialPtr& host : hosts) {
+        const znRTColorPacket seen = seenAlone(host, downward(0.2f, 0.1f)).color;
+        EXPECT_GT(seen.r[0], 0.2f) << host->getType().getName();
+        EXPECT_GT(seen.r[0], 3.0f * seen.g[0]) << host->getType().getName();
+    }
+    const auto brushed = osg::UBrushedMetalMaterial::create();
+    brushed->setFresnelTable(255);
+    brushed->setReflectance(1.0f);
+    brushed->setGlossy(red);
+    const znRTColorPacket seen = seenAlone(brushed, downward(0.2f, 0.1f)).color;
+    EXPECT_GT(seen.r[0], 5.0f * seen.g[0]);
+}
