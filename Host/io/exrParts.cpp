@@ -26,6 +26,8 @@ void describe(Imf::Header& header, const ExrDescription& description)
 {
     for (const auto& [key, value] : description.texts)
         addText(header, key, value);
+    if (description.texts.contains("capDate"))
+        Imf::addUtcOffset(header, 0.0f);
     if (description.worldToCamera)
         Imf::addWorldToCamera(header, toMatrix(*description.worldToCamera));
     if (description.worldToNdc)

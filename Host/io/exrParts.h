@@ -28,6 +28,7 @@ struct ExrPart
 /// What the whole file says of itself, in its first header.
 struct ExrDescription
 {
+    /// A "capDate" is understood as UTC.
     std::map<std::string, std::string> texts;
     /// Matrices of row vectors, row by row, as OpenEXR has them.
     std::optional<std::array<float, 16>> worldToCamera, worldToNdc;

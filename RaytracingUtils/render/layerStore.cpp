@@ -59,6 +59,15 @@ bool hasNegativeWeight(const znPixelfilterSampleSet& filter)
     return false;
 }
 
+/// The next layer that samples bring something to; its memory can be on its way meanwhile.
+u32 nextLayer(const znRTLayerSamples& samples, u32 layer)
+{
+    do
+        ++layer;
+    while (layer < znFilteredLayers && samples.sizes[layer] == 0);
+    return layer;
+}
+
 template <class Function>
 void forEachLane(int lanes, Function&& f)
 {
@@ -90,6 +99,8 @@ znRTColorPacket znRTDepthRange::storeLayer(const znRTColorPacket& layer) const
 
 void znRTLayerStore::bind(const znRaytracerP& view, const znRTCamera& camera, float sampleClamp)
 {
+    const u64 pixels = u64(view.m_renderWidth) * view.m_renderHeight;
+    const bool isSameMemory = buffers == view.m_passBuffers && rowStride == camera.rowStride;
     buffers = view.m_passBuffers;
     rowStride = camera.rowStride;
     clampValue = sampleClamp;
@@ -100,21 +111,37 @@ void znRTLayerStore::bind(const znRaytracerP& view, const znRTCamera& camera, fl
     hasLobes = hasNegativeWeight(*filter);
 
     using Settings = znRTRaytracingSettings;
-    if (Settings::s_qualityMode != Settings::stillFrame)
+    if (Settings::s_qualityMode != Settings::stillFrame) {
+        // What stands in memory that was not seen before is unknown.
+        if (!isSameMemory || shownLayers.size() != pixels)
+            shownLayers.assign(pixels, ~u64(0));
         return;
+    }
     matte = view.m_cryptomatte;
     if (matte && znRTRenderUtils::getCurrentAccelerator())
         matteIds.update(*matte, *znRTRenderUtils::getCurrentAccelerator());
     sampleDistance = camera.shiftX * camera.shiftX + camera.shiftY * camera.shiftY;
-    const u64 pixels = u64(view.m_renderWidth) * view.m_renderHeight;
     const bool isNewImage = view.m_iteration == 0 && !view.m_continueAccumulation;
     if (isNewImage || keptDistances.size() != pixels)
         keptDistances.assign(pixels, std::numeric_limits<float>::max());
 }
 
-void znRTLayerStore::store(const znRTLayerPacket& packet) const
+void znRTLayerStore::fetch(const znRTPixelRectangle& r) const
+{
+    for (const u32 layer : {ZN_PASS_BEAUTY, ZN_PASS_DEPTH})
+        if (buffers[layer])
+            fetchPixels(buffers[layer], rowStride, r);
+    if (!keptDistances.empty()) {
+        fetchPixels(filterWeights, rowStride, r);
+        fetchPixels(keptDistances.data(), rowStride, r);
+    }
+}
+
+void znRTLayerStore::store(const znRTLayerPacket& packet)
 {
     const znRTMultilayerFragment& fragment = packet.fragment;
+    u64 shown = 0, shownBefore = 0;
+    forEachLane(packet.lanes, [&](int lane) { shownBefore |= shownLayers[indexOf(packet, lane)]; });
     for (u32 i = 0; i < u32(znRenderPassCount); ++i) {
         ZN_RGBA32F* const buffer = buffers[i];
         if (!buffer || isCryptomattePass(i))
@@ -123,13 +150,19 @@ void znRTLayerStore::store(const znRTLayerPacket& packet) const
             storeDepth(packet, packet.lanes);
             continue;
         }
+        const znRTColorPacket& layer = i == ZN_PASS_BEAUTY ? fragment.colour : fragment.layers[i];
+        if (!isBlack(layer))
+            shown |= u64(1) << i;
+        else if (!(shownBefore >> i & 1))
+            continue;
         __m128 lanes[4];
-        toLanes(i == ZN_PASS_BEAUTY ? fragment.colour : fragment.layers[i],
-                i == ZN_PASS_BEAUTY ? beautyCoverage(packet) : fragment.coverage,
+        toLanes(layer, i == ZN_PASS_BEAUTY ? beautyCoverage(packet) : fragment.coverage,
                 isLightPass(i) ? &clampValue : nullptr, lanes);
         forEachLane(packet.lanes,
                     [&](int lane) { _mm_store_ps(&buffer[indexOf(packet, lane)].r, lanes[lane]); });
     }
+    if (shown != shownBefore)
+        forEachLane(packet.lanes, [&](int lane) { shownLayers[indexOf(packet, lane)] = shown; });
 }
 
 void znRTLayerStore::storeDepth(const znRTLayerPacket& packet, int lanes) const
@@ -197,11 +230,17 @@ void znRTLayerStore::addToPixels(const znRTLayerSamples& samples) const
         pixels[i] = indexOf(samples.samples[i].x, samples.samples[i].y);
         filterWeights[pixels[i]] += 1.0f;
     }
-    for (u32 layer = 0; layer < znFilteredLayers; ++layer)
+    for (u32 layer = 0; layer < znFilteredLayers;) {
+        const u32 next = nextLayer(samples, layer);
+        if (next < znFilteredLayers)
+            for (u32 i = 0; i < samples.count; ++i)
+                _mm_prefetch(reinterpret_cast<const char*>(buffers[next] + pixels[i]), _MM_HINT_T0);
         for (u32 i = 0; i < samples.sizes[layer]; ++i) {
             float* const sum = &buffers[layer][pixels[samples.owners[layer][i]]].r;
             _mm_store_ps(sum, _mm_add_ps(_mm_load_ps(sum), samples.values[layer][i]));
         }
+        layer = next;
+    }
 }
 
 znRTSplatTarget znRTLayerStore::splatTarget() const
@@ -243,14 +282,8 @@ void znRTLayerStore::splat(const znRTLayerSamples& samples) const
         });
     }
     const znRTPixelRectangle bounds = boundsOf(footprints, samples.count);
-    const auto nextLayer = [&](u32 layer) {
-        do
-            ++layer;
-        while (layer < znFilteredLayers && samples.sizes[layer] == 0);
-        return layer;
-    };
     for (u32 layer = 0; layer < znFilteredLayers;) {
-        const u32 next = nextLayer(layer);
+        const u32 next = nextLayer(samples, layer);
         if (next < znFilteredLayers)
             fetchPixels(buffers[next], rowStride, bounds);
         ZN_RGBA32F* const frame = buffers[layer];

@@ -12,6 +12,7 @@
 #include "host/znRenderPasses.h"
 #include "render/cryptomatteIds.h"
 #include "render/layerSamples.h"
+#include "render/renderTiles.h"
 #include "render/znRTMultilayerFragment.h"
 
 #include "host/pixelFormats.h"
@@ -53,8 +54,11 @@ public:
     /// @param sampleClamp  upper limit of layers of light
     void bind(const znRaytracerP& view, const znRTCamera& camera, float sampleClamp);
 
-    /// Interactive frames: overwrites all layers of the packet's pixels.
-    void store(const znRTLayerPacket& packet) const;
+    /// Asks for the memory of a block's pixels that every packet needs.
+    void fetch(const znRTPixelRectangle& r) const;
+    /// Interactive frames: overwrites all layers of the packet's pixels. Layers that are black and
+    /// were black before cost nothing.
+    void store(const znRTLayerPacket& packet);
     /// Still frames: takes the samples of a packet for the sums. Layers of data are not filtered
     /// and go to their buffers at once: each pixel keeps the values of its sample next to the
     /// centre, and the nearest depth of all samples.
@@ -88,6 +92,9 @@ private:
     bool hasLobes = false; ///< some weights of the filter are negative
     znRTCryptomatte* matte = nullptr;
     znRTCryptomatteIds matteIds;
+
+    /// Interactive frames, by pixel: bits of layers in which something but black may stand.
+    std::vector<u64> shownLayers;
 
     float sampleDistance = 0.0f; ///< of this frame's samples from the pixel centre, squared
     /// The same of the sample whose data each pixel holds.

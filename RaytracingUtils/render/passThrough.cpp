@@ -79,7 +79,6 @@ znFloatType<2> shadeHits(const znRTRayDifferentialPacket& ray, znRTDataBlockPack
     const znFloatType<2> live =
         (block.coverage > znFloatType<2>(0.0f)) & expandLanes(int(block.hit.hitMask));
     layer.clear();
-    layer.coverage = block.coverage;
     if (!anyLane(live))
         return live;
     block.computeShadingData(ray);

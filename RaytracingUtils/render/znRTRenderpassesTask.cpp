@@ -62,6 +62,7 @@ void znRTLayerTileLoop::traceLayers(const znRTRenderTile& tile, u32 step, const 
         take(znRTLayerPacket{fragment, ray, hit, block.laneMasks[i]});
     };
     forEachBlock(tile, znBlockSize * step, [&](const znRTPixelRectangle& r) {
+        layerStore.fetch(r);
         u32 sampleOffset = 0;
         for (u32 dy = 0; dy < step; ++dy)
             for (u32 dx = 0; dx < step; ++dx) {

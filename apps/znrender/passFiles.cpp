@@ -1,13 +1,18 @@
 #include "passFiles.h"
 
 #include "host/osg/UberCamera.h"
+#include "host/znLog.h"
 #include "io/OutputFile.h"
 #include "io/exrParts.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <charconv>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
 #include <filesystem>
 
 namespace {
@@ -161,6 +166,20 @@ std::optional<osg::Matrix> worldToNdc(const Options& options, const osg::CameraP
     return projection;
 }
 
+/// The time of the picture in the form of the format, UTC. A build or a farm that wants the same
+/// bytes every time sets SOURCE_DATE_EPOCH (reproducible-builds.org).
+std::string captureDate()
+{
+    std::time_t now = std::time(nullptr);
+    if (const char* const fixed = std::getenv("SOURCE_DATE_EPOCH"))
+        std::from_chars(fixed, fixed + std::strlen(fixed), now);
+    std::tm parts{};
+    gmtime_r(&now, &parts);
+    char text[32] = "";
+    std::strftime(text, sizeof text, "%Y:%m:%d %H:%M:%S", &parts);
+    return text;
+}
+
 io::ExrDescription descriptionOf(const Options& options, const osg::CameraPtr& camera, int samples)
 {
     const nlohmann::ordered_json settings = {
@@ -169,6 +188,7 @@ io::ExrDescription descriptionOf(const Options& options, const osg::CameraPtr& c
         {"filter", fmt::format("{}:{}", options.filterName, options.filterWidth)}};
     io::ExrDescription description;
     description.texts = {{"Software", fmt::format("znrender {}", ZN_VERSION)},
+                         {"capDate", captureDate()},
                          {"zn/version", ZN_VERSION},
                          {"zn/samples", std::to_string(samples)},
                          {"zn/settings", settings.dump()}};
@@ -199,6 +219,9 @@ void writePassFiles(const Options& options, const std::string& output, const osg
     std::vector<io::ExrPart> parts;
     for (const u32 pass : passes)
         parts.push_back(partOf(pass, options));
+    if (!options.still && std::any_of(passes.begin(), passes.end(), isCryptomattePass))
+        znLog::warning("Interactive frames collect no ids: the passes cryptoObject and "
+                       "cryptoMaterial stay empty. They need --mode still.");
     io::ExrPartsOptions write;
     write.compression = options.exrCompression;
     write.existing =

@@ -17,9 +17,12 @@
 
 #include <bit>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <set>
@@ -239,6 +242,60 @@ TEST(Passes, ArePartsNamedLikeThemWithTheirChannelsInFull)
     EXPECT_TRUE(Imf::hasWorldToNDC(file.header(0)));
     EXPECT_EQ(textOf(file.header(0), "zn/samples"), "1");
     EXPECT_EQ(nlohmann::json::parse(textOf(file.header(0), "zn/settings"))["mode"], "still");
+}
+
+// Times of day are those of the world: the offset to UTC stands beside them.
+TEST(Passes, TellWhenAndByWhatTheyWereMade)
+{
+    const std::time_t before = std::time(nullptr);
+    const RenderedPasses rendered({"--passes", "normal", "-s", "2"});
+    ExrFile file(rendered.path);
+    const Imf::Header& header = file.header(0);
+    ASSERT_TRUE(Imf::hasCapDate(header));
+    ASSERT_TRUE(Imf::hasUtcOffset(header));
+    EXPECT_EQ(Imf::utcOffset(header), 0.0f);
+    std::tm date{};
+    ASSERT_NE(strptime(Imf::capDate(header).c_str(), "%Y:%m:%d %H:%M:%S", &date), nullptr);
+    EXPECT_GE(timegm(&date), before);
+    EXPECT_LE(timegm(&date), std::time(nullptr));
+    EXPECT_EQ(textOf(header, "Software"), "znrender " + textOf(header, "zn/version"));
+    EXPECT_NE(textOf(header, "zn/version"), "");
+    EXPECT_EQ(textOf(header, "zn/samples"), "2");
+    EXPECT_EQ(nlohmann::json::parse(textOf(header, "zn/settings"))["samples"], 2);
+    // Primaries of Rec. 709 and D65.
+    const Imf::Chromaticities c = Imf::chromaticities(header);
+    EXPECT_EQ(c.red, Imath::V2f(0.64f, 0.33f));
+    EXPECT_EQ(c.green, Imath::V2f(0.3f, 0.6f));
+    EXPECT_EQ(c.blue, Imath::V2f(0.15f, 0.06f));
+    EXPECT_EQ(c.white, Imath::V2f(0.3127f, 0.329f));
+}
+
+TEST(Passes, HaveTheSameBytesWhenTheDateIsGiven)
+{
+    setenv("SOURCE_DATE_EPOCH", "86400", 1);
+    const RenderedPasses first({"--passes", "all", "-s", "1"}),
+        second({"--passes", "all", "-s", "1"});
+    unsetenv("SOURCE_DATE_EPOCH");
+    EXPECT_EQ(Imf::capDate(ExrFile(first.path).header(0)), "1970:01:02 00:00:00");
+    const auto bytes = [](const std::string& path) {
+        std::ifstream stream(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(stream), {});
+    };
+    EXPECT_TRUE(bytes(first.path) == bytes(second.path));
+}
+
+TEST(Passes, SayThatInteractiveFramesHaveNoMattes)
+{
+    const TemporaryFolder folder;
+    const auto run = [&](const char* mode, const char* passes) {
+        return znrender({studio, "-o", folder.path("a.exr"), "--overwrite", "-r", "32x18", "-s",
+                         "1", "--mode", mode, "--passes", passes})
+            .error;
+    };
+    const std::string said = "Interactive frames collect no ids";
+    EXPECT_NE(run("interactive", "all").find(said), std::string::npos);
+    EXPECT_EQ(run("interactive", "normal").find(said), std::string::npos);
+    EXPECT_EQ(run("still", "all").find(said), std::string::npos);
 }
 
 TEST(Passes, AreTheSameFlatAndInFiles)

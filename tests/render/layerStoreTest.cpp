@@ -283,6 +283,43 @@ TEST_F(LayerStore, ShowsTheBackgroundInTheBeautyOnly)
     }
 }
 
+// Black layers are left out only where they were black before.
+TEST_F(LayerStore, BlackensWhatStoodThereBefore)
+{
+    const auto expectBlack = [&] {
+        for (u32 i = 0; i < u32(znRenderPassCount); ++i) {
+            if (isCryptomattePass(i) || i == ZN_PASS_DEPTH)
+                continue;
+            for (u32 x = 4; x < 8; ++x)
+                EXPECT_EQ(at(i, x, 3).g, 0.0f) << znRenderPassNames[i];
+            EXPECT_EQ(at(i, 3, 3).g, untouched) << znRenderPassNames[i];
+        }
+    };
+    for (u32 i = 0; i < u32(znRenderPassCount); ++i)
+        if (!isCryptomattePass(i))
+            fill(i, untouched); // memory of which nothing is known
+    store();
+    expectBlack();
+    // One lane each has something to show.
+    for (u32 i = 0; i < u32(znRenderPassCount); ++i) {
+        fragment.layers[i].g = znFloatType<2>(0.0f);
+        for (int lane = 0; lane < 4; ++lane)
+            if (int(i % 4) == lane)
+                fragment.layers[i].g = znFloatType<2>(lane == 0, lane == 1, lane == 2, lane == 3);
+    }
+    fragment.colour = fragment.layers[0];
+    store();
+    for (u32 i = 1; i < u32(znRenderPassCount); ++i)
+        if (!isCryptomattePass(i) && i != ZN_PASS_DEPTH) {
+            EXPECT_EQ(at(i, 4 + i % 4, 3).g, 1.0f) << znRenderPassNames[i];
+        }
+    fragment.clear();
+    fragment.coverage = znFloatType<2>(1.0f);
+    store(10); // two of the lanes first
+    store(5);
+    expectBlack();
+}
+
 TEST_F(LayerStore, KeepsTheNearestDepthUpToTheFarClip)
 {
     const auto depthOf = [&](const znFloatType<2>& distances) {

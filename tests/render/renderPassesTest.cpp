@@ -35,7 +35,7 @@ protected:
     void TearDown() override
     {
         znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.0f, 0.0f, 0.0f, 0.0f);
-        Settings::s_stillFrameSupersampling = 1;
+        instance->setStillFrameSupersampling(1);
         RenderTest::TearDown();
     }
     osg::NodePtr addNamed(const osg::GeometryPtr& core, const std::string& name,
@@ -187,6 +187,35 @@ private:
     static const znRTTypeId& typeId()
     {
         static const znRTTypeId id("TermsMaterial");
+        return id;
+    }
+};
+
+/// Shows the number of the sample that its random decisions start from.
+class SampleNumberMaterial : public znRTMaterial
+{
+public:
+    SampleNumberMaterial() : znRTMaterial(typeId(), nullptr) {}
+    znRTMaterial* getDuplicate() const override { return new SampleNumberMaterial; }
+    using znRTMaterial::shade;
+    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+               znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
+               znRTShadingState& state) const override
+    {
+        shade(ray, data, static_cast<znRTFragment&>(fragment), mask, state);
+    }
+    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+               znRTFragment& fragment, const znFloatType<2>& mask,
+               znRTShadingState& state) const override
+    {
+        fragment.updateToColor(ray, data, znRTColorPacket(float(state.sampleIndex)),
+                               znRTColorPacket(0.0f), state, {}, mask);
+    }
+
+private:
+    static const znRTTypeId& typeId()
+    {
+        static const znRTTypeId id("SampleNumberMaterial");
         return id;
     }
 };
@@ -386,7 +415,7 @@ TEST_F(RenderPasses, GiveMattesTheCoverageThatTheBeautyShows)
 TEST_F(RenderPasses, CoverEveryPixelOfASupersampledFrame)
 {
     for (const int s : {1, 2, 3}) {
-        Settings::s_stillFrameSupersampling = s;
+        instance->setStillFrameSupersampling(s);
         resizeAll(50, 37);
         if (!sphere)
             makeScene();
@@ -394,6 +423,45 @@ TEST_F(RenderPasses, CoverEveryPixelOfASupersampledFrame)
         for (const float weight : view.filterWeights)
             ASSERT_EQ(weight, 1.0f) << s;
     }
+}
+
+// The pixels of a supersampled group share their row of random numbers, and each takes another
+// number of it: the place in the group, counted in the order of the calls of the lens.
+TEST_F(RenderPasses, NumberTheSamplesOfASupersampledGroup)
+{
+    instance->setStillFrameSupersampling(2);
+    resizeAll(40, 36);
+    add(makeSquare(30.0f));
+    begin(true);
+    SampleNumberMaterial material;
+    for (znRTGeometryNode* node : znRTRenderUtils::getCurrentAccelerator()->getSceneNodes())
+        node->setMaterial(&material);
+    for (const u8 passesEnabled : {0, 1}) {
+        SCOPED_TRACE(int(passesEnabled));
+        znRTRenderTaskKey key;
+        key.qualityMode = u32(Settings::stillFrame);
+        key.passesEnabled = passesEnabled;
+        const std::unique_ptr<znRTRenderTask> task(createDistributedTask(key));
+        for (u32 i = 0; i < 4; ++i) {
+            view.record.m_iteration = i;
+            updateCamera();
+            instance->updateRendertargets(&view.record, false);
+            task->bind(view.record);
+            for (const znRTRenderTile& tile : view.record.m_allTiles)
+                task->traceTile(tile);
+        }
+        for (u32 y = 0; y < 36; ++y)
+            for (u32 x = 0; x < 40; ++x) {
+                const float expected = float(y % 2 * 2 + x % 2);
+                ASSERT_EQ(view.pixel(x, y).r, expected)
+                    << x << ", " << y << " alpha " << view.pixel(x, y).a;
+                if (passesEnabled) {
+                    ASSERT_EQ(at(ZN_PASS_INCANDESCENCE, x, y).r, expected) << x << ", " << y;
+                }
+            }
+    }
+    for (znRTGeometryNode* node : znRTRenderUtils::getCurrentAccelerator()->getSceneNodes())
+        node->setMaterial(nullptr);
 }
 
 TEST_F(RenderPasses, ForgetTheMatteOfTheImageBefore)

@@ -19,7 +19,7 @@ protected:
     void TearDown() override
     {
         Settings::s_interactiveImageSamples = 1;
-        Settings::s_stillFrameSupersampling = 1;
+        instance->setStillFrameSupersampling(1);
         znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.0f, 0.0f, 0.0f, 0.0f);
         RenderTest::TearDown();
     }
@@ -60,7 +60,7 @@ TEST_F(TileTracing, GivesEachPixelOfAStillFrameWeightOneAfterFourIterations)
     for (auto [width, height] : {std::pair<u32, u32>{101, 33}, {1, 1}, {3, 257}, {64, 64}})
         for (int s : {1, 2, 3}) {
             SCOPED_TRACE(testing::Message() << width << " x " << height << ", s = " << s);
-            Settings::s_stillFrameSupersampling = s;
+            instance->setStillFrameSupersampling(s);
             resize(width, height);
             begin(true);
             accumulate(4);
