@@ -129,7 +129,10 @@ private:
     void addWhole(const znRTLight& light, const znFloatType<2>& lanes)
     {
         const auto* const area = dynamic_cast<const znRTUAreaLight*>(&light);
-        const int samples = area ? int(area->getNumSamples()) : 1;
+        // Points that are seen show the shadow of an area; those that light comes from by way of
+        // a ray are many, and each is a part of a mean.
+        const bool isSeen = state.counterC == 0;
+        const int samples = area && isSeen ? int(area->getNumSamples()) : 1;
         for (int i = 0; i < samples; ++i) {
             LightEvalSample sample;
             const znRTVector2fPacket place =
