@@ -1,8 +1,10 @@
 #include "io/gltfMaterials.h"
 
+#include "host/osg/materials/compositeMaterials.h"
 #include "host/znLog.h"
 #include "io/InputError.h"
 #include "io/gltfSurface.h"
+#include "scene/variants.h"
 
 #include <algorithm>
 #include <cmath>
@@ -345,11 +347,12 @@ osg::MaterialPtr GltfMaterials::get(const Json& primitive)
 osg::Ref<osg::Material> GltfMaterials::variantSwitch(const Json& mappings,
                                                      const osg::MaterialPtr& usual)
 {
-    std::vector<osg::FieldContainerPtr> choices(variants.size(), usual);
+    // Without a variant the primitive keeps its usual material: the choice behind the others.
+    std::vector<osg::FieldContainerPtr> choices(variants.size() + 1, usual);
     for (const Json& mapping : mappings) {
         const osg::MaterialPtr material = byNumber(wholeNumber(mapping, "material"));
         for (const Json& variant : listOf(mapping, "variants"))
-            if (variant.is_number_unsigned() && variant.get<u64>() < choices.size())
+            if (variant.is_number_unsigned() && variant.get<u64>() < variants.size())
                 choices[variant.get<u64>()] = material;
     }
     const osg::Ref<osg::Material> result = osg::MaterialPtr::dcast(
@@ -358,6 +361,8 @@ osg::Ref<osg::Material> GltfMaterials::variantSwitch(const Json& mappings,
         result ? result->getType().findField("materials") : nullptr;
     if (!field || field->set(*result, choices) != osg::FieldError::none)
         return {};
+    osg::SwitchMaterial::Ptr::dcast(result.get())->setChoice(int(variants.size()));
+    scene::setVariants(result.get(), variants);
     setName(result.get(), getName(usual));
     return result;
 }

@@ -26,10 +26,7 @@ u64 jsonNesting(std::string_view text)
     return deepest;
 }
 
-namespace {
-
-/// "line 3, column 14" of a byte.
-std::string placeOf(std::string_view text, std::size_t byte)
+std::string jsonPlace(std::string_view text, std::size_t byte)
 {
     const std::string_view before = text.substr(0, std::min(byte, text.size()));
     const auto lines = std::count(before.begin(), before.end(), '\n');
@@ -39,7 +36,7 @@ std::string placeOf(std::string_view text, std::size_t byte)
 }
 
 /// "[json.exception.parse_error.101] parse error at line 1, column 2: TEXT" without its head.
-std::string reasonOf(const nlohmann::json::exception& error)
+std::string jsonReason(const nlohmann::json::exception& error)
 {
     std::string text = error.what();
     text.erase(0, text.find("] ") == text.npos ? 0 : text.find("] ") + 2);
@@ -48,8 +45,6 @@ std::string reasonOf(const nlohmann::json::exception& error)
     return text;
 }
 
-} // namespace
-
 nlohmann::json parseJson(std::string_view text, const std::string& name, const Limits& limits)
 {
     limits.check(&Limits::jsonSize, text.size(), name, "bytes of JSON:");
@@ -57,9 +52,9 @@ nlohmann::json parseJson(std::string_view text, const std::string& name, const L
     try {
         return nlohmann::json::parse(text);
     } catch (const nlohmann::json::parse_error& error) {
-        throw InputError(name, "JSON, " + placeOf(text, error.byte) + ": " + reasonOf(error));
+        throw InputError(name, "JSON, " + jsonPlace(text, error.byte) + ": " + jsonReason(error));
     } catch (const nlohmann::json::exception& error) {
-        throw InputError(name, "JSON: " + reasonOf(error));
+        throw InputError(name, "JSON: " + jsonReason(error));
     }
 }
 

@@ -12,6 +12,11 @@ namespace io {
 /// is no JSON gives some number.
 u64 jsonNesting(std::string_view text);
 
+/// "line 3, column 14" of a byte.
+std::string jsonPlace(std::string_view text, std::size_t byte);
+/// What the parser found wrong, without its own name, its number and the place.
+std::string jsonReason(const nlohmann::json::exception& error);
+
 /// @param name  of the file, for messages
 /// @throws InputError with line and column
 nlohmann::json parseJson(std::string_view text, const std::string& name, const Limits& limits);

@@ -28,12 +28,4 @@ constexpr u64 padded(u64 size)
     return (size + blobAlignment - 1) / blobAlignment * blobAlignment;
 }
 
-/// Whether a container keeps the targets of a field alive.
-inline bool ownsTargets(const osg::FieldDescription& field)
-{
-    return !field.isLink &&
-           (field.kind == osg::FieldKind::container ||
-            field.kind == osg::FieldKind::containerList || field.kind == osg::FieldKind::color);
-}
-
 } // namespace io

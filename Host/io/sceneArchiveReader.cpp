@@ -5,6 +5,7 @@
 #include "io/jsonText.h"
 #include "io/sceneArchive.h"
 #include "io/sceneArchiveFormat.h"
+#include "scene/ownedContainers.h"
 
 #include <algorithm>
 #include <limits>
@@ -147,7 +148,7 @@ std::vector<u32> Reader::ownedBy(std::size_t place)
         return result;
     for (const auto& [name, value] : entry["fields"].items()) {
         const FieldDescription* const field = m_containers[place]->getType().findField(name);
-        if (!field || !ownsTargets(*field))
+        if (!field || !scene::ownsTargets(*field))
             continue;
         const json* const single =
             value.is_object() && value.contains("spectrum") ? &value["spectrum"] : &value;

@@ -2,6 +2,7 @@
 #include "io/OutputFile.h"
 #include "io/sceneArchive.h"
 #include "io/sceneArchiveFormat.h"
+#include "scene/ownedContainers.h"
 
 #include <algorithm>
 #include <bit>
@@ -42,15 +43,17 @@ struct Blob
 class Writer
 {
 public:
-    explicit Writer(const FieldContainerPtr& root) { collect(root); }
+    explicit Writer(const FieldContainerPtr& root) : m_containers(scene::collectOwned(root))
+    {
+        for (const FieldContainerPtr& container : m_containers)
+            m_places.emplace(container.getContainer(), u32(m_places.size()));
+    }
 
     std::string describe();
     u64 getBinarySize() const { return m_binarySize; }
     void writeBlobs(const ByteSink& sink) const;
 
 private:
-    void collect(const FieldContainerPtr& root);
-    void add(const FieldContainerPtr& container);
     json reference(const FieldContainerPtr& container) const;
     json blob(const FieldContainer& container, const FieldDescription& field, u64 count, u64 size);
     json encode(const FieldContainer& container, const FieldDescription& field,
@@ -61,33 +64,6 @@ private:
     std::vector<Blob> m_blobs;
     u64 m_binarySize = 0;
 };
-
-void Writer::add(const FieldContainerPtr& container)
-{
-    if (container && m_places.emplace(container.getContainer(), u32(m_containers.size())).second)
-        m_containers.push_back(container);
-}
-
-/// The list grows while it is walked: what a container owns comes behind it.
-void Writer::collect(const FieldContainerPtr& root)
-{
-    add(root);
-    for (std::size_t i = 0; i < m_containers.size(); ++i) {
-        const FieldContainer& container = *m_containers[i];
-        for (const FieldDescription& field : container.getType().getFields()) {
-            if (!ownsTargets(field))
-                continue;
-            const FieldVariant value = field.get(container);
-            if (const auto* target = std::get_if<FieldContainerPtr>(&value))
-                add(*target);
-            else if (const auto* list = std::get_if<std::vector<FieldContainerPtr>>(&value))
-                for (const FieldContainerPtr& entry : *list)
-                    add(entry);
-            else if (const auto* color = std::get_if<osg::ColorComponent>(&value))
-                add(color->spectrum.get());
-        }
-    }
-}
 
 json Writer::reference(const FieldContainerPtr& container) const
 {

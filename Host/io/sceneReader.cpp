@@ -1,11 +1,15 @@
 #include "io/sceneReader.h"
 
+#include "host/osg/EnvironmentAttachment.h"
+#include "host/osg/RaytracingSettingsAttachment.h"
 #include "host/znLog.h"
 #include "io/InputError.h"
 #include "io/gltfReader.h"
 #include "io/importerProcess.h"
+#include "io/looks.h"
 #include "io/sceneArchive.h"
 #include "scene/sceneQueries.h"
+#include "scene/variants.h"
 
 #include <algorithm>
 
@@ -59,6 +63,8 @@ SceneFile fromRoot(const std::string& path, const osg::Ref<osg::FieldContainer>&
         throw InputError(path, "is an archive of something else than a scene");
     SceneFile scene;
     scene.cameras = scene::findCameras(root.get());
+    scene.lights = findLights(root.get());
+    scene.variants = scene::findVariants(root.get());
     scene.triangles = scene::countContent(root.get()).triangles;
     scene.root = std::move(root);
     return scene;
@@ -73,6 +79,8 @@ SceneFile readScene(const std::string& path, const SceneReadOptions& options)
     switch (format) {
     case SceneFormat::gltf:
         scene = readGltf(path, options.includeFolders, options.limits);
+        if (!scene.look.empty())
+            applyLookBlock(scene, path, options);
         break;
     case SceneFormat::archive: {
         InputFile file = InputFile::open(path, options.limits);
@@ -101,13 +109,41 @@ SceneFile readScenes(const std::vector<std::string>& paths, const SceneReadOptio
     all.root = osg::Node::create(nullptr, "scenes");
     for (const std::string& path : paths) {
         SceneFile scene = readScene(path, options);
-        all.root->addChild(scene.root.get());
-        std::move(scene.cameras.begin(), scene.cameras.end(), std::back_inserter(all.cameras));
-        std::move(scene.lights.begin(), scene.lights.end(), std::back_inserter(all.lights));
-        all.warnings += scene.warnings;
-        all.triangles += scene.triangles;
+        appendScene(all, scene);
     }
     return all;
+}
+
+void appendScene(SceneFile& all, SceneFile& part)
+{
+    const auto takeOver = [&](const osg::AttachmentPtr& attachment) {
+        if (attachment && !all.root->findAttachment(attachment->getType()))
+            all.root->addAttachment(attachment);
+    };
+    takeOver(osg::RaytracingSettingsAttachment::getAttachment(part.root.get()));
+    takeOver(osg::EnvironmentAttachment::getAttachment(part.root.get()));
+    all.root->addChild(part.root.get());
+    std::move(part.cameras.begin(), part.cameras.end(), std::back_inserter(all.cameras));
+    std::move(part.lights.begin(), part.lights.end(), std::back_inserter(all.lights));
+    all.looks.materials.merge(part.looks.materials);
+    all.looks.assignments.merge(part.looks.assignments);
+    all.looks.settings.merge(part.looks.settings);
+    all.variants = scene::findVariants(all.root.get());
+    all.warnings += part.warnings;
+    all.triangles += part.triangles;
+}
+
+std::vector<SceneFile::LightEntry> findLights(const osg::NodePtr& root)
+{
+    std::vector<SceneFile::LightEntry> lights;
+    osg::traverse(root, [&](const osg::NodePtr& node) {
+        if (const auto light = osg::FCPtr<osg::UberLight>::dcast(node->getCore())) {
+            const std::string& name = osg::getName(light);
+            lights.push_back({name.empty() ? osg::getName(node) : name, light, node});
+        }
+        return true;
+    });
+    return lights;
 }
 
 } // namespace io

@@ -29,4 +29,11 @@ SceneFile readScene(const std::string& path, const SceneReadOptions& options = {
 /// @throws InputError of the first file that cannot be read
 SceneFile readScenes(const std::vector<std::string>& paths, const SceneReadOptions& options = {});
 
+/// Puts what was read under the root of a scene that has read others before. Settings and
+/// surroundings of the first file that brings some are the scene's.
+void appendScene(SceneFile& all, SceneFile& part);
+
+/// The lights below a root, in tree order, by the name of the light or else of its node.
+std::vector<SceneFile::LightEntry> findLights(const osg::NodePtr& root);
+
 } // namespace io

@@ -1,5 +1,6 @@
 #include "host/osg/materials/environmentMaterials.h"
 
+#include "host/osg/EnvironmentAttachment.h"
 #include "host/znDaylightUtils.h"
 #include "host/znLog.h"
 #include "host/znRTEnvironmentImages.h"
@@ -9,6 +10,7 @@
 
 namespace osg {
 
+ZN_CONTAINER_BODY(EnvironmentAttachment)
 ZN_ABSTRACT_CONTAINER_BODY(UEnvironmentMaterial)
 ZN_MATERIAL_BODY(USphereEnvironmentMaterial)
 ZN_MATERIAL_BODY(USkylightMaterial)

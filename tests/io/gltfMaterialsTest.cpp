@@ -279,9 +279,12 @@ TEST(GltfMaterials, MakeASwitchOfVariants)
     EXPECT_EQ(imported.scene.variants, (std::vector<std::string>{"matt", "shiny"}));
     ASSERT_EQ(imported.type(), "SwitchMaterial");
     const auto list = std::get<std::vector<osg::FieldContainerPtr>>(imported.field("materials"));
-    ASSERT_EQ(list.size(), 2u);
+    ASSERT_EQ(list.size(), 3u);
     EXPECT_STREQ(list[0]->getType().getName(), "UPlasticMaterial");
     EXPECT_STREQ(list[1]->getType().getName(), "UChromeMaterial");
+    // Nobody has chosen a variant: the material that the primitive names itself is shown.
+    EXPECT_EQ(list[2], list[0]);
+    EXPECT_EQ(std::get<int>(imported.field("choice")), 2);
 }
 
 TEST(GltfMaterials, TakeDefaultsForBlocksThatMakeNoSense)
