@@ -17,6 +17,7 @@ const std::vector<std::pair<std::string, Verb>> verbs = {{"render", Verb::render
                                                          {"info", Verb::info},
                                                          {"list", Verb::list},
                                                          {"convert", Verb::convert},
+                                                         {"schema", Verb::schema},
                                                          {"debug-pixel", Verb::debugPixel}};
 
 /// Places in the list are render modes; behind them come variants of the beauty.
@@ -93,8 +94,10 @@ void addCommon(CLI::App& command, Options& options, Words& words)
 void addScenes(CLI::App& command, Options& options)
 {
     command
-        .add_option("SCENE", options.scenes, "glTF, OBJ, PLY, STL, FBX, Collada or a scene archive")
+        .add_option("SCENE", options.scenes,
+                    "glTF, OBJ, PLY, STL, FBX, Collada, a scene archive, or a look that names files")
         ->required();
+    addLooks(command, options.look);
 }
 
 void addView(CLI::App& command, Options& options, Words& words)
@@ -486,12 +489,13 @@ void takeRender(const Words& words, Options& options)
 void takeList(Options& options)
 {
     const bool isOfFields = options.listWhat == "fields",
-               isOfCameras = options.listWhat == "cameras";
+               isOfCameras = options.listWhat == "cameras" || options.listWhat == "variants",
+               isOfMaterials = options.listWhat == "materials";
     if (isOfFields && options.scenes.size() != 1)
         throw UsageError("list fields: name one container type ('list types' names them)");
     if (isOfCameras && options.scenes.empty())
-        throw UsageError("list cameras: name a scene");
-    if (!isOfFields && !isOfCameras && !options.scenes.empty())
+        throw UsageError(fmt::format("list {}: name a scene", options.listWhat));
+    if (!isOfFields && !isOfCameras && !isOfMaterials && !options.scenes.empty())
         throw UsageError(fmt::format("list {}: takes no name, not '{}'", options.listWhat,
                                      io::printable(options.scenes.front())));
     if (isOfFields)
@@ -546,17 +550,23 @@ Options parseOptions(const std::vector<std::string>& arguments)
 
     CLI::App* const info = app.add_subcommand("info", "Tell what a scene holds");
     addScenes(*info, options);
+    info->add_flag("--assign", options.showAssignments,
+                   "Tell which rule of a look gave each object its material");
     info->add_option("--pick", words.pick,
                      "Tell what the pixel X,Y shows, counted from the upper left corner");
     addView(*info, options, words);
     addCommon(*info, options, words);
 
     CLI::App* const list =
-        app.add_subcommand("list", "List passes, cameras of a scene, container types or fields");
-    list->add_option("WHAT", options.listWhat, "passes, cameras, types or fields")
+        app.add_subcommand("list", "List passes, container types, fields, kinds of materials, or "
+                                   "cameras, materials and variants of a scene");
+    list->add_option("WHAT", options.listWhat,
+                     "passes, cameras, materials, types, fields or variants")
         ->required()
-        ->check(CLI::IsMember({"passes", "cameras", "types", "fields"}));
-    list->add_option("NAME", options.scenes, "SCENE for cameras, TYPE for fields");
+        ->check(CLI::IsMember({"passes", "cameras", "materials", "types", "fields", "variants"}));
+    list->add_option("NAME", options.scenes,
+                     "SCENE for cameras, variants and materials, TYPE for fields");
+    addLooks(*list, options.look);
     addCommon(*list, options, words);
 
     CLI::App* const convert =
@@ -567,6 +577,13 @@ Options parseOptions(const std::vector<std::string>& arguments)
         ->expected(1)
         ->required();
     convert->add_flag("--overwrite", options.overwrite, "Replace an existing file");
+
+    CLI::App* const schema =
+        app.add_subcommand("schema", "Write the JSON Schema of looks, for editors");
+    schema->add_option("-o,--output", options.outputs, "File to write (default: standard output)")
+        ->expected(1);
+    schema->add_flag("--overwrite", options.overwrite, "Replace an existing file");
+    addCommon(*schema, options, words);
 
     CLI::App* const debugPixel =
         app.add_subcommand("debug-pixel", "Print the rays that make a pixel, as a tree");
@@ -591,8 +608,8 @@ Options parseOptions(const std::vector<std::string>& arguments)
         line.insert(line.begin(), "render");
     takeEndMark(line);
     OptionDefaults defaults;
-    if (line.size() > 0 && !bareFlag)
-        for (CLI::App* const command : {render, info, list, convert, debugPixel})
+    if (!bareFlag)
+        for (CLI::App* const command : app.get_subcommands([](CLI::App*) { return true; }))
             if (command->get_name() == line.front())
                 defaults.add(*command, app, line);
     try {

@@ -3,6 +3,7 @@
 // The command line of znrender. Parsing knows no scene: names of cameras and files are checked by
 // the commands that use them.
 
+#include "lookOptions.h"
 #include "parseValues.h"
 
 #include "host/znRenderPasses.h"
@@ -14,7 +15,7 @@
 #include <string>
 #include <vector>
 
-enum class Verb { render, info, list, convert, debugPixel, help, version };
+enum class Verb { render, info, list, convert, schema, debugPixel, help, version };
 
 /// A view given by numbers instead of a camera of the file; what is missing is chosen to frame the
 /// scene.
@@ -123,7 +124,10 @@ struct Options
     unsigned seed = 0;
     bool nice = false;
 
+    LookOptions look;
+
     // Verbs list, info and debug-pixel.
+    bool showAssignments = false;
     std::string listWhat;
     std::string listType;
     /// Column and row from the upper left corner of the image.

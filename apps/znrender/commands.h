@@ -13,4 +13,5 @@ int runRender(const Options& options);
 int runInfo(const Options& options);
 int runList(const Options& options);
 int runConvert(const Options& options);
+int runSchema(const Options& options);
 int runDebugPixel(const Options& options);

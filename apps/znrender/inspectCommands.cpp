@@ -3,6 +3,7 @@
 #include "commands.h"
 
 #include "chooseView.h"
+#include "listMaterials.h"
 #include "loadScene.h"
 
 #include "driver/FrameDriver.h"
@@ -14,6 +15,7 @@
 #include "io/OutputFile.h"
 #include "io/sceneArchive.h"
 #include "scene/sceneQueries.h"
+#include "settings/fieldChoices.h"
 
 #include <fmt/format.h>
 
@@ -72,10 +74,10 @@ void printTypes()
 }
 
 /// "[0, 1]", the names of an enumeration, or nothing.
-std::string rangeText(const osg::FieldDescription& field)
+std::string rangeText(const osg::FieldContainerType& type, const osg::FieldDescription& field)
 {
-    if (!field.choices.empty())
-        return fmt::format("{{{}}}", fmt::join(field.choices, ", "));
+    if (const auto choices = getFieldChoices(type, field); !choices.empty())
+        return fmt::format("{{{}}}", fmt::join(choices, ", "));
     return field.hasRange() ? fmt::format("[{:g}, {:g}]", field.minimum, field.maximum) : "";
 }
 
@@ -110,7 +112,7 @@ void printFields(const std::string& name)
                                      io::printable(name), nearestTypeName(name)));
     for (const osg::FieldDescription& field : type->getFields())
         fmt::print("{:32} {:12} {:16} {:10} {}\n", field.name, osg::getFieldKindName(field.kind),
-                   defaultText(field), field.unit, rangeText(field));
+                   defaultText(field), field.unit, rangeText(*type, field));
 }
 
 /// What a pixel shows: the first hit of the ray through its middle.
@@ -165,6 +167,8 @@ int runInfo(const Options& options)
                    low[2], high[0], high[1], high[2]);
     }
     printCameras(loaded);
+    if (options.showAssignments)
+        printAssignments(loaded);
     if (options.pixel)
         printPick(options, loaded);
     return exitDone;
@@ -178,8 +182,17 @@ int runList(const Options& options)
         printPasses();
     else if (options.listWhat == "fields")
         printFields(options.listType);
-    else
-        printCameras(loadScene(options));
+    else if (options.listWhat == "materials" && options.scenes.empty())
+        printMaterialKinds();
+    else {
+        const io::SceneFile scene = loadScene(options);
+        if (options.listWhat == "materials")
+            printMaterials(scene);
+        else if (options.listWhat == "variants")
+            printVariants(scene);
+        else
+            printCameras(scene);
+    }
     return exitDone;
 }
 

@@ -1,10 +1,12 @@
 #include "loadScene.h"
 
 #include "io/InputError.h"
+#include "io/looks.h"
 #include "io/sceneReader.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 
 io::SceneFile loadScene(const Options& options)
@@ -13,7 +15,19 @@ io::SceneFile loadScene(const Options& options)
     read.includeFolders = options.includeFolders;
     read.limits = options.limits;
     read.conventions = options.conventions;
-    return io::readScenes(options.scenes, read);
+    // A look that names files stands for a scene.
+    std::vector<std::string> files = options.scenes;
+    LookOptions look = options.look;
+    const auto first = std::stable_partition(
+        files.begin(), files.end(), [](const std::string& file) { return !io::isLookFile(file); });
+    look.looks.insert(look.looks.begin(), first, files.end());
+    files.erase(first, files.end());
+
+    io::SceneFile scene = files.empty() ? io::SceneFile() : io::readScenes(files, read);
+    applyLooks(scene, look, read);
+    if (!look.isEmpty() && scene.root->getWorldBox().isEmpty())
+        throw io::InputError(options.scenes.front(), "holds nothing that could be seen");
+    return scene;
 }
 
 osg::CameraPtr findCamera(const io::SceneFile& scene, const std::string& name)

@@ -47,6 +47,8 @@ int run(const Options& options)
         return runList(options);
     case Verb::convert:
         return runConvert(options);
+    case Verb::schema:
+        return runSchema(options);
     case Verb::debugPixel:
         return runDebugPixel(options);
     case Verb::render:
