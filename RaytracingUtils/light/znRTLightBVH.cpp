@@ -212,7 +212,7 @@ void znRTLightBVH::build(const znDynArray<znRTLight*>& lights)
             always.push_back({i, light});
             return;
         }
-        const float power = std::max(light->getPower(), 0.0f);
+        const float power = std::max(0.0f, light->getPower()); // 0 for no number as well
         found.push_back({i, {box, power, light}});
         Extent& extent = extents.local();
         grow(extent.box, box);
