@@ -92,6 +92,17 @@ void setColors(osg::UPhongMaterial& material, const aiMaterial& source)
         material.setTransparencyColor(osg::ColorComponent(1.0f - clamped(*opacity, 0, 1)));
 }
 
+/// Files without materials get one that shines like a mirror, with a standard name and a grey or
+/// without a name and white; ours is matt. A colour in it is the file's own (STL can have one for
+/// all).
+bool isInvented(const aiString& name, const std::optional<osg::ColorComponent>& diffuse)
+{
+    const osg::Vec3f color = diffuse ? diffuse->color : osg::Vec3f(1.0f, 1.0f, 1.0f);
+    if (color[0] != color[1] || color[1] != color[2])
+        return false;
+    return name.length == 0 ? color[0] == 1.0f : name == aiString(AI_DEFAULT_MATERIAL_NAME);
+}
+
 } // namespace
 
 MaterialBuilder::MaterialBuilder(const aiScene& scene, const io::SceneFolder& folder)
@@ -199,6 +210,8 @@ osg::MaterialPtr MaterialBuilder::get(unsigned number)
     aiString name;
     if (source.Get(AI_MATKEY_NAME, name) == AI_SUCCESS)
         osg::setName(material.get(), name.C_Str());
+    if (isInvented(name, colorOf(source, AI_MATKEY_COLOR_DIFFUSE)))
+        return entry;
     setColors(*material, source);
     setTextures(*material, source);
     return entry;

@@ -569,6 +569,26 @@ TEST_F(Import, IsConfined)
     EXPECT_EQ(doors, "");
 }
 
+// Formats without materials: as matt as any material that says nothing else.
+TEST_F(Import, MakesMeshesWithoutMaterialsMatt)
+{
+    const osg::Ref<osg::UPhongMaterial> plain = osg::UPhongMaterial::create();
+    const std::string files[][2] = {
+        {"a.ply", "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
+                  "property float z\nelement face 1\nproperty list uchar int vertex_indices\n"
+                  "end_header\n0 0 0\n1 0 0\n1 1 0\n3 0 1 2\n"},
+        {"a.stl", "solid a\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
+                  "vertex 0 1 0\nendloop\nendfacet\nendsolid a\n"}};
+    for (const auto& [name, text] : files) {
+        const auto geometries = geometriesOf(load(folder.write(name, text)));
+        ASSERT_EQ(geometries.size(), 1u) << name;
+        const auto material = materialOf(geometries[0].second);
+        ASSERT_TRUE(material) << name;
+        EXPECT_EQ(material->getDiffuse().color, plain->getDiffuse().color) << name;
+        EXPECT_EQ(material->getGlossy().color, plain->getGlossy().color) << name;
+    }
+}
+
 // Bits flipped in every kind of file: a scene or one line, whatever becomes of the program.
 TEST_F(Import, SurvivesFlippedBits)
 {
