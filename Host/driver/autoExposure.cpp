@@ -27,5 +27,5 @@ std::optional<double> meterExposure(const io::ImageData& image)
     const double stops = std::log2(meterKey) - sum / double(logs.size() - 2 * left);
     if (std::abs(stops) <= meterTolerance)
         return 0.0;
-    return std::clamp(std::round(stops * 10.0) / 10.0, -50.0, 50.0);
+    return std::clamp(std::round(stops * 10.0) / 10.0, -mostStops, mostStops);
 }

@@ -15,9 +15,12 @@ constexpr double meterKey = 0.18;
 /// A picture within this many stops of middle grey is as its maker lit it.
 constexpr double meterTolerance = 1.5;
 
+/// From starlight to the sun's disk; a scene beyond is as good as dark, or nothing but lamps.
+constexpr double mostStops = 24.0;
+
 /// @param image  linear RGBA floats with the coverage in alpha; pixels that are covered by less
 /// than
 ///               a half, that are black or that hold no number are not looked at
-/// @return stops, whole tenths in -50..50; 0 for a picture that is well exposed; nothing when no
+/// @return stops, whole tenths; 0 for a picture that is well exposed; nothing when no
 ///         pixel is lit
 std::optional<double> meterExposure(const io::ImageData& image);

@@ -4,6 +4,7 @@
 #include "host/osg/Materials.h"
 #include "host/osg/UberLight.h"
 #include "host/osg/nodeCores.h"
+#include "host/znColor.h"
 #include "io/sceneImage.h"
 
 #include <cmath>
@@ -37,6 +38,23 @@ osg::Ref<osg::Node> makeNode(const char* name, const std::vector<osg::Vec3f>& po
     geometry->setLengths({u32(indices.size())});
     geometry->setMaterial(material);
     return osg::Node::create(geometry.get(), name);
+}
+
+/// Luminance of the surface of a lamp, cd/m2. Screens, signs and unlit pictures stay below.
+constexpr float lampLuminance = 10.0f;
+
+float luminanceOf(const osg::ColorComponent& c)
+{
+    return znColor::luminance(c.color[0], c.color[1], c.color[2]) * c.intensity;
+}
+
+bool isLamp(const osg::MaterialPtr& material)
+{
+    if (const auto light = osg::ULightMaterial::Ptr::dcast(material))
+        return luminanceOf(light->getEmissiveComponent()) * light->getIntensity() >= lampLuminance;
+    const auto surface = osg::UBRDFMaterial::Ptr::dcast(material);
+    return surface && surface->getIncandescenceActive() &&
+           luminanceOf(surface->getIncandescence()) >= lampLuminance;
 }
 
 int layoutOf(const io::ImageData& image)
@@ -163,8 +181,7 @@ bool hasLight(const osg::NodePtr& root)
         else
             material = nullptr;
         found = found || osg::isKindOf<osg::UberLight>(core) ||
-                osg::isKindOf<osg::UEnvironmentMaterial>(material) ||
-                osg::isKindOf<osg::ULightMaterial>(material);
+                osg::isKindOf<osg::UEnvironmentMaterial>(material) || isLamp(material);
         return !found;
     });
     return found;

@@ -35,7 +35,8 @@ osg::Ref<osg::Node> makeFloor(const osg::Box& box, float radius);
 /// Puts a node that is given in world space below a root, whatever the root's own transform.
 void addInWorld(const osg::NodePtr& root, const osg::NodePtr& node);
 
-/// Whether anything in the scene is meant to light it: lights, environments, shapes of lamps.
+/// Whether anything in the scene is meant to light it: lights, environments, and surfaces that
+/// shine like lamps (10 cd/m2 and more).
 bool hasLight(const osg::NodePtr& root);
 
 } // namespace surroundings

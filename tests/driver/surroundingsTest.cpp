@@ -135,7 +135,13 @@ TEST(Surroundings, KnowWhetherASceneHasLight)
     const osg::Ref<osg::ULightMaterial> lamp = osg::ULightMaterial::create();
     const osg::Ref<osg::USkylightMaterial> sky = osg::USkylightMaterial::create();
     EXPECT_FALSE(surroundings::hasLight(withMaterial(phong.get()).get()));
+    EXPECT_FALSE(surroundings::hasLight(withMaterial(lamp.get()).get())) << "white as paper";
+    lamp->setIntensity(20.0f);
     EXPECT_TRUE(surroundings::hasLight(withMaterial(lamp.get()).get()));
+    phong->setIncandescenceActive(true);
+    EXPECT_FALSE(surroundings::hasLight(withMaterial(phong.get()).get()));
+    phong->setIncandescence(osg::ColorComponent(17.0f, 12.0f, 4.0f));
+    EXPECT_TRUE(surroundings::hasLight(withMaterial(phong.get()).get()));
     EXPECT_TRUE(surroundings::hasLight(withMaterial(sky.get()).get()));
 }
 
