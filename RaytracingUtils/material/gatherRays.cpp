@@ -2,7 +2,7 @@
 
 #include "core/shadingRequirements.h"
 #include "core/znRTDataBlockPacket.h"
-#include "material/shadowOrigin.h"
+#include "material/spawnedRays.h"
 
 namespace {
 
@@ -12,19 +12,6 @@ const znFloatType<2> one(1.0f);
 /// this part of the radius of what a ray stands for. A quarter keeps the pattern of a floor in the
 /// light that it casts onto a wall.
 constexpr float widestSpread = 0.25f;
-
-/// Word of gathering rays: each keeps to its eye.
-znIntType<2> typesOf(const znIntType<2>& parent, const znFloatType<2>& isGlossy)
-{
-    const znIntType<2> right =
-        parent & znIntType<2>(int(rayType::rightEye & ~rayType::passThrough));
-    const znFloatType<2> isLeft = asFloat(right == znIntType<2>(0));
-    const znFloatType<2> rayClass = select(isGlossy, asFloat(int(rayType::glossyReflection)),
-                                           asFloat(int(rayType::diffuseScatter)));
-    const znFloatType<2> eye =
-        select(isLeft, asFloat(int(rayType::leftEye)), asFloat(int(rayType::rightEye)));
-    return asInt(rayClass & eye) | znIntType<2>(int(rayType::stochasticBounce));
-}
 
 /// Number of lobes of a kind in each lane.
 znFloatType<2> lobesOf(const znRTLobeSet& lobes, znRTLobeKind kind)
@@ -111,10 +98,11 @@ znRTRayDifferentialPacket gatherRays(const znRTLitHit& hit, const znRTGatherDire
                                      const znRTColorPacket& weight, const znFloatType<2>& isGlossy,
                                      int samples)
 {
-    znRTRayDifferentialPacket rays(shadowOrigin(hit.data, hit.dg, directions.wi), directions.wi,
-                                   hit.ray.pixelX, hit.ray.pixelY, weight,
-                                   typesOf(hit.ray.type, isGlossy), hit.ray.alpha);
-    rays.setMonochromatic(hit.ray.getMonochromatic());
+    const u32 flags = rayType::stochasticBounce;
+    znRTRayDifferentialPacket rays =
+        spawnRays(hit.ray, hit.data, hit.dg, directions.wi, weight, rayType::diffuseScatter, flags);
+    rays.type = select(asInt(isGlossy),
+                       spawnedTypes(hit.ray.type, rayType::glossyReflection, flags), rays.type);
     const znFloatType<2> share = reciprocalSquareRoot(
         maximum(directions.pdf * float(samples), 1.0f)); // of a unit sphere, as a radius
     setDifferentials(rays, hit, share * widestSpread);

@@ -13,8 +13,9 @@ namespace {
 
 constexpr float unlimited = std::numeric_limits<float>::max();
 
-/// Words of rays spawned at hits: each lane keeps to its eye.
-znIntType<2> childType(const znIntType<2>& parent, u32 rayClass, u32 flags)
+} // namespace
+
+znIntType<2> spawnedTypes(const znIntType<2>& parent, u32 rayClass, u32 flags)
 {
     using namespace rayType;
     const znIntType<2> right = parent & znIntType<2>(int(rightEye & ~passThrough));
@@ -23,16 +24,14 @@ znIntType<2> childType(const znIntType<2>& parent, u32 rayClass, u32 flags)
     return asInt(select(isLeft, ofEye(leftEye), ofEye(rightEye)));
 }
 
-} // namespace
-
 znRTRayDifferentialPacket spawnRays(const znRTRayPacket& parent, const znRTDataBlockPacket& data,
                                     const znRTDifferentialGeometry& dg,
                                     const znRTVector3fPacket& direction,
                                     const znRTColorPacket& weight, u32 rayClass, u32 flags)
 {
     znRTRayDifferentialPacket rays(shadowOrigin(data, dg, direction), direction, parent.pixelX,
-                                   parent.pixelY, weight, childType(parent.type, rayClass, flags),
-                                   parent.alpha);
+                                   parent.pixelY, weight,
+                                   spawnedTypes(parent.type, rayClass, flags), parent.alpha);
     rays.setMonochromatic(parent.getMonochromatic());
     return rays;
 }

@@ -9,10 +9,14 @@
 
 class znRTDataBlockPacket;
 
+/// Words of rays that hits spawn: each lane keeps to its eye.
+/// @param rayClass  of rayTypes.h
+/// @param flags     rayType::stochasticBounce, or 0
+znIntType<2> spawnedTypes(const znIntType<2>& parent, u32 rayClass, u32 flags);
+
 /// Rays from hits into given directions: off the surface, with the pixel, filterless, and with the
 /// weight and the kind of each lane. Without differentials.
-/// @param rayClass  of rayTypes.h; each lane keeps to its eye
-/// @param flags     rayType::stochasticBounce, or 0
+/// @param rayClass, flags  see spawnedTypes
 /// @param weight    of the paths, those of the parents included
 znRTRayDifferentialPacket spawnRays(const znRTRayPacket& parent, const znRTDataBlockPacket& data,
                                     const znRTDifferentialGeometry& dg,

@@ -266,8 +266,8 @@ TEST_F(IndirectLight, GetsSmootherWithItsQuality)
     EXPECT_LT(eight.variance, one.variance / 8.0);
 }
 
-// Rays of one point meet different decisions at what they hit: with eight rays onto a wall that is
-// lit by one of many lamps, by chance, the variance falls well below that of one ray.
+// Rays of one point meet different decisions at what they hit: of eight rays onto a wall that half
+// of the hits pass by chance, about four pass, and the variance falls well below that of one ray.
 TEST_F(IndirectLight, DecidesAnewForEachRayOfAPoint)
 {
     const PhongPtr wall = makeDiffuse(1.0f);
@@ -396,4 +396,48 @@ TEST_F(IndirectLight, IsPartOfThePicture)
         seen.layer(ZN_PASS_DIFFUSE_INDIRECT) + seen.layer(ZN_PASS_GLOSSY_INDIRECT);
     EXPECT_LANES_NEAR(seen.color.r - sum.r, 0, 0, 0, 0, 1e-5f);
     EXPECT_NE(moveMask(seen.layer(ZN_PASS_DIFFUSE_INDIRECT).getMax() > znFloatType<2>(0.0f)), 0);
+}
+
+// A lamp above the floor, a mirror to the side: by way of the mirror the lamp stands a second time
+// behind it, and rays that gather light meet it there, which light sampling does not. The mirror's
+// plane is x = 1, and it is much larger than all that is seen in it, so the floor at (x, y) gets
+// from it the reflectance times the form factor of a lamp around (2 - x of the lamp).
+TEST_F(IndirectLight, BringsMirroredLampsOnce)
+{
+    const auto lampMaterial = osg::ULightMaterial::create();
+    lampMaterial->setIntensity(4.0f);
+    lampMaterial->setDiffuse(gray(0.0f));
+    const auto chrome = osg::UChromeMaterial::create();
+    chrome->setFresnelTable(255); // the reflectance below, at all angles
+    chrome->setReflectance(1.0f);
+    chrome->setReflection(gray(1.0f));
+    chrome->setRoughness(0.0f);
+    osg::Matrix big = standingWall();
+    for (int axis = 0; axis < 2; ++axis)
+        for (int i = 0; i < 3; ++i)
+            big[axis][i] *= 40.0f;
+    addMesh(makeSquare(), makeDiffuse(1.0f));
+    addMesh(makeSquare(), osg::MaterialPtr(chrome.get()), big);
+    addMesh(makeSquare(), osg::MaterialPtr(lampMaterial.get()), makeTranslation(0, 0, 1.5f));
+    scene.scene->updateGeometryLights();
+    znRTRenderUtils::updateLightDistribution(true);
+    trace(2, 1);
+    const znRTRayDifferentialPacket ray(
+        znRTRayPacket({0.31f, 0.17f, 1.0f}, znRTVector3fPacket(0.0f, 0.0f, -1.0f)));
+    // Mean of cos cos' / (pi d^2) over a lamp of edge 2 about (center, 0, 1.5), times its area.
+    const auto formFactor = [](double center) {
+        double sum = 0.0;
+        constexpr int n = 200;
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j) {
+                const double dx = center + 2.0 * (i + 0.5) / n - 1.0 - 0.31;
+                const double dy = 2.0 * (j + 0.5) / n - 1.0 - 0.17;
+                const double d2 = dx * dx + dy * dy + 1.5 * 1.5;
+                sum += 1.5 * 1.5 / (testPi * d2 * d2);
+            }
+        return sum * 4.0 / (double(n) * n);
+    };
+    const double own = 4.0 * formFactor(0.0), mirrored = 4.0 * formFactor(2.0);
+    EXPECT_NEAR(meanOf(ZN_PASS_DIFFUSE_LIGHT, ray, 1024), own, 0.01 * own);
+    EXPECT_NEAR(meanOf(ZN_PASS_DIFFUSE_INDIRECT, ray, 4096), mirrored, 0.02 * mirrored);
 }
