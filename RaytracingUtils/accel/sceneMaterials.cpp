@@ -1,6 +1,7 @@
 // Materials of a scene. The process holds one object per host material, which scenes share by
 // count; each scene has a table of its own that is read without a lock.
 
+#include "accel/sharedMaterials.h"
 #include "accel/znRTAccelerator.h"
 #include "geometry/znRTGeometryNode.h"
 #include "host/osg/Geometry.h"
@@ -8,31 +9,12 @@
 #include "host/osg/Materials.h"
 #include "host/znLog.h"
 #include "host/znRTSceneChanges.h"
-#include "material/materialTable.h"
 #include "material/znRTDummyMaterial.h"
 #include "render/notAvailable.h"
 
 #include <algorithm>
 
 namespace {
-
-struct Counted
-{
-    znRTMaterial* material = nullptr;
-    unsigned useCount = 0;
-};
-
-std::mutex& globalLock()
-{
-    static std::mutex lock;
-    return lock;
-}
-
-std::map<u32, Counted>& globalMaterialList()
-{
-    static std::map<u32, Counted> list;
-    return list;
-}
 
 void tellOfDisplacement(const osg::MaterialPtr& material)
 {
@@ -53,27 +35,9 @@ znRTMaterial* znRTAccelerator::createMaterial(const osg::MaterialPtr& material)
     const std::lock_guard registryGuard(registryLock);
     if (znRTMaterial* const known = getMaterial(id))
         return known;
-    {
-        const std::lock_guard guard(globalLock());
-        const auto found = globalMaterialList().find(id);
-        if (found != globalMaterialList().end()) {
-            ++found->second.useCount;
-            materials.emplace(id, found->second.material);
-            return found->second.material;
-        }
-    }
-    znRTMaterial* const created =
-        material ? createMaterialObject(material) : znRTDummyMaterial::getShared();
-    const std::lock_guard guard(globalLock());
-    // Another scene may have been faster; its object is the one to share.
-    Counted& entry = globalMaterialList()[id];
-    if (entry.material && entry.material != created)
-        delete created;
-    else
-        entry.material = created;
-    ++entry.useCount;
-    materials.emplace(id, entry.material);
-    return entry.material;
+    znRTMaterial* const shared = sharedMaterials::acquire(material);
+    materials.emplace(id, shared);
+    return shared;
 }
 
 znRTMaterial* znRTAccelerator::getMaterial(u32 id) const
@@ -90,33 +54,20 @@ znRTMaterial* znRTAccelerator::getMaterial(const osg::MaterialPtr& material) con
 bool znRTAccelerator::hasShadingMaterials() const
 {
     return std::any_of(materials.begin(), materials.end(), [](const auto& entry) {
-        return entry.second && !entry.second->isOfType(znRTDummyMaterial::id);
+        return entry.second &&
+               !entry.second->getFirstActiveMaterial()->isOfType(znRTDummyMaterial::id);
     });
 }
 
 unsigned znRTAccelerator::getMaterialUseCount(u32 id)
 {
-    const std::lock_guard guard(globalLock());
-    const auto found = globalMaterialList().find(id);
-    return found != globalMaterialList().end() ? found->second.useCount : 0;
-}
-
-void znRTAccelerator::releaseMaterial(u32 id)
-{
-    const std::lock_guard guard(globalLock());
-    const auto found = globalMaterialList().find(id);
-    if (found == globalMaterialList().end() || --found->second.useCount > 0)
-        return;
-    // The fallback material belongs to the process.
-    if (id != 0)
-        delete found->second.material;
-    globalMaterialList().erase(found);
+    return sharedMaterials::getUseCount(id);
 }
 
 void znRTAccelerator::releaseMaterials()
 {
     for (const auto& [id, material] : materials)
-        releaseMaterial(id);
+        sharedMaterials::release(id);
     materials.clear();
 }
 
@@ -131,7 +82,7 @@ bool znRTAccelerator::deleteMaterial(unsigned long long id)
         if (node->getMaterial() == material || node->getActiveMaterial() == material)
             node->setMaterial(createMaterial(nullptr));
     materials.unsafe_erase(u32(id));
-    releaseMaterial(u32(id));
+    sharedMaterials::release(u32(id));
     return true;
 }
 
@@ -189,6 +140,7 @@ bool znRTAccelerator::updateMaterial(const osg::MaterialPtr& material, unsigned 
         flags |= znMaterialVisibilityChanged;
     if (sideness != known->getSideness())
         flags |= znMaterialSidenessChanged;
+    makeFilteredEnvironments();
     return true;
 }
 
@@ -196,6 +148,7 @@ void znRTAccelerator::updateMaterials()
 {
     for (const auto& [id, material] : materials)
         material->update();
+    makeFilteredEnvironments();
 }
 
 void znRTAccelerator::applyMaterialChanges()

@@ -18,6 +18,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <tbb/concurrent_unordered_map.h>
 #include <vector>
 
@@ -95,7 +96,8 @@ public:
     virtual znRTLight* getEnvironmentLight(const osg::MaterialPtr& material);
     virtual znRTLight* getEnvironmentLight(unsigned int index);
     /// Lets all environments read their containers and chooses the one in force: that of the
-    /// active environment material, else the first that shines.
+    /// active environment material, else the first that shines. Materials with an environment of
+    /// their own learn of its light.
     virtual void updateEnvironmentLights();
     void setHeadlight(const osg::NodePtr& node) override;
     void addLight(const osg::NodePtr& node) override;
@@ -246,9 +248,12 @@ protected:
     std::unique_ptr<znRTSceneLights> sceneLights; ///< owner of the lights in the list
     u64 headlightId = 0;                          ///< node of the headlight, 0 without
     znDynArray<znRTLight*> lights, rayLights, rayGeometryLights;
-    std::vector<std::unique_ptr<znRTInfiniteAreaLight>> environmentLights;
-    znRTLight* environmentLight = nullptr; ///< in force, of the list above
-    znDynArray<float> lightPowers;         ///< of lights, then of the environment light; per unit^2
+    using EnvironmentLights = std::vector<std::unique_ptr<znRTInfiniteAreaLight>>;
+    EnvironmentLights environmentLights;
+    znRTLight* environmentLight = nullptr;  ///< in force, of the list above
+    EnvironmentLights ownEnvironmentLights; ///< that light single materials
+    std::set<u32> toldEnvironments;         ///< containers of those that no object has to show
+    znDynArray<float> lightPowers; ///< of lights, then of the environment light; per unit^2
     znDistribution1D lightDistribution, lightDistributionWithEnv, lightPortalDistribution;
     std::unique_ptr<znRTLightBVH> lightHierarchy;
     bool hierarchyIsCurrent = false; ///< it was built from the present list
@@ -271,11 +276,16 @@ private:
     /// Host material of geometry without one; null if the host knows no such kind.
     osg::MaterialPtr getDefaultMaterial();
     void releaseMaterials();
-    static void releaseMaterial(u32 id);
     void listLights();
     void listPortals();
-    /// Materials that objects carry are environments of the scene without being told.
-    void addEnvironmentsOfMaterials();
+    /// Materials that objects carry are environments of the scene without being told; what neither
+    /// is carried any more nor was told goes.
+    void findEnvironmentsOfMaterials();
+    /// Lights for the environments that single materials have.
+    void findOwnEnvironments();
+    void eraseEnvironmentLight(EnvironmentLights& list, EnvironmentLights::iterator place);
+    /// Blurred images of environments, where some material looks them up.
+    void makeFilteredEnvironments();
     void clearEnvironmentLights();
     void setListed(std::vector<znRTGeometryNode*>& list, znRTGeometryNode* node, bool isListed);
 
