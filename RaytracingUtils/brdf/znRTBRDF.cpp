@@ -163,6 +163,17 @@ znFloatType<2> znRTBRDF::getBlendWeight(const znFloatType<2>&) const
     return 0.5f;
 }
 
+znFloatType<2> znRTBRDF::getEnvironmentLevel(const znRTDifferentialGeometry&) const
+{
+    return 0.0f;
+}
+
+znRTColorPacket znRTBRDF::getEnvironmentFresnel(const znFloatType<2>&,
+                                                const znRTDifferentialGeometry&) const
+{
+    return znRTColorPacket(1.0f);
+}
+
 znRTColorPacket znRTBRDF::rho(const znRTDifferentialGeometry&, const znRTVector2fPacket&,
                               const znFloatType<2>&) const
 {

@@ -147,6 +147,15 @@ public:
     virtual znRTColorPacket rho(const znRTDifferentialGeometry& dg, const znRTVector2fPacket& u,
                                 const znFloatType<2>& lanes) const;
 
+    // How the lobe looks at an image of the surroundings that was filtered by power lobes.
+
+    /// Place in the stack of filtered images, see lobeMath::environmentLevel; here 0, the image
+    /// under the cosine.
+    virtual znFloatType<2> getEnvironmentLevel(const znRTDifferentialGeometry& dg) const;
+    /// Reflectance in the mirror's direction by the lobe's own Fresnel term; here 1.
+    virtual znRTColorPacket getEnvironmentFresnel(const znFloatType<2>& cosTheta,
+                                                  const znRTDifferentialGeometry& dg) const;
+
     /// A constant of the class.
     bool isDelta() const { return delta; }
     /// Whether a request with these flags concerns the lobe.

@@ -54,6 +54,14 @@ struct znRTFacetSlopesLanes
         return {cosRotation * w.x + sinRotation * w.y, cosRotation * w.y - sinRotation * w.x, w.z};
     }
 
+    /// Place in filtered environments of the power lobe as wide as the facets spread:
+    /// e = 2 / alpha^2 - 2, alpha^2 the product of both slopes.
+    znFloatType<2> getEnvironmentLevel() const
+    {
+        const znFloatType<2> e = reciprocalOrZero(alphaX * alphaY) * 2.0f - 2.0f;
+        return lobeMath::environmentLevel(minimum(e, lobeMath::maxExponent));
+    }
+
     znFloatType<2> alphaX, alphaY, sinRotation, cosRotation;
 };
 

@@ -14,6 +14,12 @@ znFloatType<2> znRTFresnelLobe::getBlendWeight(const znFloatType<2>& cosTheta) c
     return useSchlick ? schlick.conductor(cosTheta) : approx.conductor(cosTheta);
 }
 
+znRTColorPacket znRTFresnelLobe::getEnvironmentFresnel(const znFloatType<2>& cosTheta,
+                                                       const znRTDifferentialGeometry& dg) const
+{
+    return fresnelColor<1>(cosTheta, dg);
+}
+
 void znRTFresnelLobe::setReflectanceColor(const znRTColor& f0)
 {
     useSchlick = true;

@@ -16,6 +16,8 @@ class znRTFresnelLobe : public znRTBRDF
 public:
     const znRTFresnelOP* getFresnel() const override;
     znFloatType<2> getBlendWeight(const znFloatType<2>& cosTheta) const override;
+    znRTColorPacket getEnvironmentFresnel(const znFloatType<2>& cosTheta,
+                                          const znRTDifferentialGeometry& dg) const override;
 
     /// Colour at normal incidence, by Schlick's formula, until the next setup. For reflectances
     /// that come as a spectrum.

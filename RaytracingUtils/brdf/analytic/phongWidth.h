@@ -60,6 +60,17 @@ inline znRTPhongWidthLanes znRTPhongWidthLanes::fetch(const znRTPhongWidth& stor
     return lanes;
 }
 
+/// Level of the stored width, or in its lanes of the block.
+template <int PerLane>
+inline znFloatType<2> environmentLevelOfLanes(float stored, const znRTDifferentialGeometry& dg)
+{
+    if constexpr (PerLane) {
+        if (const znRTLobeParameters* const block = dg.parameters)
+            return select(block->mask, block->level, stored);
+    }
+    return stored;
+}
+
 /// Reflectance estimate of lobes whose reflectance a texture may drive.
 inline znRTColorPacket reflectanceOfLanes(const znRTDifferentialGeometry& dg,
                                           const znRTColor& otherwise)

@@ -49,6 +49,10 @@ public:
                        const znRTDifferentialGeometry& dg) const override;
     /// x^p, see getSamplePower.
     znFloatType<2> convertExponent(const znFloatType<2>& x) const override;
+    znFloatType<2> getEnvironmentLevel(const znRTDifferentialGeometry& dg) const override
+    {
+        return environmentLevelOfLanes<PerLane>(width.level, dg);
+    }
     /// Form 1 takes lanes' own reflectance where a texture drives it.
     znRTColorPacket rho(const znRTDifferentialGeometry& dg, const znRTVector2fPacket& u,
                         const znFloatType<2>& lanes) const override;

@@ -22,6 +22,10 @@ public:
     bool isAnisotropic() const { return anisotropic; }
     /// Place in prefiltered environments, by the geometric mean of both exponents.
     float getLevel() const { return level; }
+    znFloatType<2> getEnvironmentLevel(const znRTDifferentialGeometry& dg) const override
+    {
+        return environmentLevelOfLanes<PerLane>(level, dg);
+    }
 
     using znRTBRDF::evaluate;
     using znRTBRDF::pdf;

@@ -43,6 +43,10 @@ public:
                                 const znRTRoughnessTextures& textures, const znFloatType<2>& mask,
                                 znRTLobeParameters& block) const override;
     znFloatType<2> getBlendWeight(const znFloatType<2>& cosTheta) const override;
+    znFloatType<2> getEnvironmentLevel(const znRTDifferentialGeometry& dg) const override
+    {
+        return znRTFacetSlopesLanes::fetch<PerLane>(slopes, dg).getEnvironmentLevel();
+    }
     znRTColorPacket rho(const znRTDifferentialGeometry& dg, const znRTVector2fPacket& u,
                         const znFloatType<2>& lanes) const override;
 
