@@ -60,6 +60,19 @@ Grid resample(int sourceWidth, int sourceHeight, const auto& read, int width, in
     return grid;
 }
 
+/// Bilinear; u repeats and v is clamped.
+znRTVector4f mixed(const Grid& grid, double u, double v)
+{
+    const double x = u * grid.width - 0.5;
+    const double y = std::clamp(v * grid.height - 0.5, 0.0, grid.height - 1.0);
+    const int left = int(std::floor(x)), top = int(y);
+    const int x0 = (left + grid.width) % grid.width, x1 = (left + 1) % grid.width;
+    const int y1 = std::min(top + 1, grid.height - 1);
+    const float s = float(x - left), t = float(y - top);
+    return (grid.at(x0, top) * (1.0f - s) + grid.at(x1, top) * s) * (1.0f - t) +
+           (grid.at(x0, y1) * (1.0f - s) + grid.at(x1, y1) * s) * t;
+}
+
 /// cos^e, tabulated down to where it has fallen to 1e-4.
 class Lobe
 {
@@ -74,11 +87,11 @@ public:
 
     double getReach() const { return std::acos(cosEnd); }
     double getCosEnd() const { return cosEnd; }
-    /// Rows of texels that keep six of them across the lobe where it is half as high.
-    int getRows() const
+    /// Rows of texels that keep some of them across the lobe where it is half as high.
+    int getRows(int across) const
     {
         const double width = 2.0 * std::acos(std::exp2(-1.0 / exponent));
-        return int(std::ceil(6.0 * pi / width));
+        return int(std::ceil(across * pi / width));
     }
     float evaluate(float cosine) const
     {
@@ -176,7 +189,9 @@ bool znRTEnvironmentImages::buildStack(const znRTSampler2D& environment, znRTSam
     stack.clear();
     if (!environment.isValid() || slices < 2 || height < 2 || slices > 64 || height > 2048)
         return false;
-    constexpr int fewestRows = 32, mostRows = 512;
+    // Across a lobe: enough for sums over the source, and for linear mixes of the result.
+    constexpr int sourceAcross = 4, targetAcross = 8;
+    constexpr int fewestRows = 32, mostRows = 512, fewestTargetRows = 24;
     const int width = 2 * height;
     // The finest grid that any lobe needs; the others are made from it.
     const int finestRows = std::clamp(environment.height, height, std::max(height, mostRows));
@@ -192,14 +207,21 @@ bool znRTEnvironmentImages::buildStack(const znRTSampler2D& environment, znRTSam
     std::vector<znRTVector4f> texels(std::size_t(width) * height * slices);
     for (int slice = 0; slice < slices - 1; ++slice) {
         const Lobe lobe(std::exp2(16.0 * slice / (slices - 1)));
-        const int rows = std::clamp(lobe.getRows(), fewestRows, mostRows);
-        const Grid source = reduce(rows);
+        const Grid source = reduce(std::clamp(lobe.getRows(sourceAcross), fewestRows, mostRows));
         const Gather gather(source, lobe);
+        // Wide lobes leave nothing that a coarse grid would not hold.
+        const int rows = std::min(std::max(lobe.getRows(targetAcross), fewestTargetRows), height);
+        Grid blurred{2 * rows, rows, std::vector<znRTVector4f>(std::size_t(2) * rows * rows)};
+        tbb::parallel_for(0, rows, [&](int y) {
+            for (int x = 0; x < 2 * rows; ++x)
+                blurred.texels[std::size_t(y) * blurred.width + x] =
+                    gather.around(pi * (y + 0.5) / rows, pi * (x + 0.5) / rows);
+        });
         znRTVector4f* target = texels.data() + std::size_t(slice) * width * height;
         tbb::parallel_for(0, height, [&](int y) {
             for (int x = 0; x < width; ++x)
                 target[std::size_t(y) * width + x] =
-                    gather.around(pi * (y + 0.5) / height, 2.0 * pi * (x + 0.5) / width);
+                    mixed(blurred, (x + 0.5) / width, (y + 0.5) / height);
         });
     }
     const Grid sharp = reduce(height);

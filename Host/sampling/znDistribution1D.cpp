@@ -119,11 +119,23 @@ void znDistribution1DT<T>::setFunction(const T* f, int n, T* cdfStorage, int* st
 template <class T>
 void znDistribution1DT<T>::getCDFRange(T value, T& lower, T& upper, int& index) const
 {
-    const T* first = cdf + 1;
-    const T* last = cdf + count; // the cell found when value is 1 or above
-    const T* bound = value > T(0) ? std::lower_bound(first, last, std::min(value, T(1)))
-                                  : std::upper_bound(first, last, T(0));
-    index = int(bound - first);
+    const T* const begin = cdf + 1;
+    const T* const last = cdf + count; // the cell found when value is 1 or above
+    const T* bound;
+    if (value > T(0)) {
+        const T wanted = std::min(value, T(1));
+        // The start table names the neighbourhood, but for rounding of its steps.
+        const int k = std::min(int(wanted * T(startTableSize - 1)), startTableSize - 2);
+        const T* first = cdf + std::max(startTable[k], 1);
+        while (first > begin && first[-1] >= wanted)
+            --first;
+        const T* const end = cdf + std::min(startTable[k + 1] + 1, count);
+        bound = std::lower_bound(first, std::max(first, end), wanted);
+        while (bound < last && *bound < wanted)
+            ++bound;
+    } else
+        bound = std::upper_bound(begin, last, T(0));
+    index = int(bound - begin);
     lower = bound[-1];
     upper = bound[0];
 }

@@ -1,7 +1,7 @@
 #include "light/znRTEnvironmentMap.h"
 
-#include "brdf/lobeMath.h"
 #include "host/znRTTextureSampler.h"
+#include "light/polarImage.h"
 
 #include <algorithm>
 #include <cmath>
@@ -72,15 +72,28 @@ znRTColor znRTEnvironmentMap::at(float u, float v) const
     return correct({sum[0], sum[1], sum[2], 1.0f});
 }
 
+znRTColorPacket znRTEnvironmentMap::getCorrected(const znRTColorPacket& color,
+                                                 const znFloatType<2>& mask) const
+{
+    znRTColorPacket c = color;
+    if (isCorrected) {
+        const auto row = [&](int i) {
+            return maximum(color.r * matrix[0][i] + color.g * matrix[1][i] +
+                               color.b * matrix[2][i] + matrix[3][i],
+                           0.0f);
+        };
+        c = {row(0), row(1), row(2), 1.0f};
+    }
+    return znRTColorPacket(c.r * scale, c.g * scale, c.b * scale, 1.0f) & mask;
+}
+
 znRTColorPacket znRTEnvironmentMap::lookup(const znRTVector2fPacket& uv,
                                            const znFloatType<2>& mask) const
 {
-    znRTColorPacket color(0.0f);
-    const int lanes = sampler ? moveMask(mask) : 0;
-    for (int lane = 0; lane < 4; ++lane)
-        if ((lanes >> lane) & 1)
-            color.setComponent(lane, at(uv.x[lane], uv.y[lane]));
-    return {color.r * scale, color.g * scale, color.b * scale, color.a};
+    if (!sampler)
+        return znRTColorPacket(0.0f);
+    const znRTPolarPlaces places(uv, sampler->width, sampler->height);
+    return getCorrected(places.read(*sampler, 0, mask), mask);
 }
 
 float znRTEnvironmentMap::luminance(float u, float v) const

@@ -30,6 +30,8 @@ public:
     float luminance(float u, float v) const;
     /// A colour of the image as the lookup would show it.
     znRTColor getCorrected(const znRTColor& color) const;
+    /// The same for colours of lanes; 0 in lanes off the mask.
+    znRTColorPacket getCorrected(const znRTColorPacket& color, const znFloatType<2>& mask) const;
 
 private:
     znRTColor correct(const znRTColor& color) const;

@@ -54,7 +54,8 @@ bool znRTGeometryLight::update()
 
 bool znRTGeometryLight::readEmission()
 {
-    const znRTMaterial* const material = geometryNode->getActiveMaterial();
+    const znRTMaterial* material = geometryNode->getActiveMaterial();
+    material = material ? material->getFirstActiveMaterial() : nullptr;
     if (!material || !material->getHostMaterial())
         return false;
     const osg::MaterialPtr& host = material->getHostMaterial();

@@ -175,13 +175,39 @@ znRTColorPacket znRTInfiniteAreaLight::getIntensity(const znRTVector3fPacket& po
     return getIntensity(position, direction, uv, mask);
 }
 
-znRTColorPacket znRTInfiniteAreaLight::getIntensity(const znRTVector3fPacket& position,
+znRTColorPacket znRTInfiniteAreaLight::getIntensity(const znRTVector3fPacket&,
                                                     const znRTVector3fPacket& direction,
                                                     const znFloatType<2>& mask,
                                                     znFloatType<2>& pdf) const
 {
-    pdf = getPDF(position, direction, mask);
-    return getIntensity(position, direction, znRTVector2fPacket(0.0f, 0.0f), mask);
+    pdf = 0.0f;
+    return m_isOn ? infiniteShape->evaluateWithPdf(direction, mask, pdf) : znRTColorPacket(0.0f);
+}
+
+znRTColorPacket znRTInfiniteAreaLight::getDrawnIntensity(const znRTVector3fPacket& direction,
+                                                         const znRTVector2fPacket& uv,
+                                                         const znFloatType<2>& mask) const
+{
+    return m_isOn ? infiniteShape->evaluateDrawn(direction, uv, mask) : znRTColorPacket(0.0f);
+}
+
+znRTColorPacket znRTInfiniteAreaLight::getSeenIntensity(const znRTVector3fPacket& direction,
+                                                        const znFloatType<2>& mask) const
+{
+    return m_isOn ? infiniteShape->evaluateSeen(direction, mask) : znRTColorPacket(0.0f);
+}
+
+znRTColorPacket znRTInfiniteAreaLight::getFilteredIntensity(const znRTVector3fPacket& direction,
+                                                            const znFloatType<2>& level,
+                                                            const znFloatType<2>& mask) const
+{
+    return m_isOn ? infiniteShape->evaluateFiltered(direction, level, mask) : znRTColorPacket(0.0f);
+}
+
+void znRTInfiniteAreaLight::makeFiltered()
+{
+    if (m_isOn)
+        infiniteShape->makeFiltered();
 }
 
 float znRTInfiniteAreaLight::getPower() const

@@ -90,6 +90,22 @@ public:
     znRTColorPacket getIntensity(const znRTVector3fPacket& position,
                                  const znRTVector3fPacket& direction, const znFloatType<2>& mask,
                                  znFloatType<2>& pdf) const;
+    /// Radiance of a direction that getFullSphereSample has drawn, from its place in the image.
+    znRTColorPacket getDrawnIntensity(const znRTVector3fPacket& direction,
+                                      const znRTVector2fPacket& uv,
+                                      const znFloatType<2>& mask) const;
+    /// Radiance as somebody sees it who looks there. Beside getIntensity it has the parts that
+    /// lights of their own stand for.
+    znRTColorPacket getSeenIntensity(const znRTVector3fPacket& direction,
+                                     const znFloatType<2>& mask) const;
+    /// Mean radiance about a direction under a power lobe, for surfaces that do not sample.
+    /// @param level  lobeMath::environmentLevel of the lobe
+    znRTColorPacket getFilteredIntensity(const znRTVector3fPacket& direction,
+                                         const znFloatType<2>& level,
+                                         const znFloatType<2>& mask) const;
+    /// Between frames: makes what getFilteredIntensity reads, unless it is up to date. Without it
+    /// all lobes find the mean of all directions.
+    void makeFiltered();
     /// Lights that were taken out of the environment; empty unless it is set to use them.
     const znDynArray<znRTLight*>& getEnvironmentLights() const { return lights; }
 

@@ -51,6 +51,26 @@ public:
     virtual bool setAttributes(const osg::MaterialPtr& material) = 0;
     virtual znRTColor getAverageColor() const = 0;
 
+    /// Radiance of a direction that sample has drawn.
+    /// @param uv  place that came with the direction
+    virtual znRTColorPacket evaluateDrawn(const znRTVector3fPacket& direction,
+                                          const znRTVector2fPacket& uv,
+                                          const znFloatType<2>& mask) const = 0;
+    /// Radiance and density of a direction at once.
+    virtual znRTColorPacket evaluateWithPdf(const znRTVector3fPacket& direction,
+                                            const znFloatType<2>& mask,
+                                            znFloatType<2>& pdf) const = 0;
+    /// Radiance as somebody sees it who looks there: with what lights of their own stand for.
+    virtual znRTColorPacket evaluateSeen(const znRTVector3fPacket& direction,
+                                         const znFloatType<2>& mask) const = 0;
+    /// Mean radiance about a direction under a power lobe.
+    /// @param level  see znRTFilteredEnvironment; before makeFiltered the mean of all directions
+    virtual znRTColorPacket evaluateFiltered(const znRTVector3fPacket& direction,
+                                             const znFloatType<2>& level,
+                                             const znFloatType<2>& mask) const = 0;
+    /// Makes what evaluateFiltered reads, unless it is up to date.
+    virtual void makeFiltered() = 0;
+
     /// Samples per point in force: at least 1, and 1 below 4.
     unsigned getNumSamples() const { return numSamples; }
     bool isImportanceSampled() const { return isSampled; }

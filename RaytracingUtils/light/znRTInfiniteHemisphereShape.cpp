@@ -18,6 +18,12 @@ float photometricValue(const znRTColor& c)
     return 0.2125f * c.r + 0.7154f * c.g + 0.0721f * c.b;
 }
 
+void setColor(znRTEnvironmentMap& map, const znRTEnvironmentAttributes& record)
+{
+    map.setColor(record.useColorCorrection ? &record.colorCorrectionMatrix : nullptr,
+                 record.intensity * std::exp2(record.exposure));
+}
+
 } // namespace
 
 bool znRTInfiniteHemisphereShape::isValid() const
@@ -71,12 +77,19 @@ znFloatType<2> znRTInfiniteHemisphereShape::density(const znRTVector3fPacket& di
                                                     const znFloatType<2>& mask,
                                                     bool upperOnly) const
 {
+    return densityAt(direction, getCoordinates(direction), mask, upperOnly);
+}
+
+znFloatType<2> znRTInfiniteHemisphereShape::densityAt(const znRTVector3fPacket& direction,
+                                                      znRTVector2fPacket uv,
+                                                      const znFloatType<2>& mask,
+                                                      bool upperOnly) const
+{
     const znDistribution2D* const table = upperOnly ? m_upperHemisphereEnvCDF : m_fullEnvCDF;
     if (!table)
         return 0.0f;
     const znRTVector3fPacket local = toEnvironment(direction);
     const znFloatType<2> sine = squareRoot(local.x * local.x + local.y * local.y);
-    znRTVector2fPacket uv = getCoordinates(direction);
     znFloatType<2> inside = mask;
     if (upperOnly) {
         inside &= uv.y <= znFloatType<2>(0.5f);
@@ -97,6 +110,45 @@ znRTColorPacket znRTInfiniteHemisphereShape::evaluateAt(const znRTVector2fPacket
     return environmentSampler.lookup(uv, mask);
 }
 
+znRTColorPacket znRTInfiniteHemisphereShape::evaluateDrawn(const znRTVector3fPacket&,
+                                                           const znRTVector2fPacket& uv,
+                                                           const znFloatType<2>& mask) const
+{
+    return environmentSampler.lookup(uv, mask);
+}
+
+znRTColorPacket znRTInfiniteHemisphereShape::evaluateWithPdf(const znRTVector3fPacket& direction,
+                                                             const znFloatType<2>& mask,
+                                                             znFloatType<2>& pdf) const
+{
+    const znRTVector2fPacket uv = getCoordinates(direction);
+    pdf = densityAt(direction, uv, mask, false);
+    return environmentSampler.lookup(uv, mask);
+}
+
+znRTColorPacket znRTInfiniteHemisphereShape::evaluateSeen(const znRTVector3fPacket& direction,
+                                                          const znFloatType<2>& mask) const
+{
+    const znRTEnvironmentMap& map = seenMap.isValid() ? seenMap : environmentSampler;
+    return map.lookup(getCoordinates(direction), mask);
+}
+
+znRTColorPacket znRTInfiniteHemisphereShape::evaluateFiltered(const znRTVector3fPacket& direction,
+                                                              const znFloatType<2>& level,
+                                                              const znFloatType<2>& mask) const
+{
+    if (!filtered.isValid())
+        return znRTColorPacket(averageColor) & mask;
+    const znRTVector2fPacket uv = getCoordinates(direction);
+    return environmentSampler.getCorrected(filtered.lookup(uv, level, mask), mask);
+}
+
+void znRTInfiniteHemisphereShape::makeFiltered()
+{
+    if (!filtered.isValid() && shining && environmentSampler.isValid())
+        filtered.build(*shining);
+}
+
 bool znRTInfiniteHemisphereShape::setAttributes(const osg::MaterialPtr& material)
 {
     const auto environment = osg::FCPtr<osg::UEnvironmentMaterial>::dcast(material);
@@ -108,10 +160,22 @@ bool znRTInfiniteHemisphereShape::setAttributes(const osg::MaterialPtr& material
     const Source wanted{image ? image->getId() : 0, image ? image->getData() : nullptr,
                         image ? znRTMaterialSlots::getImageEpoch(image->getId()) : 0,
                         environment->getLayout(), sphere ? sphere->getGamma() : 1.0f};
-    const bool isNew = wanted != source;
+    std::vector<znRTExtractedPlace> places = extractedPlaces(*environment);
+    const bool isNew = wanted != source || places != extracted;
     source = wanted;
+    extracted = std::move(places);
     const znRTVector3f& mean = record.averageColor;
-    return setImage(record.environmentSampler, {mean.x, mean.y, mean.z, 1.0f}, record, isNew);
+    if (extracted.empty() || !record.environmentSampler) {
+        remainder.clear();
+        seenMap.setSampler(nullptr);
+        return setImage(record.environmentSampler, {mean.x, mean.y, mean.z, 1.0f}, record, isNew);
+    }
+    if (isNew || !remainder.isValid())
+        fillExtractedPlaces(*record.environmentSampler, extracted, remainder);
+    seenMap.setSampler(record.environmentSampler);
+    setColor(seenMap, record);
+    const znRTVector4f left = remainder.calculateSphereAverage();
+    return setImage(&remainder, {left.x, left.y, left.z, 1.0f}, record, isNew);
 }
 
 bool znRTInfiniteHemisphereShape::setImage(const znRTSampler2D* sampler, const znRTColor& mean,
@@ -121,8 +185,10 @@ bool znRTInfiniteHemisphereShape::setImage(const znRTSampler2D* sampler, const z
     const bool fits = environmentSampler.setSampler(sampler);
     if (sampler && !fits)
         std::printf("[znRTInfiniteHemisphereShape] Error, conversion failed\n");
-    environmentSampler.setColor(record.useColorCorrection ? &record.colorCorrectionMatrix : nullptr,
-                                record.intensity * std::exp2(record.exposure));
+    setColor(environmentSampler, record);
+    if (isNew || sampler != shining)
+        filtered.clear();
+    shining = fits ? sampler : nullptr;
     averageColor = environmentSampler.getCorrected(mean);
     averagePower = fits ? photometricValue(averageColor) * 4.0f * 3.1415927f : 0.0f;
 

@@ -3,6 +3,8 @@
 // Environment image as a source of light.
 
 #include "light/environmentTables.h"
+#include "light/extractedPlaces.h"
+#include "light/filteredEnvironment.h"
 #include "light/znRTEnvironmentMap.h"
 #include "light/znRTInfiniteBaseShape.h"
 
@@ -37,6 +39,16 @@ public:
     /// Makes the tables anew when the image is another one.
     bool setAttributes(const osg::MaterialPtr& material) override;
     znRTColor getAverageColor() const override { return averageColor; }
+    znRTColorPacket evaluateDrawn(const znRTVector3fPacket& direction, const znRTVector2fPacket& uv,
+                                  const znFloatType<2>& mask) const override;
+    znRTColorPacket evaluateWithPdf(const znRTVector3fPacket& direction, const znFloatType<2>& mask,
+                                    znFloatType<2>& pdf) const override;
+    znRTColorPacket evaluateSeen(const znRTVector3fPacket& direction,
+                                 const znFloatType<2>& mask) const override;
+    znRTColorPacket evaluateFiltered(const znRTVector3fPacket& direction,
+                                     const znFloatType<2>& level,
+                                     const znFloatType<2>& mask) const override;
+    void makeFiltered() override;
 
     /// Takes an image that is already as lookups need it, for models of skies.
     /// @param isNew  the pixels differ from those of the last call
@@ -67,10 +79,19 @@ private:
 
     znFloatType<2> toSolidAngle(const znFloatType<2>& areaPdf, const znFloatType<2>& sine,
                                 bool upperOnly) const;
+    /// Density at a place in the image.
+    znFloatType<2> densityAt(const znRTVector3fPacket& direction, znRTVector2fPacket uv,
+                             const znFloatType<2>& mask, bool upperOnly) const;
     void makeTables();
 
-    znRTEnvironmentMap environmentSampler;
+    znRTEnvironmentMap environmentSampler; ///< what shines
     Source source;
+    // Parts of the image that lights of their own stand for, and the image without them.
+    std::vector<znRTExtractedPlace> extracted;
+    znRTSampler2D remainder;
+    znRTEnvironmentMap seenMap; ///< the whole image, while some of it is extracted
+    const znRTSampler2D* shining = nullptr;
+    znRTFilteredEnvironment filtered;
     znMatrix4x4 tableCorrection; ///< that the tables were made with
     bool tableIsCorrected = false;
     znRTColor averageColor{0.0f, 0.0f, 0.0f};

@@ -142,10 +142,10 @@ void znRTInfiniteSunSkyShape::setSun(const znRTColor& color, const znRTVector3f&
                                      float scale)
 {
     sunColor = color;
-    sunScale = scale;
     sunDirection = direction.getNormalized();
     sunWorld = toWorld(znRTVector3fPacket(sunDirection));
-    sunPower = luminanceOf(color) * s_sunSolidAngle * scale * scale;
+    sunSolidAngle = s_sunSolidAngle * scale * scale;
+    sunPower = luminanceOf(color) * sunSolidAngle;
     const float total = getPower();
     pSun = total > 0.0f ? sunPower / total : 0.0f;
     pSky = 1.0f - pSun;
@@ -181,10 +181,15 @@ znRTVector3fPacket znRTInfiniteSunSkyShape::drawSun(const znRTVector2fPacket& u)
 znFloatType<2> znRTInfiniteSunSkyShape::density(const znRTVector3fPacket& direction,
                                                 const znFloatType<2>& mask, bool upperOnly) const
 {
-    znFloatType<2> sum = sky.density(direction, mask, upperOnly) * pSky;
-    if (pSun > 0.0f)
-        sum += znFloatType<2>(pSun / (lobeMath::twoPi * coneHeight)) & isOnSun(direction) & mask;
-    return sum;
+    return sky.density(direction, mask, upperOnly) * pSky + sunDensity(direction, mask);
+}
+
+znFloatType<2> znRTInfiniteSunSkyShape::sunDensity(const znRTVector3fPacket& direction,
+                                                   const znFloatType<2>& mask) const
+{
+    if (!(pSun > 0.0f))
+        return 0.0f;
+    return znFloatType<2>(pSun / (lobeMath::twoPi * coneHeight)) & isOnSun(direction) & mask;
 }
 
 znFloatType<2> znRTInfiniteSunSkyShape::sample(const znRTVector2fPacket& u,
@@ -214,15 +219,55 @@ znFloatType<2> znRTInfiniteSunSkyShape::pdf(const znRTVector3fPacket& direction,
     return density(direction, mask, false);
 }
 
+znRTColorPacket znRTInfiniteSunSkyShape::lookupSun(const znRTVector3fPacket& direction,
+                                                   const znFloatType<2>& mask) const
+{
+    return znRTColorPacket(sunColor) & mask & isOnSun(direction);
+}
+
+namespace {
+
+/// Alpha stays.
+znRTColorPacket withSun(const znRTColorPacket& sky, const znRTColorPacket& sun)
+{
+    return {sky.r + sun.r, sky.g + sun.g, sky.b + sun.b, sky.a};
+}
+
+} // namespace
+
 znRTColorPacket znRTInfiniteSunSkyShape::evaluate(const znRTVector3fPacket& direction,
                                                   const znFloatType<2>& mask) const
 {
-    znRTColorPacket color = sky.evaluate(direction, mask);
-    const znFloatType<2> onSun = mask & isOnSun(direction);
-    color.r += znFloatType<2>(sunColor.r) & onSun;
-    color.g += znFloatType<2>(sunColor.g) & onSun;
-    color.b += znFloatType<2>(sunColor.b) & onSun;
-    return color;
+    return withSun(sky.evaluate(direction, mask), lookupSun(direction, mask));
+}
+
+znRTColorPacket znRTInfiniteSunSkyShape::evaluateDrawn(const znRTVector3fPacket& direction,
+                                                       const znRTVector2fPacket& uv,
+                                                       const znFloatType<2>& mask) const
+{
+    return withSun(sky.evaluateAt(uv, mask), lookupSun(direction, mask));
+}
+
+znRTColorPacket znRTInfiniteSunSkyShape::evaluateWithPdf(const znRTVector3fPacket& direction,
+                                                         const znFloatType<2>& mask,
+                                                         znFloatType<2>& pdf) const
+{
+    const znRTColorPacket ofSky = sky.evaluateWithPdf(direction, mask, pdf);
+    pdf = pdf * pSky + sunDensity(direction, mask);
+    return withSun(ofSky, lookupSun(direction, mask));
+}
+
+/// The lobe's share of the disk, which is small beside the lobe or fills it.
+znRTColorPacket znRTInfiniteSunSkyShape::evaluateFiltered(const znRTVector3fPacket& direction,
+                                                          const znFloatType<2>& level,
+                                                          const znFloatType<2>& mask) const
+{
+    const znRTColorPacket ofSky = sky.evaluateFiltered(direction, level, mask);
+    const znFloatType<2> exponent = znRTFilteredEnvironment::getExponent(level);
+    const znFloatType<2> cosine = clamp01(dot(direction, sunWorld));
+    const znFloatType<2> norm =
+        minimum((exponent + 1.0f) * (lobeMath::invTwoPi * sunSolidAngle), 1.0f);
+    return withSun(ofSky, (znRTColorPacket(sunColor) * (norm * pow(cosine, exponent))) & mask);
 }
 
 znRTColorPacket znRTInfiniteSunSkyShape::evaluateAt(const znRTVector2fPacket& uv,
@@ -237,7 +282,7 @@ znRTColorPacket znRTInfiniteSunSkyShape::evaluateAt(const znRTVector2fPacket& uv
 znRTColor znRTInfiniteSunSkyShape::getAverageColor() const
 {
     const znRTColor skyColor = sky.getAverageColor();
-    const float share = s_sunSolidAngle * sunScale * sunScale / (4.0f * lobeMath::pi);
+    const float share = sunSolidAngle / (4.0f * lobeMath::pi);
     return {skyColor.r + sunColor.r * share, skyColor.g + sunColor.g * share,
             skyColor.b + sunColor.b * share, 1.0f};
 }

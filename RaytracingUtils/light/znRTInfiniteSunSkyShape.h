@@ -34,6 +34,19 @@ public:
     float getPower() const override { return sky.getPower() + sunPower; }
     bool setAttributes(const osg::MaterialPtr& material) override;
     znRTColor getAverageColor() const override;
+    znRTColorPacket evaluateDrawn(const znRTVector3fPacket& direction, const znRTVector2fPacket& uv,
+                                  const znFloatType<2>& mask) const override;
+    znRTColorPacket evaluateWithPdf(const znRTVector3fPacket& direction, const znFloatType<2>& mask,
+                                    znFloatType<2>& pdf) const override;
+    znRTColorPacket evaluateSeen(const znRTVector3fPacket& direction,
+                                 const znFloatType<2>& mask) const override
+    {
+        return evaluate(direction, mask);
+    }
+    znRTColorPacket evaluateFiltered(const znRTVector3fPacket& direction,
+                                     const znFloatType<2>& level,
+                                     const znFloatType<2>& mask) const override;
+    void makeFiltered() override { sky.makeFiltered(); }
 
     /// Sets the sun apart from a material, for a given sky.
     /// @param color      radiance of the disk
@@ -43,6 +56,9 @@ public:
 
     /// Lanes of directions that lead to the disk.
     znFloatType<2> isOnSun(const znRTVector3fPacket& direction) const;
+    /// Radiance of the disk in the lanes that look at it, 0 in all others.
+    znRTColorPacket lookupSun(const znRTVector3fPacket& direction,
+                              const znFloatType<2>& mask) const;
     float getSunProbability() const { return pSun; }
     float getSunPower() const { return sunPower; }
     float getCosSunCone() const { return cosSunCone; }
@@ -64,6 +80,9 @@ private:
     /// Density of the mixture of sun and sky.
     znFloatType<2> density(const znRTVector3fPacket& direction, const znFloatType<2>& mask,
                            bool upperOnly) const;
+    /// The sun's part of it.
+    znFloatType<2> sunDensity(const znRTVector3fPacket& direction,
+                              const znFloatType<2>& mask) const;
 
     znRTInfiniteHemisphereShape sky;
     bool hasSky = false;
@@ -74,7 +93,7 @@ private:
     float sunPower = 0.0f;
     znRTVector3f sunDirection{0.0f, 0.0f, 1.0f}; ///< in the environment's frame
     znRTVector3fPacket sunWorld{0.0f, 0.0f, 1.0f};
-    float sunScale = 1.0f;
+    float sunSolidAngle = s_sunSolidAngle;
     float pSky = 1.0f, pSun = 0.0f;
     float cosSunCone = 1.0f;
     float coneHeight = 0.0f; ///< 1 - cosine of the cone, which the float cosine has no digits for
