@@ -110,12 +110,6 @@ void znRTMaterial::deriveQuality(const SettingsStamp& selected, bool environment
     state.environmentQualityOverride = environmentIsOverridden;
 }
 
-void znRTMaterial::updateEnvironmentLight()
-{
-    // A material's own environment takes the scene's place once environments are lights.
-    environmentLight = s_environmentLight;
-}
-
 bool znRTMaterial::isTransparent() const
 {
     return commonAttributes && (commonAttributes->transparent || commonAttributes->cutoutActive);
@@ -141,4 +135,20 @@ znRTColorPacket znRTMaterial::useBaking(const znRTColorPacket& a, const znRTColo
                                         const znRTDataBlockPacket& data) const
 {
     return materialState.useBaking ? select(data.bakedColor.a, b, a) : a;
+}
+
+void znRTMaterial::takeOver(const znRTMaterial& other)
+{
+    commonAttributes = other.commonAttributes;
+    materialState = other.materialState;
+    for (int i = 0; i < 4; ++i)
+        materialIDColor[i] = other.materialIDColor[i];
+    environmentF0 = other.environmentF0;
+    environmentFresnelScale = other.environmentFresnelScale;
+    occlusionSamplesInteractive = other.occlusionSamplesInteractive;
+    occlusionSamplesStill = other.occlusionSamplesStill;
+    needsConsistentTangents = other.needsConsistentTangents;
+    photonTarget = other.photonTarget;
+    version = other.version;
+    stamp = other.stamp;
 }

@@ -182,6 +182,18 @@ private:
 
 } // namespace
 
+void evaluateLights(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
+                    const znRTDifferentialGeometry& dg, const znRTLobeSet& lobes,
+                    const znRTVector3fPacket& wo, const znFloatType<2>& mask,
+                    const znRTShadingState& state, const znDynArray<znRTLight*>& lights,
+                    znRTColorPacket& diffuse, znRTColorPacket& glossy)
+{
+    Estimate estimate(ray, data, dg, lobes, wo, mask, state);
+    estimate.addAll(lights);
+    diffuse = estimate.diffuse;
+    glossy = estimate.glossy;
+}
+
 void evaluateDirectLighting(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
                             const znRTDifferentialGeometry& dg, const znRTLobeSet& lobes,
                             const znRTVector3fPacket& wo, const znFloatType<2>& mask,

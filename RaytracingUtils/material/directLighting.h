@@ -9,13 +9,23 @@
 // them by who writes the result.
 
 #include "brdf/znRTLobeSet.h"
+#include "core/znDynArray.h"
 
 class znRTDataBlockPacket;
+class znRTLight;
 class znRTMaterial;
 class znRTRayDifferentialPacket;
 class znRTShadingState;
 
-/// Adds up all lights, or in scenes of many lights a few that are drawn by their power.
+/// All lights of a list.
+/// @param diffuse, glossy  as evaluateDirectLighting has them
+void evaluateLights(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
+                    const znRTDifferentialGeometry& dg, const znRTLobeSet& lobes,
+                    const znRTVector3fPacket& wo, const znFloatType<2>& mask,
+                    const znRTShadingState& state, const znDynArray<znRTLight*>& lights,
+                    znRTColorPacket& diffuse, znRTColorPacket& glossy);
+/// Adds up all lights of the scene, or in scenes of many lights a few that are drawn by their
+/// power.
 /// @param dg       position and normals of the hits, on the side that is lit
 /// @param wo       unit, world space, toward the viewer
 /// @param diffuse  output: light on the diffuse lobes, and on transmitting ones; 0 outside mask

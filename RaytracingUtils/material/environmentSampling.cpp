@@ -8,12 +8,41 @@
 
 namespace {
 
+/// A lobe, or several with one density, that directions are drawn from.
+struct Technique
+{
+    const znRTBRDF* lobe;
+    const znRTONB* onb;
+    znFloatType<2> mask;
+    znRTVector3fPacket wo; ///< in the frame
+};
+
+/// Light of one direction on both kinds of lobes.
+struct Split
+{
+    znRTColorPacket diffuse{0.0f}, glossy{0.0f};
+
+    void add(const znRTColorPacket& onDiffuse, const znRTColorPacket& onGlossy,
+             const znFloatType<2>& lanes)
+    {
+        diffuse += onDiffuse & lanes;
+        glossy += onGlossy & lanes;
+    }
+};
+
 class EnvironmentEstimate
 {
 public:
     EnvironmentEstimate(const znRTLitHit& newHit, const znRTInfiniteAreaLight& newLight)
-        : hit(newHit), light(newLight), diffuse(0.0f), glossy(0.0f)
+        : hit(newHit), light(newLight)
     {
+        if (hit.lobes.mixture) {
+            add(*hit.lobes.mixture, *hit.lobes.begin()->onb, hit.mask);
+            return;
+        }
+        for (const znRTLobeSet::Entry& entry : hit.lobes)
+            if (!entry.lobe->isDelta())
+                add(*entry.lobe, *entry.onb, hit.mask & entry.mask);
     }
 
     /// A direction from the environment, on all lobes.
@@ -25,79 +54,89 @@ public:
         const znFloatType<2> lanes = hit.mask & (lightPdf > znFloatType<2>(0.0f));
         if (!anyLane(lanes))
             return;
-        const znRTColorPacket radiance = radianceFrom(wi, lanes);
-        znRTColorPacket onDiffuse(0.0f), onGlossy(0.0f);
-        for (const znRTLobeSet::Entry& entry : hit.lobes) {
-            if (entry.lobe->isDelta())
-                continue;
+        Split split;
+        for (const Technique* t = begin(); t != end(); ++t) {
             znFloatType<2> lobePdf;
-            const znRTColorPacket value = reflected(entry, wi, lobePdf);
+            const Split reflected = reflect(*t, wi, lobePdf);
             const znFloatType<2> weight = light.getMISWeight(lightPdf, lobePdf);
-            (isGlossy(entry) ? onGlossy : onDiffuse) +=
-                (value * radiance * weight) & lanes & entry.mask;
+            split.add(reflected.diffuse * weight, reflected.glossy * weight, lanes & t->mask);
         }
-        addShadowed(wi, onDiffuse, onGlossy);
+        const znFloatType<2> lit = brightLanes(split);
+        if (anyLane(lit))
+            addShadowed(wi, split, light.getDrawnIntensity(wi, uv, lit));
     }
 
-    /// A direction from one lobe, on that lobe.
-    void addFromLobe(const znRTLobeSet::Entry& entry, const znRTVector2fPacket& u)
+    /// A direction from the lobes of a technique, on these lobes.
+    void addFromLobes(const Technique& t, const znRTVector2fPacket& u)
     {
-        const znFloatType<2> wanted = hit.mask & entry.mask;
-        if (entry.lobe->isDelta() || !anyLane(wanted))
+        if (!anyLane(t.mask))
             return;
         znRTVector3fPacket local;
-        const znFloatType<2> drawn =
-            entry.lobe->sample(u, entry.onb->toLocal(hit.wo), hit.dg, local);
-        const znRTVector3fPacket wi = entry.onb->toWorld(local);
-        znFloatType<2> lobePdf;
-        const znRTColorPacket value = reflected(entry, wi, lobePdf);
-        const znFloatType<2> lanes = wanted & drawn & (lobePdf > znFloatType<2>(0.0f));
+        znFloatType<2> drawn;
+        t.lobe->sample(u, t.wo, hit.dg, local, drawn);
+        const znRTVector3fPacket wi = t.onb->toWorld(local);
+        znFloatType<2> lobePdf, lightPdf;
+        const Split reflected = reflectLocal(t, local, lobePdf);
+        const znFloatType<2> lanes = t.mask & drawn & (lobePdf > znFloatType<2>(0.0f));
         if (!anyLane(lanes))
             return;
-        const znFloatType<2> weight =
-            light.getMISWeight(lobePdf, light.getPDF(hit.dg.position, wi, lanes));
-        const znRTColorPacket sum = (value * radianceFrom(wi, lanes) * weight) & lanes;
-        const znRTColorPacket none(0.0f);
-        isGlossy(entry) ? addShadowed(wi, none, sum) : addShadowed(wi, sum, none);
+        const znRTColorPacket radiance = light.getIntensity(hit.dg.position, wi, lanes, lightPdf);
+        const znFloatType<2> weight = light.getMISWeight(lobePdf, lightPdf);
+        Split split;
+        split.add(reflected.diffuse * weight, reflected.glossy * weight, lanes);
+        addShadowed(wi, split, radiance);
     }
 
-    const znRTLitHit& hit;
-    const znRTInfiniteAreaLight& light;
-    znRTColorPacket diffuse, glossy;
+    const Technique* begin() const { return techniques; }
+    const Technique* end() const { return techniques + count; }
+
+    Split sum;
 
 private:
-    static bool isGlossy(const znRTLobeSet::Entry& entry)
+    void add(const znRTBRDF& lobe, const znRTONB& onb, const znFloatType<2>& mask)
     {
-        return entry.lobe->isSelected(lobeType::glossy);
+        techniques[count++] = {&lobe, &onb, mask, onb.toLocal(hit.wo)};
     }
 
-    znRTColorPacket radianceFrom(const znRTVector3fPacket& wi, const znFloatType<2>& lanes) const
+    static znFloatType<2> brightLanes(const Split& split)
     {
-        return light.getIntensity(hit.dg.position, wi, znRTVector2fPacket(0.0f, 0.0f), lanes);
+        return maximum(split.diffuse.getMax(), split.glossy.getMax()) > znFloatType<2>(0.0f);
     }
 
-    /// Value of a lobe times the cosine at the surface.
-    znRTColorPacket reflected(const znRTLobeSet::Entry& entry, const znRTVector3fPacket& wi,
-                              znFloatType<2>& pdf) const
+    Split reflect(const Technique& t, const znRTVector3fPacket& wi, znFloatType<2>& pdf) const
     {
-        const znRTVector3fPacket local = entry.onb->toLocal(wi);
-        return entry.lobe->evaluate(entry.onb->toLocal(hit.wo), local, hit.dg, pdf) *
-               maximum(local.z, 0.0f);
+        return reflectLocal(t, t.onb->toLocal(wi), pdf);
     }
 
-    void addShadowed(const znRTVector3fPacket& wi, const znRTColorPacket& onDiffuse,
-                     const znRTColorPacket& onGlossy)
+    /// Values of the lobes times the cosine at the surface.
+    Split reflectLocal(const Technique& t, const znRTVector3fPacket& local,
+                       znFloatType<2>& pdf) const
     {
-        const znFloatType<2> lit =
-            maximum(onDiffuse.getMax(), onGlossy.getMax()) > znFloatType<2>(0.0f);
+        Split split;
+        t.lobe->evaluateSplit(t.wo, local, hit.dg, split.diffuse, split.glossy, pdf);
+        const znFloatType<2> cosine = maximum(local.z, 0.0f);
+        split.diffuse *= cosine;
+        split.glossy *= cosine;
+        return split;
+    }
+
+    void addShadowed(const znRTVector3fPacket& wi, Split split, const znRTColorPacket& radiance)
+    {
+        split.diffuse *= radiance;
+        split.glossy *= radiance;
+        const znFloatType<2> lit = brightLanes(split);
         if (!anyLane(lit))
             return;
         const znRTColorPacket passed = znRTLight::getEnvironmentShadowFactor(
             hit.ray, shadowOrigin(hit.data, hit.dg, wi), wi, 0.0f, lit, light.getShadowIntensity(),
             hit.state, int(rayType::environmentShadow));
-        diffuse += (onDiffuse * passed) & lit;
-        glossy += (onGlossy * passed) & lit;
+        sum.add(split.diffuse * passed, split.glossy * passed, lit);
     }
+
+    const znRTLitHit& hit;
+    const znRTInfiniteAreaLight& light;
+    Technique techniques[znRTLobeSet::capacity];
+    int count = 0;
 };
 
 } // namespace
@@ -111,10 +150,10 @@ void sampleEnvironment(const znRTLitHit& hit, const znRTInfiniteAreaLight& light
         estimate.addFromLight(drawPair(hit.state, RandomDecision::environment, samples, i, lanes));
         const znRTVector2fPacket u =
             drawPair(hit.state, RandomDecision::lobeSample, samples, i, lanes);
-        for (const znRTLobeSet::Entry& entry : hit.lobes)
-            estimate.addFromLobe(entry, u);
+        for (const Technique& technique : estimate)
+            estimate.addFromLobes(technique, u);
     }
-    diffuse = estimate.diffuse * (1.0f / float(samples));
-    glossy = estimate.glossy * (1.0f / float(samples));
+    diffuse = estimate.sum.diffuse * (1.0f / float(samples));
+    glossy = estimate.sum.glossy * (1.0f / float(samples));
     diffuse.a = glossy.a = 0.0f;
 }

@@ -11,8 +11,10 @@
 #include "material/znRTPlasticMaterial.h"
 #include "material/znRTReflectivePlasticMaterial.h"
 #include "material/znRTSimpleMaterial.h"
+#include "material/znRTSkylightMaterial.h"
 #include "material/znRTSphereEnvironmentMaterial.h"
 #include "material/znRTSubstanceMaterial.h"
+#include "material/znRTSwitchMaterial.h"
 #include "material/znRTTriplanarMaterial.h"
 
 #include <iterator>
@@ -101,12 +103,12 @@ const MaterialRow materialTable[] = {
     substituted<osg::UXrayMaterial, Plain>("znRTXRayMaterial"),
     substituted<osg::UVolumeScatterMaterial, Dummy>("znRTVolumeScatterMaterial"),
     substituted<osg::ULightPortalMaterial, Dummy>("znRTLightPortalMaterial"),
-    row<osg::USkylightMaterial, znRTSphereEnvironmentMaterial>(),
+    row<osg::USkylightMaterial, znRTSkylightMaterial>(),
     row<osg::USphereEnvironmentMaterial, znRTSphereEnvironmentMaterial>(),
     substituted<osg::ULayeredMaterial, Dummy>("znRTLayeredMaterial"),
     row<osg::ULightMaterial, znRTLightMaterial>(),
     substituted<osg::UXRiteMeasuredMaterial, Dummy>("znRTXRiteMeasuredMaterial"),
-    substituted<osg::SwitchMaterial, Dummy>("znRTSwitchMaterial"),
+    row<osg::SwitchMaterial, znRTSwitchMaterial>(),
     substituted<osg::MultiPassMaterial, Dummy>("znRTMultipassMaterial"),
     row<osg::SimpleMaterial, znRTSimpleMaterial>(),
     row<osg::ChunkMaterial, znRTChunkMaterial>(),

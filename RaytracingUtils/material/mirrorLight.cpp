@@ -69,10 +69,10 @@ void mirrorDifferentials(const znRTLitHit& hit, const znRTVector3fPacket& normal
 znRTColorPacket surroundings(const znRTLitHit& hit, const znRTVector3fPacket& direction,
                              const znFloatType<2>& lanes)
 {
-    const znRTInfiniteAreaLight* const light = znRTMaterial::s_environmentLight;
+    const znRTInfiniteAreaLight* const light = hit.material.getEnvironmentLight();
     if (!light || !light->isOn())
         return znRTRenderUtils::s_backgroundColor & lanes;
-    return light->getIntensity(hit.dg.position, direction, znRTVector2fPacket(0.0f, 0.0f), lanes);
+    return light->getSeenIntensity(direction, lanes);
 }
 
 } // namespace

@@ -35,7 +35,15 @@ void evaluateEnvironmentIllumination(const znRTLitHit& hit, const znRTColorPacke
 /// Lights that stand for the brightest parts of an environment; added to what is there.
 void evaluateEnvironmentLights(const znRTLitHit& hit, znRTColorPacket& diffuse,
                                znRTColorPacket& glossy);
-/// Share of the environment that is not hidden, 1 open.
+/// Share of white surroundings that is not hidden from the side of the normals, 1 open; what
+/// transparent surfaces let through counts. Rays reach as far as the range of ambient occlusion.
+/// @param quality  rays per point; below 4 one
+/// @return alpha 1; 0 in lanes off the mask
+znRTColorPacket evaluateOcclusion(const znRTRayDifferentialPacket& ray,
+                                  const znRTDataBlockPacket& data,
+                                  const znRTDifferentialGeometry& dg, int quality,
+                                  const znFloatType<2>& mask, const znRTShadingState& state);
+/// The same at a hit, with the quality of the environment.
 znRTColorPacket evaluateOcclusion(const znRTLitHit& hit);
 /// Light that measured rays bring directly, added to an emission.
 void evaluateRayLightPhotons(const znRTDataBlockPacket& data, const znFloatType<2>& mask,

@@ -11,6 +11,7 @@
 #include "light/znRTLight.h"
 #include "material/mirrorLight.h"
 #include "material/shadePipeline.h"
+#include "material/surroundingLight.h"
 #include "render/notAvailable.h"
 #include "render/znRTMultilayerFragment.h"
 
@@ -46,6 +47,10 @@ void znRTBRDFMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBlock
                              znRTMultilayerFragment& fragment, const znFloatType<2>& mask,
                              znRTShadingState& state) const
 {
+    // The layer of occlusion is on its own: nothing else changes when somebody asks for it.
+    if (s_enableOcclusionPass && getOcclusionSamples() >= 1 && state.counterC == 0)
+        fragment.updateOcclusionColor(
+            evaluateOcclusion(ray, data, data.dg, getOcclusionSamples(), mask, state), mask);
     shade(ray, data, static_cast<znRTFragment&>(fragment), mask, state);
 }
 
@@ -97,6 +102,10 @@ void znRTBRDFMaterial::scaleOpacity(float share)
 void znRTBRDFMaterial::readOcclusion(const znRTBRDFMaterialAttributes& attributes)
 {
     const osg::Vec4f& tint = attributes.occlusionColor;
+    environmentF0 = attributes.environmentF0;
+    environmentFresnelScale = attributes.environmentFresnelScale;
+    occlusionSamplesInteractive = int(attributes.occlusionSamplesInteractive);
+    occlusionSamplesStill = int(attributes.occlusionSamplesStill);
     occlusionIntensity = attributes.occlusionIntensity;
     occlusionColor = {tint[0], tint[1], tint[2], tint[3]};
 }
@@ -212,11 +221,16 @@ znRTAlphaSplit znRTBRDFMaterial::handleTransparency(const znRTRayDifferentialPac
     return split;
 }
 
+znFloatType<2> znRTBRDFMaterial::getAmbientOcclusion(const znRTDataBlockPacket& data) const
+{
+    return data.bakedIrradiance.a * occlusionIntensity;
+}
+
 znRTColorPacket znRTBRDFMaterial::getEnvironmentOcclusion(const znRTDataBlockPacket& data) const
 {
     if (materialState.sampleEnvironment)
         return znRTColorPacket(1.0f);
-    const znFloatType<2> occlusion = data.bakedIrradiance.a * occlusionIntensity;
+    const znFloatType<2> occlusion = getAmbientOcclusion(data);
     const auto channel = [&](float tint) {
         return znFloatType<2>(1.0f) - occlusion * (1.0f - tint);
     };

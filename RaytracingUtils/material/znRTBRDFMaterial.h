@@ -61,6 +61,8 @@ public:
     /// the surface.
     void bendNormal(const znRTRayDifferentialPacket& ray, znRTHitSurface& hit,
                     const znFloatType<2>& mask) const;
+    /// Occlusion in the vertices as the material counts it, 0 open.
+    znFloatType<2> getAmbientOcclusion(const znRTDataBlockPacket& data) const;
     /// Share of the environment at the hits by the occlusion in the vertices, per channel; 1 where
     /// the environment is sampled.
     znRTColorPacket getEnvironmentOcclusion(const znRTDataBlockPacket& data) const;

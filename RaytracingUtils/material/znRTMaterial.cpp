@@ -2,6 +2,7 @@
 
 #include "host/osg/Material.h"
 #include "host/znRTRaytracingSettings.h"
+#include "material/ownEnvironmentHolders.h"
 #include "render/znRTMultilayerFragment.h"
 
 #include <algorithm>
@@ -19,7 +20,10 @@ znRTMaterial::znRTMaterial(const znRTTypeId& typeId, const osg::MaterialPtr& mat
 {
 }
 
-znRTMaterial::~znRTMaterial() = default;
+znRTMaterial::~znRTMaterial()
+{
+    ownEnvironmentHolders::remove(*this);
+}
 
 znRTColorPacket znRTMaterial::getMaterialIDColor() const
 {

@@ -19,7 +19,9 @@
 #include "host/znAligned.h"
 #include "host/znRTMaterialState.h"
 #include "host/znRTNode.h"
+#include "host/znRTRaytracingSettings.h"
 #include "material/analyticShading.h"
+#include "material/ownEnvironment.h"
 #include "texture/znRTCleanSurface.h"
 
 #include <memory>
@@ -138,6 +140,9 @@ public:
                                          znRTDataBlockPacket& data, const znFloatType<2>& mask,
                                          const znRTShadingState& state) const;
 
+    /// Finds the light of the own environment in the current scene.
+    virtual void updateEnvironmentLight();
+
     // Kinds that geometry nodes treat apart.
 
     /// Surfaces of an environment: kept in a tree of their own, and hidden from camera and
@@ -156,6 +161,30 @@ public:
     /// Samples of indirect light and of the environment per point; 0 is none.
     int getIndirectQuality() const { return stamp.indirect; }
     int getEnvironmentQuality() const { return stamp.environment; }
+    /// The environment that lights the surface: its own, or else the scene's; null without.
+    const znRTInfiniteAreaLight* getEnvironmentLight() const
+    {
+        return environment.isOwn ? environment.light : s_environmentLight;
+    }
+    /// Reflectance at normal incidence in environments that are looked up, of lobes without a
+    /// Fresnel term; and the factor on the share that diffuse light loses to the reflection.
+    float getEnvironmentF0() const { return environmentF0; }
+    float getEnvironmentFresnelScale() const { return environmentFresnelScale; }
+    /// Rays that look for what hides the environment, per point; for the layer of occlusion the
+    /// material may ask for none.
+    int getOcclusionSamples() const
+    {
+        return znRTRaytracingSettings::isStillFrame() ? occlusionSamplesStill
+                                                      : occlusionSamplesInteractive;
+    }
+    /// Container of the environment that lights this material alone; null without.
+    osg::MaterialPtr getOwnEnvironment() const;
+    /// Between frames, before a light goes.
+    void forgetEnvironmentLight(const znRTInfiniteAreaLight* light)
+    {
+        if (environment.light == light)
+            environment.light = nullptr;
+    }
     /// The lobe of what goes straight on.
     const znRTPassThroughBTDF& getPassThroughLobe() const { return analytic.passThrough; }
     const znRTCommonAttributes* getCommonMaterialAttributes() const { return commonAttributes; }
@@ -190,8 +219,8 @@ protected:
     /// counts.
     /// @return true when lobes and colours have to be read again
     bool setRaytracingCommonSettings(znRTCommonAttributes& attributes);
-    /// The environment that lights the surface.
-    void updateEnvironmentLight();
+    /// Becomes what another material is to those who ask: record, state and switches.
+    void takeOver(const znRTMaterial& other);
 
     /// What the lobes depend on of the settings, as selected for the quality of the frame.
     struct SettingsStamp
@@ -205,7 +234,9 @@ protected:
     znRTCommonAttributes* commonAttributes = nullptr; ///< record of the host; null without
     znRTAnalyticShading analytic;
     znRTOwnStructure surfaceStructure;
-    const znRTInfiniteAreaLight* environmentLight = nullptr;
+    znRTOwnEnvironment environment;
+    float environmentF0 = 1.0f, environmentFresnelScale = 0.0f;
+    int occlusionSamplesInteractive = 0, occlusionSamplesStill = 0;
     float materialIDColor[4] = {0.0f, 0.0f, 0.0f, 1.0f};
     znRTMaterialState materialState;
     bool needsConsistentTangents = false;

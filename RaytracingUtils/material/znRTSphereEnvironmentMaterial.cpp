@@ -5,7 +5,8 @@
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTRayPacket.h"
 #include "host/osg/Materials.h"
-#include "light/znRTLight.h"
+#include "host/osg/materials/znRTMaterialSlots.h"
+#include "light/znRTInfiniteAreaLight.h"
 #include "render/znRTFragment.h"
 #include "render/znRTRenderUtils.h"
 
@@ -21,9 +22,15 @@ static_assert(stochasticRays == 0xF0000);
 } // namespace
 
 znRTSphereEnvironmentMaterial::znRTSphereEnvironmentMaterial(const osg::MaterialPtr& material)
-    : znRTMaterial(id, material)
+    : znRTSphereEnvironmentMaterial(id, material)
 {
-    update();
+}
+
+znRTSphereEnvironmentMaterial::znRTSphereEnvironmentMaterial(const znRTTypeId& typeId,
+                                                             const osg::MaterialPtr& material)
+    : znRTMaterial(typeId, material)
+{
+    znRTSphereEnvironmentMaterial::update();
 }
 
 void znRTSphereEnvironmentMaterial::update()
@@ -51,16 +58,56 @@ znRTMaterial* znRTSphereEnvironmentMaterial::getDuplicate() const
     return new znRTSphereEnvironmentMaterial(*this);
 }
 
+znRTInfiniteAreaLight* znRTSphereEnvironmentMaterial::getLight() const
+{
+    znRTAccelerator* const scene = znRTRenderUtils::s_currentAccelerator;
+    return scene ? static_cast<znRTInfiniteAreaLight*>(scene->getEnvironmentLight(hostMaterial))
+                 : nullptr;
+}
+
+znRTColorPacket
+znRTSphereEnvironmentMaterial::environmentLookup(const znRTVector3fPacket& direction,
+                                                 const znFloatType<2>& mask) const
+{
+    const znRTInfiniteAreaLight* const light = getLight();
+    znRTColorPacket color =
+        light ? light->getSeenIntensity(direction, mask) : znRTColorPacket(0.0f);
+    color.a = mask & znFloatType<2>(1.0f);
+    return color;
+}
+
 void znRTSphereEnvironmentMaterial::shade(const znRTRayDifferentialPacket& ray,
                                           znRTDataBlockPacket& data, znRTFragment& fragment,
                                           const znFloatType<2>& mask, znRTShadingState&) const
 {
-    znRTAccelerator* const scene = znRTRenderUtils::s_currentAccelerator;
-    const znRTLight* const light = scene ? scene->getEnvironmentLight(hostMaterial) : nullptr;
-    znRTColorPacket color(0.0f);
-    if (light)
-        color = light->getIntensity(ray.origin, ray.direction.getNormalized(),
-                                    znRTVector2fPacket(0.0f, 0.0f), mask);
+    const znRTColorPacket color = environmentLookup(ray.direction.getNormalized(), mask);
     fragment.updateVectorPasses(ray, data, data.coverage, mask);
     fragment.updateBackgroundColor(this, ray, data, color, 1.0f, mask);
+}
+
+osg::ImagePtr znRTSphereEnvironmentMaterial::getOSGImage() const
+{
+    const auto host = osg::FCPtr<osg::UEnvironmentMaterial>::dcast(hostMaterial);
+    return host ? host->getImage() : osg::ImagePtr();
+}
+
+void znRTSphereEnvironmentMaterial::setUpdatedOSGImage(const osg::ImagePtr& image)
+{
+    const auto host = osg::FCPtr<osg::UEnvironmentMaterial>::dcast(hostMaterial);
+    if (!host)
+        return;
+    if (image && host->getImage() == image) {
+        znRTMaterialSlots::reloadImage(image->getId());
+        host->refill();
+    } else
+        host->setImage(image);
+    imageIsUpdated = true;
+}
+
+void znRTSphereEnvironmentMaterial::updateLightsources()
+{
+    if (znRTInfiniteAreaLight* const light = getLight()) {
+        light->update();
+        imageIsUpdated = false;
+    }
 }

@@ -1,47 +1,33 @@
-#include "light/environmentFixture.h"
-#include "materialFixture.h"
+#include "surroundedFixture.h"
+
+#include "core/rayTypes.h"
+#include "light/znRTInfiniteAreaLight.h"
+#include "material/environmentSampling.h"
 
 using namespace materialTest;
 
 namespace {
 
-class EnvironmentOnSurfaces : public MaterialTest
+class EnvironmentOnSurfaces : public SurroundedTest
 {
-protected:
-    /// A scene lit by an environment that is sampled.
-    void surround(const osg::Ref<osg::Image>& image)
-    {
-        surroundings = environmentOf(image);
-        setIllumination(2, 1);
-        znRTMaterial::updateStaticSettings();
-        scene.scene->addEnvironmentLight(osg::MaterialPtr(surroundings.get()));
-        znRTRenderUtils::updateEnvironment();
-    }
-    ~EnvironmentOnSurfaces() override
-    {
-        scene.scene->clear();
-        znRTRenderUtils::updateEnvironment();
-    }
-    double mean(int samples)
-    {
-        double sum = 0.0;
-        for (int i = 0; i < samples; ++i) {
-            const znRTColorPacket c = shade(0.2f, 0.1f, 15, i).color;
-            for (int lane = 0; lane < 4; ++lane)
-                sum += double(c.r[lane]);
-        }
-        return sum / (4.0 * samples);
-    }
-
-    osg::Ref<osg::USphereEnvironmentMaterial> surroundings;
 };
+
+/// Glossy alone.
+PhongPtr makeGlossy(float reflectance, float roughness)
+{
+    const PhongPtr material = osg::UPhongMaterial::create();
+    material->setDiffuse(gray(0.0f));
+    material->setGlossy(gray(reflectance));
+    material->setRoughness(roughness);
+    return material;
+}
 
 } // namespace
 
 // A white surface under white surroundings shows white: the cosine integrates to pi, over pi.
 TEST_F(EnvironmentOnSurfaces, ShowTheirReflectanceUnderWhiteSurroundings)
 {
-    surround(greyEnvironment(32, 16, [](int, int) { return 1.0f; }));
+    surround(white());
     addSquare(makeDiffuse(0.5f));
     EXPECT_NEAR(mean(4096), 0.5, 0.005);
 }
@@ -65,7 +51,7 @@ TEST_F(EnvironmentOnSurfaces, ShowOneBrightTexelWithoutBias)
 // A large square above hides all but a rim: a square of edge 2 at 0.05 leaves well under a tenth.
 TEST_F(EnvironmentOnSurfaces, LieInTheShadowOfWhatIsAbove)
 {
-    surround(greyEnvironment(32, 16, [](int, int) { return 1.0f; }));
+    surround(white());
     addSquare(makeDiffuse(1.0f), 0.0f);
     addSquare(makeDiffuse(1.0f), 0.05f);
     const znRTRayDifferentialPacket below(znRTRayPacket(znRTVector3fPacket(0.2f, 0.1f, 0.04f),
@@ -115,4 +101,140 @@ TEST_F(EnvironmentOnSurfaces, AreLitByTheEnvironmentThatWasChosen)
     znRTRenderUtils::setActiveEnvironment(nullptr, &chosen);
     EXPECT_EQ(idInForce(), second->getId());
     znRTRenderUtils::setActiveEnvironment(nullptr, nullptr);
+}
+
+// A glossy lobe about the mirror's direction under one bright texel: the value of the lobe times
+// radiance and cosine, by a fine grid of directions.
+TEST_F(EnvironmentOnSurfaces, ShowAGlossyHighlightWithoutBias)
+{
+    surround(
+        greyEnvironment(64, 32, [](int x, int y) { return x == 40 && y == 4 ? 500.0f : 0.0f; }));
+    znRTMaterial& material = addSquare(makeGlossy(1.0f, 0.3f));
+    const znRTRayDifferentialPacket ray = downward(0.2f, 0.1f);
+    znRTRayDifferentialPacket asking = ray;
+    znRTDataBlockPacket data = blockOf(ray);
+    znRTSurfaceProperties surface;
+    surface.reset();
+    znRTShadingState state = stateOf(0);
+    material.evaluateMaterial(asking, data, surface, everyLane4, state, -1, znRTMaterial::indirect);
+    const znRTSurfaceProperties::Group& lobes = surface.groups[1];
+    ASSERT_EQ(lobes.count, 1u);
+    const znRTLight& light = *znRTRenderUtils::getEnvironmentLight();
+    const znRTVector3fPacket up(0.0f, 0.0f, 1.0f);
+    const double expected = overSphere([&](const znRTVector3f& d) {
+        if (d.z <= 0.0f)
+            return 0.0;
+        znFloatType<2> pdf;
+        const znRTVector3fPacket wi(d);
+        const auto c =
+            light.getIntensity(inAllLanes(0, 0, 0), wi, znRTVector2fPacket(0.0f, 0.0f), everyLane4);
+        if (c.r[0] == 0.0f)
+            return 0.0;
+        const auto value = lobes.slots[0].lobe->evaluate(up, wi, data.dg, pdf);
+        return double(value.r[0]) * double(c.r[0]) * double(d.z);
+    });
+    EXPECT_GT(expected, 0.1);
+    EXPECT_NEAR(mean(4096), expected, 0.02 * expected);
+}
+
+TEST_F(EnvironmentOnSurfaces, TurnWithTheEnvironment)
+{
+    surround(greyEnvironment(64, 32, [](int x, int) { return x < 32 ? 2.0f : 0.0f; }));
+    addSquare(osg::MaterialPtr(surroundings.get()), 4.0f);
+    const auto toward = [&](float x, float y) {
+        return shade(znRTRayDifferentialPacket(
+                         znRTRayPacket(znRTVector3fPacket(0.2f - 3.0f * x, 0.1f - 3.0f * y, 1.0f),
+                                       znRTVector3fPacket(x, y, 1.0f).getNormalized())))
+            .color.r[0];
+    };
+    // u = atan2(x, y) / (2 pi): below one half for positive x.
+    EXPECT_EQ(toward(0.3f, 0.0f), 2.0f);
+    EXPECT_EQ(toward(-0.3f, 0.0f), 0.0f);
+    osg::Matrix quarter; // x goes to y, y to -x
+    quarter[0][0] = 0.0f, quarter[0][1] = 1.0f;
+    quarter[1][0] = -1.0f, quarter[1][1] = 0.0f;
+    surroundings->setRotation(quarter);
+    surroundings->setUseRotation(true);
+    znRTRenderUtils::updateEnvironment();
+    EXPECT_EQ(toward(0.0f, 0.3f), 2.0f);
+    EXPECT_EQ(toward(0.0f, -0.3f), 0.0f);
+}
+
+// Camera, mirror and refraction rays see the surface of an environment as its switches say;
+// gathering rays never do, since the environment is sampled where they come from.
+TEST_F(EnvironmentOnSurfaces, ShowTheirSurroundingsToRaysThatLookForThem)
+{
+    surround(white());
+    addSquare(osg::MaterialPtr(surroundings.get()), 4.0f);
+    const auto sees = [&](u32 type) {
+        znRTRayDifferentialPacket ray(znRTRayPacket(znRTVector3fPacket(0.2f, 0.1f, 1.0f),
+                                                    znRTVector3fPacket(0.0f, 0.0f, 1.0f)));
+        ray.type = znIntType<2>(int(type));
+        return scene.trace(ray, 15).hitMask == 15;
+    };
+    EXPECT_TRUE(sees(rayType::camera));
+    EXPECT_TRUE(sees(rayType::mirrorReflection));
+    EXPECT_TRUE(sees(rayType::specularRefraction));
+    EXPECT_TRUE(sees(rayType::stochasticReflection));
+    for (const u32 type : {rayType::diffuseScatter, rayType::glossyReflection,
+                           rayType::glossyTransmission, rayType::lightShadow,
+                           rayType::environmentShadow, rayType::reflectedShadow, rayType::photon})
+        EXPECT_FALSE(sees(type)) << type;
+    surroundings->setPrimaryVisible(false);
+    scene.scene->applyMaterialChanges();
+    EXPECT_FALSE(sees(rayType::camera));
+    EXPECT_FALSE(sees(rayType::specularRefraction));
+    EXPECT_TRUE(sees(rayType::mirrorReflection));
+    surroundings->setVisibleInReflections(false);
+    scene.scene->applyMaterialChanges();
+    EXPECT_FALSE(sees(rayType::mirrorReflection));
+    EXPECT_TRUE(sees(rayType::stochasticReflection));
+}
+
+// A sun that was taken out of the image: counted once, by the light that stands for it. Without
+// the image's own sun the floor shows what the light brings, E cos / pi.
+TEST_F(EnvironmentOnSurfaces, CountASunThatWasTakenOutOnce)
+{
+    // One texel of 5.6 degrees at 33.75 degrees from the zenith.
+    const auto image =
+        greyEnvironment(64, 32, [](int x, int y) { return x == 40 && y == 5 ? 400.0f : 0.25f; });
+    surround(image);
+    addSquare(makeDiffuse(1.0f));
+    const double whole = mean(2048);
+    const double ofTexel = whole - 0.25;
+    const float theta = float(5.5 * testPi / 32.0), phi = float(40.5 * testPi / 32.0);
+    const osg::Ref<osg::UEnvironmentLight> sun(osg::UEnvironmentLight::create());
+    sun->setDirection(
+        {std::sin(theta) * std::sin(phi), std::sin(theta) * std::cos(phi), std::cos(theta)});
+    sun->setAngularSize(12.0f); // filtering spreads the texel to its neighbours
+    sun->setIntensity(float(ofTexel / std::cos(theta)));
+    const osg::Ref<osg::UEnvironmentChunk> chunk(osg::UEnvironmentChunk::create());
+    chunk->setLights({osg::FCPtr<osg::UEnvironmentLight>(sun.get())});
+    surroundings->setChunk(chunk.get());
+    surroundings->setUseExtractedLights(true);
+    znRTRenderUtils::updateEnvironment();
+    EXPECT_NEAR(mean(256), whole, 0.02 * whole);
+    // Who looks there still sees it.
+    const auto& light =
+        *static_cast<znRTInfiniteAreaLight*>(znRTRenderUtils::getEnvironmentLight());
+    const osg::Vec3f d = sun->getDirection();
+    const znRTVector3fPacket toward(d[0], d[1], d[2]);
+    EXPECT_NEAR(light.getSeenIntensity(toward, everyLane4).r[0], 400.0f, 1.0f);
+    EXPECT_NEAR(
+        light.getIntensity(inAllLanes(0, 0, 0), toward, znRTVector2fPacket(0.0f, 0.0f), everyLane4)
+            .r[0],
+        0.25f, 1e-3f);
+}
+
+TEST_F(EnvironmentOnSurfaces, HaveTheSameMeanWithManySamples)
+{
+    surround(greyEnvironment(64, 32, [](int x, int y) { return float((x + y) % 5); }));
+    const PhongPtr material = makeGlossy(0.5f, 0.2f);
+    material->setDiffuse(gray(0.4f));
+    addSquare(material);
+    const double single = mean(4096);
+    setIllumination(2, 16);
+    scene.scene->applyMaterialChanges();
+    znRTRenderUtils::updateEnvironment();
+    EXPECT_NEAR(mean(512), single, 0.02 * single);
 }

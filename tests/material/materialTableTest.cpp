@@ -9,8 +9,10 @@
 #include "material/znRTPlainMaterial.h"
 #include "material/znRTPlasticMaterial.h"
 #include "material/znRTSimpleMaterial.h"
+#include "material/znRTSkylightMaterial.h"
 #include "material/znRTSphereEnvironmentMaterial.h"
 #include "material/znRTSubstanceMaterial.h"
+#include "material/znRTSwitchMaterial.h"
 #include "material/znRTTriplanarMaterial.h"
 
 #include <atomic>
@@ -46,10 +48,11 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                         {"UChromeMaterial", znRTChromeMaterial::id},
                         {"ULightMaterial", znRTLightMaterial::id},
                         {"USphereEnvironmentMaterial", znRTSphereEnvironmentMaterial::id},
-                        {"USkylightMaterial", znRTSphereEnvironmentMaterial::id},
                         {"USubstanceMaterial", znRTSubstanceMaterial::id},
+                        {"USkylightMaterial", znRTSkylightMaterial::id},
                         {"SimpleMaterial", znRTSimpleMaterial::id},
-                        {"ChunkMaterial", znRTChunkMaterial::id}};
+                        {"ChunkMaterial", znRTChunkMaterial::id},
+                        {"SwitchMaterial", znRTSwitchMaterial::id}};
     for (const Row& row : rows) {
         const osg::Ref<osg::Material> host(make(row.host));
         ASSERT_TRUE(host.get()) << row.host;
@@ -81,9 +84,8 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
         EXPECT_TRUE(shading->isOfType(row.shading)) << row.host;
         EXPECT_EQ(shading->getHostMaterial(), host.get());
     }
-    for (const char* name :
-         {"UGlowMaterial", "UVolumeScatterMaterial", "ULightPortalMaterial", "ULayeredMaterial",
-          "UXRiteMeasuredMaterial", "SwitchMaterial", "MultiPassMaterial"}) {
+    for (const char* name : {"UGlowMaterial", "UVolumeScatterMaterial", "ULightPortalMaterial",
+                             "ULayeredMaterial", "UXRiteMeasuredMaterial", "MultiPassMaterial"}) {
         const osg::Ref<osg::Material> host(make(name));
         ASSERT_TRUE(host.get()) << name;
         EXPECT_TRUE(scene.scene->createMaterial(host.get())->isOfType(znRTDummyMaterial::id))

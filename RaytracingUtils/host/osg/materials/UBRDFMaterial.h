@@ -14,9 +14,11 @@
       (u32, occlusionSamplesInteractive, OcclusionSamplesInteractive, 1, "samples", 0, 1024))      \
     R(NUMBER, (u32, occlusionSamplesStill, OcclusionSamplesStill, 4, "samples", 0, 1024))          \
     R(TEXTURE, (occlusion, Occlusion, data))                                                       \
-    /* Reflectance of the environment at normal incidence, and how much it rises at the rim. */    \
-    R(NUMBER, (float, environmentF0, EnvironmentF0, 0.04f, "", 0.0f, 1.0f))                        \
-    R(NUMBER, (float, environmentFresnelScale, EnvironmentFresnelScale, 1.0f, "", 0.0f, 1.0f))     \
+    /* Environments that are looked up: their reflectance at normal incidence where the lobe has   \
+       none, and how much of the reflected share the diffuse light loses. Surfaces look as with a  \
+       sampled environment by default. */                                                          \
+    R(NUMBER, (float, environmentF0, EnvironmentF0, 1.0f, "", 0.0f, 1.0f))                         \
+    R(NUMBER, (float, environmentFresnelScale, EnvironmentFresnelScale, 0.0f, "", 0.0f, 1.0f))     \
     R(FLAG, (useMultipleSamples, UseMultipleSamples, true))                                        \
     R(FLAG, (usesVertexTangents, UsesVertexTangents, false))                                       \
     R(TEXTURE, (bump, Bump, data))                                                                 \
