@@ -110,7 +110,8 @@ struct Kind
     osg::MaterialPtr (*make)();
 };
 
-// Kinds that are lamps, surroundings or only pass others on are no surfaces, and left out.
+// Kinds that are lamps, surroundings or only pass others on are no surfaces, and left out. So are
+// kinds whose colours are factors of maps: both are white where there are none.
 const Kind kinds[] = {
     {"phong, matte", [] { return osg::MaterialPtr(phong(1.0f, 0.0f, 0.3f)); }},
     {"phong, shiny", [] { return osg::MaterialPtr(phong(0.0f, 1.0f, 0.2f)); }},
@@ -133,7 +134,6 @@ const Kind kinds[] = {
     {"carbon 2d", &plain<osg::UCarbonMaterial2D>},
     {"glass", &plain<osg::UGlassMaterial>},
     {"tire", &plain<osg::UTireMaterial>},
-    {"svbrdf", &plain<osg::USVBRDFMaterial>},
     {"substance", &plain<osg::USubstanceMaterial>},
     {"shadow", &plain<osg::UShadowMaterial>},
     {"simple", &plain<osg::SimpleMaterial>},
