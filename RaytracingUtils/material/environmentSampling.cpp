@@ -145,7 +145,9 @@ void sampleEnvironment(const znRTLitHit& hit, const znRTInfiniteAreaLight& light
                        znRTColorPacket& diffuse, znRTColorPacket& glossy)
 {
     EnvironmentEstimate estimate(hit, light);
-    const int samples = int(light.getNumSamples()), lanes = moveMask(hit.mask);
+    // Points that light comes from by way of a ray are many: each is a part of a mean.
+    const bool isSeen = hit.state.counterC == 0;
+    const int samples = isSeen ? int(light.getNumSamples()) : 1, lanes = moveMask(hit.mask);
     for (int i = 0; i < samples; ++i) {
         estimate.addFromLight(drawPair(hit.state, RandomDecision::environment, samples, i, lanes));
         const znRTVector2fPacket u =
