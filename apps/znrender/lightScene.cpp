@@ -73,6 +73,16 @@ osg::Ref<osg::UEnvironmentMaterial> makeEnvironment(const Options& options)
     return environment.get();
 }
 
+/// Views that show shapes and no light: by their normals, edges, openness, stripes, colours of
+/// objects, or a layer of geometry. They leave out what would only light the scene.
+bool showsShape(const Options& options)
+{
+    constexpr u32 shapeModes[] = {1, 2, 3, 5}; // see FrameSettings::renderMode
+    constexpr int objectRenderer = 5;
+    return std::count(std::begin(shapeModes), std::end(shapeModes), options.renderMode) > 0 ||
+           options.renderer == objectRenderer || isDataPass(options.passes.shown);
+}
+
 } // namespace
 
 SceneLight::SceneLight(const Options& options, io::SceneFile& scene, View& view)
@@ -82,6 +92,8 @@ SceneLight::SceneLight(const Options& options, io::SceneFile& scene, View& view)
     if (wanted.environment == "none" && !wanted.sun)
         return;
     const bool isGiven = !wanted.environment.empty() || wanted.sun;
+    if (!isGiven && showsShape(options))
+        return;
     if (!isGiven && lit)
         return;
 

@@ -59,6 +59,19 @@ TEST(ZnRenderLight, PutsAFloorBelowASceneWithoutLight)
     EXPECT_GT(room, 0.1);
 }
 
+TEST(ZnRenderLight, LeavesViewsOfShapesToTheSceneAlone)
+{
+    const TemporaryFolder folder;
+    const std::string scene = matteSquare(folder), picture = folder.path("a.exr");
+    for (const char* view : {"normal", "occlusion", "debug"}) {
+        const io::ImageData image = render({scene, "-o", picture, "-r", "24x24", "-s", "1", "-q",
+                                            "--overwrite", "--integrator", view},
+                                           {}, picture);
+        EXPECT_EQ(at(image, 0, 23, 3), 0.0f) << view;
+        EXPECT_GT(at(image, 12, 12, 3), 0.0f) << view;
+    }
+}
+
 TEST(ZnRenderLight, LeavesASceneDarkWhenItIsToldTo)
 {
     const TemporaryFolder folder;
