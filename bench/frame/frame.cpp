@@ -4,15 +4,19 @@
 //
 //   frame [--width N] [--height N] [--repeat N] [--refine N] [--only PREFIX] MESH...
 //   frame --scene FILE [--width N] [--height N] [--repeat N] [--samples N]
+//   frame lit [SCENE...] [OPTIONS]
 //
-// The second form renders a scene with its lights and materials, see sceneFrames.h.
+// The second form renders a scene with its lights and materials, see sceneFrames.h; the third three
+// fixed scenes for their noise, see litFrames.h.
 //
 // Times are the thread's processor time, so that other work on the machine matters little.
 
 #include "../rays/tracer.h"
+#include "litFrames.h"
 #include "sceneFrames.h"
 
 #include "camera/znRTCamera.h"
+#include "driver/ViewBuffers.h"
 #include "host/osg/Geometry.h"
 #include "host/osg/OffsetCameraDecorator.h"
 #include "host/osg/UberCamera.h"
@@ -164,8 +168,7 @@ public:
         view.m_iteration = 0;
         view.m_renderPassesEnabled = hasPasses;
         for (u32 pass = 1; pass < znRenderPassCount; ++pass)
-            view.m_passBuffers[pass] =
-                hasPasses && !isCryptomattePass(pass) ? frames[pass].data() : nullptr;
+            view.m_passBuffers[pass] = hasPasses ? layers[pass] : nullptr;
         Settings::s_qualityMode = isStill ? Settings::stillFrame : Settings::interactive;
         instance->updateScene(&view, true);
         updateCamera(isStill);
@@ -206,7 +209,7 @@ public:
                 forEachBlock(tile, znBlockSize, [&](const znRTPixelRectangle& r) {
                     const int count = int(lens.trace_eye_rays(
                         r.x0, r.x1, r.y0, r.y1, block.rays, block.hits, block.tMin, block.tMax,
-                        block.laneMasks, 0, 1, 1.0f, isStill ? activePixels.data() : nullptr));
+                        block.laneMasks, 0, 1, 1.0f, isStill ? view.m_activePixels : nullptr));
                     if (isShaded)
                         integrateBlock<znRTNormalRenderingIntegrator<znRTFragment>, znRTFragment>(
                             block, count, lens, 1e23f, 0);
@@ -218,7 +221,8 @@ public:
     }
     u64 countHits() const
     {
-        return u64(std::count_if(frames[0].begin(), frames[0].end(),
+        const ZN_RGBA32F* const frame = layers[0];
+        return u64(std::count_if(frame, frame + u64(view.m_renderWidth) * view.m_renderHeight,
                                  [](const ZN_RGBA32F& pixel) { return pixel.a > 0.0f; }));
     }
 
@@ -227,18 +231,11 @@ public:
 private:
     void makeBuffers(u32 width, u32 height)
     {
-        const std::size_t pixels = std::size_t(width) * height;
-        for (auto& frame : frames)
-            frame.resize(pixels);
-        activePixels.assign(pixels, 1);
-        weights.resize(pixels);
-        statistics.resize(pixels);
-        view.m_renderWidth = view.m_outputWidth = width;
-        view.m_renderHeight = view.m_outputHeight = height;
-        view.m_passBuffers[0] = frames[0].data();
-        view.m_activePixels = activePixels.data();
-        view.m_filterWeights = weights.data();
-        view.m_sampleStatistics = statistics.data();
+        constexpr u64 all = (u64(1) << znRenderPassCount) - 1;
+        constexpr u64 mattes = u64(63) << ZN_PASS_CRYPTO_OBJECT_00;
+        buffers.resize(width, height, 1, true, all & ~mattes);
+        layers = view.m_passBuffers;
+        std::fill_n(view.m_activePixels, u64(width) * height, u8(1));
         view.m_renderMode = 1;
         view.m_forceSoftwareCopy = 1;
     }
@@ -246,10 +243,9 @@ private:
     znRaytracingUtils* instance = nullptr;
     osg::Ref<osg::Node> root, beacon;
     osg::Ref<osg::OffsetCameraDecorator> offsetCamera;
-    znRaytracerP view;
-    std::vector<ZN_RGBA32F> frames[znRenderPassCount];
-    std::vector<u8> activePixels;
-    std::vector<float> weights, statistics;
+    ViewBuffers buffers;
+    znRaytracerP& view = buffers.view();
+    std::array<ZN_RGBA32F*, znRenderPassCount> layers{};
 };
 
 double getMedian(std::vector<double> values)
@@ -353,6 +349,8 @@ Json run(const std::string& path, const Options& o)
 
 int main(int argc, char** argv)
 try {
+    if (argc > 1 && std::string(argv[1]) == "lit")
+        return litMain(argc - 1, argv + 1);
     const Options o = parse(argc, argv);
     if (o.meshes.empty() && o.scenes.empty()) {
         std::fprintf(stderr, "usage: frame [--width N] [--height N] [--repeat N] [--refine N] "
