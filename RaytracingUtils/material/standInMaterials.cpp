@@ -26,6 +26,13 @@ znRTVector3f half(const znRTVector3f& a, const znRTVector3f& b)
     return {0.5f * (a.x + b.x), 0.5f * (a.y + b.y), 0.5f * (a.z + b.z)};
 }
 
+/// As much of a gloss as the body leaves. Colours that are factors of maps may both be white.
+znRTVector3f besides(const znRTVector3f& body, const znRTVector3f& gloss)
+{
+    const auto left = [](float b, float g) { return std::min(g, std::max(0.0f, 1.0f - b)); };
+    return {left(body.x, gloss.x), left(body.y, gloss.y), left(body.z, gloss.z)};
+}
+
 /// The colour of the body, under the name that the kind has for it.
 template <class Record>
 void readBody(const Record& record, znRTColorAttribute& color)
@@ -51,7 +58,7 @@ void readGloss(const Record& record, znRTColorAttribute& color)
         color.set(scaled(record.flake, record.flakeDensity * record.flakeReflectance), nullptr,
                   record.flakeActive);
     else if constexpr (requires { record.specular; })
-        color.set(record.specular, record.specularSpectrum, record.specularActive);
+        color.set(besides(record.diffuse, record.specular), nullptr, record.specularActive);
     else
         color.set(black, nullptr, false);
 }
