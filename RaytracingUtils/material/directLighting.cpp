@@ -87,7 +87,8 @@ public:
                 const znRTLight& light = *lights.data[i - 1];
                 const znFloatType<2> lanes = litLanes(light, caught);
                 if (probability > 0.0f && anyLane(lanes))
-                    sample.take(light, dg, place, 1.0f / (probability * float(draws)), lanes);
+                    sample.take(light, areaOf(light), dg, place,
+                                1.0f / (probability * float(draws)), lanes);
             }
             add(sample);
         }
@@ -128,7 +129,7 @@ private:
     /// All samples that a light asks for.
     void addWhole(const znRTLight& light, const znFloatType<2>& lanes)
     {
-        const auto* const area = dynamic_cast<const znRTUAreaLight*>(&light);
+        const znRTUAreaLight* const area = areaOf(light);
         // Points that are seen show the shadow of an area; those that light comes from by way of
         // a ray are many, and each is a part of a mean.
         const bool isSeen = state.counterC == 0;
@@ -138,7 +139,7 @@ private:
             const znRTVector2fPacket place =
                 area ? drawPair(state, RandomDecision::lightPoint, samples, i, moveMask(lanes))
                      : znRTVector2fPacket(0.0f, 0.0f);
-            sample.take(light, dg, place, 1.0f / float(samples), lanes);
+            sample.take(light, area, dg, place, 1.0f / float(samples), lanes);
             add(sample);
         }
     }

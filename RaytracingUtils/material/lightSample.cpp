@@ -48,17 +48,17 @@ znRTColorPacket arriving(const znRTColor& color, const Sight& sight, const znFlo
 
 } // namespace
 
-void LightEvalSample::take(const znRTLight& light, const znRTDifferentialGeometry& dg,
-                           const znRTVector2fPacket& u, const znFloatType<2>& weight,
-                           const znFloatType<2>& lanes)
+const znRTUAreaLight* areaOf(const znRTLight& light)
 {
-    Sight sight;
-    if (const auto* const delta = dynamic_cast<const znRTUDeltaLight*>(&light))
-        sight = sightOf(*delta, dg, lanes);
-    else if (const auto* const area = dynamic_cast<const znRTUAreaLight*>(&light))
-        sight = sightOf(*area, dg, u, lanes);
-    else
-        return;
+    return dynamic_cast<const znRTUAreaLight*>(&light);
+}
+
+void LightEvalSample::take(const znRTLight& light, const znRTUAreaLight* area,
+                           const znRTDifferentialGeometry& dg, const znRTVector2fPacket& u,
+                           const znFloatType<2>& weight, const znFloatType<2>& lanes)
+{
+    const Sight sight = area ? sightOf(*area, dg, u, lanes)
+                             : sightOf(static_cast<const znRTUDeltaLight&>(light), dg, lanes);
     const znFloatType<2> reached = lanes & (sight.pdf > znFloatType<2>(0.0f));
     const znFloatType<2> factor = weight * reciprocalOrZero(sight.pdf);
     wi.setMasked(sight.wi, reached);

@@ -7,18 +7,24 @@
 #include "core/znRTDifferentialGeometry.h"
 
 class znRTLight;
+class znRTUAreaLight;
+
+/// The light as one to draw points on; null for lights without area. All lights are of one of the
+/// two families; asking which is dear, so once per light and point.
+const znRTUAreaLight* areaOf(const znRTLight& light);
 
 struct LightEvalSample : znAlignedBase16
 {
     LightEvalSample() : mask(znFloatType<2>::noLanes()) {}
 
     /// Takes a sample of a light over in the lanes that it can light.
+    /// @param area    areaOf the light
     /// @param dg      points and normals, on the side that is lit
     /// @param u       place on a light with area; not read by others
     /// @param weight  of the sample: 1 over its probability and number
-    void take(const znRTLight& light, const znRTDifferentialGeometry& dg,
-              const znRTVector2fPacket& u, const znFloatType<2>& weight,
-              const znFloatType<2>& lanes);
+    void take(const znRTLight& light, const znRTUAreaLight* area,
+              const znRTDifferentialGeometry& dg, const znRTVector2fPacket& u,
+              const znFloatType<2>& weight, const znFloatType<2>& lanes);
 
     /// From where a shadow ray starts, off the surface, to the point on the light. Along wi it
     /// would meet the light's own surface before its end.
