@@ -4,6 +4,7 @@
 #include "host/osg/Node.h"
 #include "io/gltfReader.h"
 #include "io/imageReader.h"
+#include "io/looks.h"
 #include "io/sceneArchive.h"
 #include "io/sceneImage.h"
 
@@ -172,10 +173,37 @@ void readGlb(std::span<const u8> bytes)
     readGltf(content);
 }
 
+/// A look over a small scene; it reaches no files.
+void readLook(std::span<const u8> bytes)
+{
+    static const char* const scene =
+        R"({"asset": {"version": "2.0"}, "scenes": [{"nodes": [0, 1, 2]}],
+        "nodes": [{"name": "car", "children": [3]}, {"name": "eye", "camera": 0},
+                  {"name": "lamp", "extensions": {"KHR_lights_punctual": {"light": 0}}},
+                  {"name": "body", "mesh": 0}],
+        "cameras": [{"type": "perspective", "perspective": {"yfov": 1, "znear": 1}}],
+        "extensions": {"KHR_lights_punctual": {"lights": [{"type": "point", "name": "lamp"}]}},
+        "materials": [{"name": "paint"}],
+        "meshes": [{"primitives": [{"attributes": {"POSITION": 0}, "material": 0}]}],
+        "accessors": [{"bufferView": 0, "componentType": 5126, "count": 3, "type": "VEC3"}],
+        "bufferViews": [{"buffer": 0, "byteLength": 36}],
+        "buffers": [{"byteLength": 36, "uri":
+            "data:application/octet-stream;base64,AAAAAAAAAAAAAAAAAACAPwAAAAAAAAAAAAAAAAAAgD8AAAAA"}]})";
+    const std::string_view text(scene);
+    io::InputFile file = io::InputFile::fromMemory(
+        {reinterpret_cast<const u8*>(text.data()), text.size()}, "fuzz.gltf");
+    io::SceneFile read = io::readGltf(file, nullptr);
+    io::SceneReadOptions options;
+    options.limits = fuzzLimits();
+    io::applyLookText(read, {reinterpret_cast<const char*>(bytes.data()), bytes.size()},
+                      "fuzz.zn.json", nullptr, options);
+    use(read.root.get());
+}
+
 const FuzzTarget targets[] = {
     {"png", readPng}, {"jpeg", readJpeg}, {"tiff", readTiff},   {"exr", readExr},
     {"hdr", readHdr}, {"pfm", readPfm},   {"small", readSmall}, {"archive", readArchive},
-    {"glb", readGlb}, {"gltf", readGltf},
+    {"glb", readGlb}, {"gltf", readGltf}, {"look", readLook},
 };
 
 } // namespace

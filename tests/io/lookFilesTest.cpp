@@ -10,6 +10,9 @@
 #include "io/imageWriter.h"
 #include "scene/variants.h"
 
+#include <fstream>
+#include <random>
+
 using namespace lookTest;
 
 namespace {
@@ -241,4 +244,35 @@ TEST_F(LookFiles, AreRefusedAboveTheirSize)
     EXPECT_EQ(messageOf([&] { io::applyLook(scene, folder.path("a.zn.json"), options); }),
               folder.path("a.zn.json") +
                   ": bytes of a look: 202 is above the limit of 100 (--limit look-size=N)");
+}
+
+// Bytes changed, left out and doubled: a result, or one line. Seeds are fixed.
+TEST_F(LookFiles, AnswerDamagedText)
+{
+    const LogCatcher log;
+    std::ifstream stream(std::string(ZN_SOURCE_DIR) + "/examples/studio.zn.json");
+    const std::string whole(std::istreambuf_iterator<char>(stream), {});
+    std::minstd_rand random(7);
+    for (int i = 0; i < 1500; ++i) {
+        std::string text = whole;
+        for (int edits = 1 + int(random() % 3); edits > 0; --edits) {
+            const std::size_t at = random() % text.size(), size = random() % 40;
+            switch (random() % 3) {
+            case 0:
+                text[at] = char(random());
+                break;
+            case 1:
+                text.erase(at, size);
+                break;
+            default:
+                text.insert(random() % text.size(), text.substr(at, size));
+            }
+        }
+        io::SceneFile fresh;
+        try {
+            io::applyLookText(fresh, text, "a.zn.json", nullptr, {});
+        } catch (const io::InputError& error) {
+            ASSERT_EQ(std::string(error.what()).find('\n'), std::string::npos);
+        }
+    }
 }
