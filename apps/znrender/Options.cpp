@@ -13,12 +13,9 @@
 
 namespace {
 
-const std::vector<std::pair<std::string, Verb>> verbs = {{"render", Verb::render},
-                                                         {"info", Verb::info},
-                                                         {"list", Verb::list},
-                                                         {"convert", Verb::convert},
-                                                         {"schema", Verb::schema},
-                                                         {"debug-pixel", Verb::debugPixel}};
+const std::vector<std::pair<std::string, Verb>> verbs = {
+    {"render", Verb::render},   {"info", Verb::info},     {"list", Verb::list},
+    {"convert", Verb::convert}, {"schema", Verb::schema}, {"debug-pixel", Verb::debugPixel}};
 
 /// Places in the list are render modes; behind them come variants of the beauty.
 const std::vector<std::string> integrators = {"beauty",      "normal",    "discontinuity",
@@ -94,8 +91,9 @@ void addCommon(CLI::App& command, Options& options, Words& words)
 void addScenes(CLI::App& command, Options& options)
 {
     command
-        .add_option("SCENE", options.scenes,
-                    "glTF, OBJ, PLY, STL, FBX, Collada, a scene archive, or a look that names files")
+        .add_option(
+            "SCENE", options.scenes,
+            "glTF, OBJ, PLY, STL, FBX, Collada, a scene archive, or a look that names files")
         ->required();
     addLooks(command, options.look);
 }
@@ -206,7 +204,9 @@ void addColor(CLI::App& command, Options& options, Words& words)
 
 void addQuality(CLI::App& command, Options& options, Words& words)
 {
-    command.add_option("-s,--samples", options.samples, "Samples per pixel (default 64)")
+    command
+        .add_option("-s,--samples", options.samples,
+                    "Samples per pixel (default 64, or what a look says)")
         ->check(CLI::Range(1, 65536));
     command.add_option("--gi", words.illumination,
                        fmt::format("How much light is followed, by name or number from 0: {} "

@@ -103,7 +103,7 @@ struct Options
 
     // Quality.
     QualityOptions quality;
-    int samples = 64;
+    int samples = 0;        ///< 0: as the scene says, or else 64
     double timeLimit = 0.0; ///< seconds, 0 = none
     bool still = true;
     u32 renderMode = 0; ///< integrator, a znRenderMode

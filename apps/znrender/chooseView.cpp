@@ -3,6 +3,7 @@
 #include "loadScene.h"
 
 #include "driver/viewFraming.h"
+#include "host/osg/RaytracingSettingsAttachment.h"
 #include "host/osg/Transform.h"
 
 #include <algorithm>
@@ -72,7 +73,7 @@ FrameSettings frameSettings(const Options& options)
     settings.width = options.width;
     settings.height = options.height;
     settings.isStill = options.still;
-    settings.samples = options.samples;
+    settings.samples = options.samples > 0 ? options.samples : FrameSettings().samples;
     settings.timeLimit = options.timeLimit;
     std::copy(options.crop.begin(), options.crop.end(), settings.region.begin());
     settings.threads = options.threads;
@@ -83,6 +84,24 @@ FrameSettings frameSettings(const Options& options)
     settings.shownPass = options.passes.shown;
     settings.adaptiveQuality = options.quality.adaptive;
     return settings;
+}
+
+void takeSceneSettings(const Options& options, const io::SceneFile& scene, FrameSettings& settings)
+{
+    using Attachment = osg::RaytracingSettingsAttachment;
+    const auto attachment = Attachment::getAttachment(scene.root.get());
+    if (!attachment)
+        return;
+    // An archive does not tell a default that was set from one that was not.
+    const auto isSaid = [&](const char* name) {
+        const osg::FieldDescription* const field = Attachment::getClassType().findField(name);
+        return scene.looks.settings.count(name) > 0 ||
+               field->get(*attachment) != field->defaultValue;
+    };
+    if (options.samples == 0 && isSaid("imageSamples"))
+        settings.samples = attachment->getImageSamples();
+    if (options.quality.adaptive == QualityOptions().adaptive)
+        settings.adaptiveQuality = attachment->getAdaptiveAAThresholdQuality();
 }
 
 FrameSettings pixelSettings(const Options& options)

@@ -24,5 +24,8 @@ osg::TonemappingSettings& tonemappingOf(osg::UberCamera& camera);
 /// What the options say of the frame.
 FrameSettings frameSettings(const Options& options);
 
+/// What the scene's own settings say where the options are silent.
+void takeSceneSettings(const Options& options, const io::SceneFile& scene, FrameSettings& settings);
+
 /// A frame of one sample for one pixel, for those who ask what it shows.
 FrameSettings pixelSettings(const Options& options);

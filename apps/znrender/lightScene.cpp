@@ -3,6 +3,7 @@
 #include "driver/autoExposure.h"
 #include "driver/studioLight.h"
 #include "driver/surroundings.h"
+#include "host/osg/EnvironmentAttachment.h"
 #include "host/znLog.h"
 #include "io/InputError.h"
 #include "io/imageReader.h"
@@ -73,6 +74,14 @@ osg::Ref<osg::UEnvironmentMaterial> makeEnvironment(const Options& options)
     return environment.get();
 }
 
+/// What a look put round the scene, null without.
+osg::Ref<osg::UEnvironmentMaterial> environmentOf(const io::SceneFile& scene)
+{
+    const auto attachment = osg::EnvironmentAttachment::getAttachment(scene.root.get());
+    return attachment ? osg::FCPtr<osg::UEnvironmentMaterial>::dcast(attachment->getMaterial())
+                      : osg::FCPtr<osg::UEnvironmentMaterial>();
+}
+
 /// Views that show shapes and no light: by their normals, edges, openness, stripes, colours of
 /// objects, or a layer of geometry. They leave out what would only light the scene.
 bool showsShape(const Options& options)
@@ -88,13 +97,14 @@ bool showsShape(const Options& options)
 SceneLight::SceneLight(const Options& options, io::SceneFile& scene, View& view)
 {
     const SurroundingOptions& wanted = options.surroundings;
-    lit = surroundings::hasLight(scene.root.get());
+    const osg::Ref<osg::UEnvironmentMaterial> own = environmentOf(scene);
+    lit = surroundings::hasLight(scene.root.get()) || own;
     if (wanted.environment == "none" && !wanted.sun)
         return;
     const bool isGiven = !wanted.environment.empty() || wanted.sun;
     if (!isGiven && showsShape(options))
         return;
-    if (!isGiven && lit)
+    if (!isGiven && lit && !own)
         return;
 
     box = scene.root->getWorldBox();
@@ -104,6 +114,11 @@ SceneLight::SceneLight(const Options& options, io::SceneFile& scene, View& view)
         std::max(reachOfDiagonal * std::max(diagonalOf(box), 1e-3f), 3.0f * distance(centre, eye));
     if (isGiven) {
         addEnvironment(makeEnvironment(options), options, scene, view);
+        return;
+    }
+    if (own) {
+        showsEnvironment = own->getPrimaryVisible() && wanted.background;
+        surround(own, scene, view);
         return;
     }
     const auto studio = surroundings::makeImageEnvironment(makeStudioImage(), "studio");
@@ -118,11 +133,17 @@ SceneLight::SceneLight(const Options& options, io::SceneFile& scene, View& view)
 void SceneLight::addEnvironment(const osg::Ref<osg::UEnvironmentMaterial>& material,
                                 const Options& options, io::SceneFile& scene, View& view)
 {
-    environment = material;
-    surroundings::rotate(*environment, float(options.surroundings.rotation));
-    environment->setIntensity(float(options.surroundings.strength));
-    environment->setPrimaryVisible(false); // until the light is metered
+    surroundings::rotate(*material, float(options.surroundings.rotation));
+    material->setIntensity(float(options.surroundings.strength));
     showsEnvironment = options.surroundings.background;
+    surround(material, scene, view);
+}
+
+void SceneLight::surround(const osg::Ref<osg::UEnvironmentMaterial>& material, io::SceneFile& scene,
+                          View& view)
+{
+    environment = material;
+    environment->setPrimaryVisible(false); // until the light is metered
     lit = true;
     const osg::Pnt3f centre = centreOf(box);
     const osg::Ref<osg::Node> dome =

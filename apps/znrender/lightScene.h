@@ -25,6 +25,8 @@ public:
 private:
     void addEnvironment(const osg::Ref<osg::UEnvironmentMaterial>& material, const Options& options,
                         io::SceneFile& scene, View& view);
+    void surround(const osg::Ref<osg::UEnvironmentMaterial>& material, io::SceneFile& scene,
+                  View& view);
     void addFloor(io::SceneFile& scene);
 
     osg::Ref<osg::UEnvironmentMaterial> environment; ///< that the options added

@@ -96,13 +96,14 @@ int runRender(const Options& options)
 {
     checkOutputs(options);
     const ColorStage colors(options);
-    const FrameSettings settings = frameSettings(options);
+    FrameSettings settings = frameSettings(options);
     checkMemory(settings);
 
     Statistics statistics;
     Clock::time_point start = Clock::now();
     FrameDriver driver;
     io::SceneFile scene = loadScene(options);
+    takeSceneSettings(options, scene, settings);
     statistics.loadSeconds = secondsSince(start);
 
     View view = chooseView(options, scene);
