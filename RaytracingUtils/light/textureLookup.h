@@ -7,8 +7,6 @@
 
 class znRTTextureSampler;
 
-/// Bilinear mean of the texels around (u, v), by the sampler's wrap modes; a sampler with a
-/// transform of its coordinates gives the nearest texel.
-/// @return 1 on all channels without data; 0 in lanes off the mask
+/// Bilinear, see znRTTextureFunctions: 1 on all channels without data, 0 in lanes off the mask.
 znRTColorPacket lookUpTexture(const znRTTextureSampler& sampler, const znRTVector2fPacket& uv,
                               const znFloatType<2>& mask);

@@ -1,32 +1,71 @@
 #pragma once
 
-// One colour of a material over its surface. Here is where textures enter: a kind fetches its
-// colours through this and never looks at a sampler.
+// Values of a material over its surface: uniform, or with an image. A kind fetches its colours and
+// numbers through these and never looks at a sampler.
 
-#include "core/znRTColorPacket.h"
 #include "host/znRTVector.h"
+#include "material/attributeTexture.h"
 
-class znRTDataBlockPacket;
 namespace osg {
 class Spectrum;
 }
 
+/// A colour; an image is multiplied with it.
 class znRTColorAttribute
 {
 public:
-    /// @param spectrum   used instead of the colour where it can be; null without
-    /// @param isTextured  a texture is in use; it is told once that only its uniform colour shows
-    void set(const znRTVector3f& color, const osg::Spectrum* spectrum, bool isTextured);
+    /// @param spectrum    used instead of the colour where it can be; null without
+    /// @param isTextured  the record has an image that the kind does not hand on by setTexture: it
+    ///                    is told once that only the uniform colour shows
+    void set(const znRTVector3f& color, const osg::Spectrum* spectrum, bool isTextured = false);
     void set(const znRTColor& color) { uniform = color; }
+    /// The image on the colour, see znRTAttributeTexture::set.
+    void setTexture(const znRTTextureSampler* sampler, bool isActive,
+                    const znRTTextureAttributes* attributes)
+    {
+        texture.set(sampler, isActive, attributes);
+    }
+    const znRTAttributeTexture& getTexture() const { return texture; }
 
     /// Colour at the hits; alpha is 1.
-    znRTColorPacket fetch(const znRTDataBlockPacket&, const znFloatType<2>& /*mask*/) const
+    znRTColorPacket fetch(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const
     {
-        return znRTColorPacket(uniform);
+        return texture.isActive() ? fetchTextured(data, mask) : znRTColorPacket(uniform);
     }
     const znRTColor& getUniform() const { return uniform; }
+    /// Luminance of the surface's mean colour.
     float getPhotometricValue() const;
+    /// The colour times the image's mean.
+    znRTColor getMean() const;
 
 private:
+    znRTColorPacket fetchTextured(const znRTDataBlockPacket& data,
+                                  const znFloatType<2>& mask) const;
+
     znRTColor uniform{0.0f, 0.0f, 0.0f, 1.0f};
+    znRTAttributeTexture texture;
+};
+
+/// A number; an image, of which the red channel counts, takes its place.
+class znRTNumberAttribute
+{
+public:
+    void set(float value) { uniform = value; }
+    void setTexture(const znRTTextureSampler* sampler, bool isActive,
+                    const znRTTextureAttributes* attributes)
+    {
+        texture.set(sampler, isActive, attributes);
+    }
+    const znRTAttributeTexture& getTexture() const { return texture; }
+
+    znFloatType<2> fetch(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const
+    {
+        return texture.isActive() ? texture.fetch(data, mask).r : znFloatType<2>(uniform);
+    }
+    float getUniform() const { return uniform; }
+    float getMean() const { return texture.isActive() ? texture.getMean().r : uniform; }
+
+private:
+    float uniform = 0.0f;
+    znRTAttributeTexture texture;
 };

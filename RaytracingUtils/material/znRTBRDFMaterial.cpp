@@ -12,7 +12,6 @@
 #include "material/mirrorLight.h"
 #include "material/shadePipeline.h"
 #include "material/surroundingLight.h"
-#include "render/notAvailable.h"
 #include "render/znRTMultilayerFragment.h"
 
 #include <algorithm>
@@ -25,6 +24,8 @@ constexpr float leastShare = 0.0005f;
 constexpr float opaque = 0.99999f;
 /// Opacity below which nothing of a surface is left to see.
 constexpr float invisible = 0.0001f;
+/// Value of a cutout from which a surface is there.
+constexpr float solidFrom = 0.5f;
 
 znFloatType<2> weightOf(const znRTRayPacket& ray)
 {
@@ -67,12 +68,15 @@ znRTColor znRTBRDFMaterial::getSpectrum(const osg::Spectrum* spectrum, const znR
 bool znRTBRDFMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attributes,
                                                    bool withIncandescenceTexture)
 {
-    static znRTOnceWarning notRead(
-        "Textures of transparency, cutouts and emission are not read yet: surfaces show their "
-        "uniform values.");
-    if (attributes.transparencyActive || attributes.cutoutActive ||
-        (withIncandescenceTexture && attributes.incandescenceSampler))
-        notRead();
+    transparencyTexture.set(attributes.transparencySampler, attributes.transparencyActive,
+                            attributes.transparencyAttributes);
+    cutoutTexture.set(attributes.cutoutSampler, attributes.cutoutActive,
+                      attributes.cutoutAttributes);
+    const znRTTextureSampler* const emission =
+        withIncandescenceTexture && attributes.incandescenceActive ? attributes.incandescenceSampler
+                                                                   : nullptr;
+    incandescenceTexture.set(emission, emission && emission->isValid(),
+                             attributes.incandescenceAttributes);
 
     const znRTColor color =
         getSpectrum(attributes.transparencyColorSpectrum, attributes.transparencyColor);
@@ -87,16 +91,6 @@ bool znRTBRDFMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attribu
         attributes.incandescenceUnitC);
     incandescenceColor = attributes.incandescenceActive ? light : znRTColor();
     return znRTMaterial::setRaytracingCommonSettings(attributes);
-}
-
-void znRTBRDFMaterial::scaleOpacity(float share)
-{
-    const auto passed = [share](float transparency) {
-        return 1.0f - share * (1.0f - transparency);
-    };
-    transparencyColor = {passed(transparencyColor.r), passed(transparencyColor.g),
-                         passed(transparencyColor.b), 1.0f};
-    opacity *= share;
 }
 
 void znRTBRDFMaterial::readOcclusion(const znRTBRDFMaterialAttributes& attributes)
@@ -126,6 +120,12 @@ void znRTBRDFMaterial::setPlainRequirements()
         (readsOcclusion || readsIrradiance ? vertexAttribute::bakedIrradiance : 0u) |
         (materialState.useBaking ? vertexAttribute::bakedColor : 0u);
     materialState.transparencyAttributes = 0;
+
+    for (const znRTAttributeTexture* texture : {&transparencyTexture, &cutoutTexture}) {
+        texture->addRequirements(materialState);
+        texture->addShadowRequirements(materialState);
+    }
+    incandescenceTexture.addRequirements(materialState);
 }
 
 void znRTBRDFMaterial::addMirrorRequirements(bool usesVertexTangents)
@@ -155,16 +155,40 @@ void znRTBRDFMaterial::bendNormal(const znRTRayDifferentialPacket& ray, znRTHitS
 
 int znRTBRDFMaterial::getVisibility() const
 {
-    // A texture may leave something, and what shines is seen.
-    const bool isHidden =
-        opacity < invisible && !hasTransparencyTexture() && incandescenceColor.isZero();
-    return isHidden ? 0 : materialState.visibility;
+    // A texture may leave something.
+    return hasTransparencyTexture() || isSeenAt(opacity) ? materialState.visibility : 0;
 }
 
-znRTColorPacket znRTBRDFMaterial::evaluateTransparencyColor(const znRTDataBlockPacket&,
-                                                            const znFloatType<2>&) const
+bool znRTBRDFMaterial::isSeenAt(float share) const
 {
-    return {transparencyColor.r, transparencyColor.g, transparencyColor.b, opacity};
+    return share >= invisible || !incandescenceColor.isZero();
+}
+
+znRTColorPacket znRTBRDFMaterial::evaluateTransparencyColor(const znRTDataBlockPacket& data,
+                                                            const znFloatType<2>& mask) const
+{
+    const znFloatType<2> zero(0.0f), one(1.0f);
+    znRTColorPacket passed(transparencyColor.r, transparencyColor.g, transparencyColor.b, opacity);
+    if (transparencyTexture.isActive()) {
+        passed *= transparencyTexture.fetch(data, mask);
+        passed.clampRGB(zero, one);
+        passed.a = maximum(one - luminance(passed), zero);
+    }
+    if (cutoutTexture.isActive()) {
+        const znFloatType<2> isSolid =
+            cutoutTexture.fetch(data, mask).r >= znFloatType<2>(solidFrom);
+        passed = select(isSolid, passed, znRTColorPacket(one, one, one, zero));
+    }
+    return passed;
+}
+
+znFloatType<2> znRTBRDFMaterial::evaluateCutout(const znRTRayPacket&,
+                                                const znRTDifferentialGeometry& dg,
+                                                const znFloatType<2>& mask) const
+{
+    if (!cutoutTexture.isActive())
+        return mask;
+    return mask & (cutoutTexture.fetchPlain(dg, mask).r >= znFloatType<2>(solidFrom));
 }
 
 znRTColorPacket znRTBRDFMaterial::getTransparency(const znRTRayDifferentialPacket&,
@@ -177,10 +201,15 @@ znRTColorPacket znRTBRDFMaterial::getTransparency(const znRTRayDifferentialPacke
     return passed;
 }
 
-znRTColorPacket znRTBRDFMaterial::evaluateEmissionColor(const znRTDataBlockPacket&,
+znRTColorPacket znRTBRDFMaterial::evaluateEmissionColor(const znRTDataBlockPacket& data,
                                                         const znFloatType<2>& mask) const
 {
-    return znRTColorPacket(incandescenceColor) & mask;
+    znRTColorPacket emission = znRTColorPacket(incandescenceColor) & mask;
+    if (incandescenceTexture.isActive()) {
+        emission *= incandescenceTexture.fetch(data, mask);
+        emission.a = znFloatType<2>(incandescenceColor.a) & mask;
+    }
+    return emission;
 }
 
 znRTColorPacket znRTBRDFMaterial::evaluateEmission(const znRTRayDifferentialPacket&,

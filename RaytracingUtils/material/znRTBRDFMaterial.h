@@ -5,6 +5,7 @@
 // them the light toward the viewer and the record of lobes.
 
 #include "core/znRTColor.h"
+#include "material/attributeTexture.h"
 #include "material/znRTMaterial.h"
 
 namespace osg {
@@ -33,6 +34,9 @@ public:
                znRTShadingState& state) const override;
     /// Hidden from all rays where nothing of the surface is left.
     int getVisibility() const override;
+    /// By the cutout texture, where it follows the first texture coordinates.
+    znFloatType<2> evaluateCutout(const znRTRayPacket& ray, const znRTDifferentialGeometry& dg,
+                                  const znFloatType<2>& mask) const override;
     znRTColorPacket getTransparency(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                                     const znFloatType<2>& mask,
                                     znRTShadingState& state) const override;
@@ -81,19 +85,21 @@ protected:
     /// @return true when lobes and colours have to be read again
     bool setRaytracingCommonSettings(znRTCommonAttributes& attributes,
                                      bool withIncandescenceTexture);
-    /// Lets more through: the share of the surface that is left. After the common settings.
-    void scaleOpacity(float share);
     /// How vertex occlusion darkens the environment.
     void readOcclusion(const znRTBRDFMaterialAttributes& attributes);
-    /// Requirements of a material without textures, by the terms that it evaluates. After the
-    /// structure of the surface is set.
+    /// Requirements by the terms that the material evaluates and by the textures of all kinds;
+    /// those of a kind's own textures come on top. After the structure of the surface is set.
     void setPlainRequirements();
     /// What mirrors need besides: a footprint for their rays, and how the normal turns below it.
     void addMirrorRequirements(bool usesVertexTangents);
 
+    /// Whether something is left to see of a surface of an opacity: what shines is seen anyway.
+    bool isSeenAt(float share) const;
+
     znRTColor transparencyColor{0.0f, 0.0f, 0.0f, 1.0f};
     float opacity = 1.0f;
     znRTColor incandescenceColor{0.0f, 0.0f, 0.0f, 1.0f};
+    znRTAttributeTexture transparencyTexture, cutoutTexture, incandescenceTexture;
     float occlusionIntensity = 1.0f;
     znRTColor occlusionColor{0.0f, 0.0f, 0.0f, 1.0f};
 };

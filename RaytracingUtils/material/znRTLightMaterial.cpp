@@ -3,7 +3,6 @@
 #include "brdf/znRTBxDFAttributes.h"
 #include "host/osg/materials/utilityMaterials.h"
 #include "light/znRTLight.h"
-#include "material/missingParts.h"
 
 const znRTTypeId znRTLightMaterial::id("znRTLightMaterial");
 
@@ -23,15 +22,11 @@ void znRTLightMaterial::update()
     const znRTVector3f& color = record.emissiveComponent;
     incandescenceColor = znRTLight::calculateLightSpectrum(
         record.emissiveComponentSpectrum, record.intensity, color.x, color.y, color.z);
+    incandescenceTexture.set(record.emissiveComponentSampler, record.emissiveComponentActive,
+                             record.emissiveComponentAttributes);
     if (!changed)
         return;
-    readOcclusion(record);
-    diffuse.set(record.diffuse, record.diffuseSpectrum, record.diffuseActive);
-    glossy.set(record.glossy, record.glossySpectrum, record.glossyActive);
-    ambient.set(record.ambient, record.ambientSpectrum, false);
-    znRTMissingParts missing = missingParts(record);
-    missing.maps |= record.emissiveComponentActive;
-    tellOfMissingParts(missing);
+    readColors(record);
 
     znRTBSDFAttributes lobes;
     lobes.setExponents(record.analyticShininess, record.analyticShininess);

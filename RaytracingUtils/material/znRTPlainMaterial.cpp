@@ -40,9 +40,9 @@ void znRTPlainMaterial::updateFrom(znRTCommonAttributes& record)
 {
     if (!setRaytracingCommonSettings(record, true))
         return;
-    diffuse.set(record.analyticDiffuse, nullptr, false);
-    glossy.set(limited(record.analyticSpecular, record.analyticDiffuse), nullptr, false);
-    ambient.set({1.0f, 1.0f, 1.0f}, nullptr, false);
+    diffuse.set(record.analyticDiffuse, nullptr);
+    glossy.set(limited(record.analyticSpecular, record.analyticDiffuse), nullptr);
+    ambient.set({1.0f, 1.0f, 1.0f}, nullptr);
     znRTBSDFAttributes lobes;
     lobes.setExponents(record.analyticShininess, record.analyticShininess);
     setupLobes(lobes);

@@ -31,10 +31,10 @@ void znRTSubstanceMaterial::update()
         return;
     auto& record = host->getRaytracingAttributes();
     const bool isStale = setRaytracingCommonSettings(record, true);
-    if (record.opacity < 1.0f) {
-        record.transparent = true;
-        scaleOpacity(record.opacity);
-    }
+    surfaceOpacity.set(record.opacity);
+    surfaceOpacity.setTexture(record.opacitySampler, record.opacityActive,
+                              record.opacityAttributes);
+    record.transparent |= surfaceOpacity.getTexture().isActive() || record.opacity < 1.0f;
     if (isStale)
         readRecord(record);
 }
@@ -43,55 +43,110 @@ template <class Record>
 void znRTSubstanceMaterial::readRecord(const Record& record)
 {
     readOcclusion(record);
-    baseColor.set(record.baseColor, record.baseColorSpectrum, record.baseColorActive);
-    ambient.set(record.ambient, record.ambientSpectrum, false);
-    emissive.set(record.emissive, record.emissiveSpectrum, record.emissiveActive);
-    metallic = record.metallic;
-    roughness = record.roughness;
-    specularLevel = record.specularLevel;
-    anisotropyLevel = record.hasAnisotropyLevel ? record.anisotropyLevel : 0.0f;
-    anisotropyAngle = record.anisotropyAngle;
-    ambientOcclusion = record.ambientOcclusion;
-
-    znRTSubstanceAttributes lobes;
-    const znRTColor& base = baseColor.getUniform();
-    lobes.baseColor = {base.r, base.g, base.b};
-    lobes.metallic = metallic;
-    lobes.roughness = roughness;
-    lobes.specularLevel = specularLevel;
-    lobes.anisotropyLevel = anisotropyLevel;
-    lobes.anisotropyAngle = anisotropyAngle;
-    setupLobes(lobes);
+    ambient.set(record.ambient, record.ambientSpectrum);
+    baseColor.set(record.baseColor, record.baseColorSpectrum);
+    emissive.set(record.emissive, record.emissiveSpectrum);
+    metallic.set(record.metallic);
+    roughness.set(record.roughness);
+    specularLevel.set(record.specularLevel);
+    ambientOcclusion.set(record.ambientOcclusion);
+    anisotropyLevel.set(record.anisotropyLevel);
+    anisotropyAngle.set(record.anisotropyAngle);
+#define ZN_SET_TEXTURE(name)                                                                       \
+    name.setTexture(record.name##Sampler, record.name##Active, record.name##Attributes)
+    ZN_SET_TEXTURE(baseColor);
+    ZN_SET_TEXTURE(emissive);
+    ZN_SET_TEXTURE(metallic);
+    ZN_SET_TEXTURE(roughness);
+    ZN_SET_TEXTURE(specularLevel);
+    ZN_SET_TEXTURE(ambientOcclusion);
+    ZN_SET_TEXTURE(anisotropyLevel);
+    ZN_SET_TEXTURE(anisotropyAngle);
+#undef ZN_SET_TEXTURE
+    if (!record.hasAnisotropyLevel)
+        anisotropyLevel = {};
+    setupLobes();
     setPlainRequirements();
+    addTextureRequirements();
 }
 
-void znRTSubstanceMaterial::setupLobes(const znRTSubstanceAttributes& record)
+void znRTSubstanceMaterial::setupLobes()
 {
+    // What holds on the whole: the blend weighs its lobes by it.
+    znRTSubstanceAttributes record;
+    const znRTColor base = baseColor.getMean();
+    record.baseColor = {base.r, base.g, base.b};
+    record.metallic = metallic.getMean();
+    record.roughness = roughness.getMean();
+    record.specularLevel = specularLevel.getMean();
+    record.anisotropyLevel = anisotropyLevel.getMean();
+    record.anisotropyAngle = anisotropyAngle.getMean();
     blend.setup(record, unsigned(std::max(0, getEnvironmentQuality())));
-    const znRTColorPacket base(
-        znRTColor(record.baseColor.x, record.baseColor.y, record.baseColor.z));
     // The glossy lobe holds its reflectance itself, which the blend knows; it weighs 1.
-    blend.setMix(luminance(diffuseOf(base, record.metallic))[0], 1.0f);
+    blend.setMix(luminance(diffuseOf(znRTColorPacket(base), record.metallic))[0], 1.0f);
+}
+
+void znRTSubstanceMaterial::addTextureRequirements()
+{
+    for (const znRTColorAttribute* color : {&baseColor, &emissive})
+        color->getTexture().addRequirements(materialState);
+    for (const znRTNumberAttribute* number :
+         {&metallic, &roughness, &specularLevel, &ambientOcclusion, &surfaceOpacity,
+          &anisotropyLevel, &anisotropyAngle})
+        number->getTexture().addRequirements(materialState);
+    surfaceOpacity.getTexture().addShadowRequirements(materialState);
+}
+
+int znRTSubstanceMaterial::getVisibility() const
+{
+    const bool isTextured = surfaceOpacity.getTexture().isActive();
+    return isTextured || isSeenAt(surfaceOpacity.getUniform()) ? znRTBRDFMaterial::getVisibility()
+                                                               : 0;
+}
+
+bool znRTSubstanceMaterial::isAnisotropic() const
+{
+    return anisotropyLevel.getTexture().isActive() || anisotropyLevel.getUniform() > 0.0f;
 }
 
 znRTSubstanceMaterial::Substance
 znRTSubstanceMaterial::evaluateSubstance(const znRTDataBlockPacket& data,
                                          const znFloatType<2>& mask) const
 {
-    return {baseColor.fetch(data, mask),  metallic,        roughness,
-            getSpecularLevel(data, mask), anisotropyLevel, anisotropyAngle};
+    return {baseColor.fetch(data, mask),          clamp01(metallic.fetch(data, mask)),
+            clamp01(roughness.fetch(data, mask)), getSpecularLevel(data, mask),
+            anisotropyLevel.fetch(data, mask),    anisotropyAngle.fetch(data, mask)};
 }
 
-znFloatType<2> znRTSubstanceMaterial::getSpecularLevel(const znRTDataBlockPacket&,
-                                                       const znFloatType<2>&) const
+znFloatType<2> znRTSubstanceMaterial::getSpecularLevel(const znRTDataBlockPacket& data,
+                                                       const znFloatType<2>& mask) const
 {
-    return specularLevel;
+    return specularLevel.fetch(data, mask);
 }
 
-znFloatType<2> znRTSubstanceMaterial::getMaterialAmbientOcclusion(const znRTDataBlockPacket&,
-                                                                  const znFloatType<2>&) const
+znFloatType<2> znRTSubstanceMaterial::getMaterialAmbientOcclusion(const znRTDataBlockPacket& data,
+                                                                  const znFloatType<2>& mask) const
 {
-    return ambientOcclusion;
+    return ambientOcclusion.fetch(data, mask);
+}
+
+znRTColorPacket znRTSubstanceMaterial::evaluatePassed(const znRTDataBlockPacket& data,
+                                                      const znFloatType<2>& mask) const
+{
+    const znFloatType<2> one(1.0f), share = clamp01(surfaceOpacity.fetch(data, mask));
+    const znRTColorPacket passed = evaluateTransparencyColor(data, mask);
+    return {one - share * (one - passed.r), one - share * (one - passed.g),
+            one - share * (one - passed.b), share * passed.a};
+}
+
+znRTColorPacket znRTSubstanceMaterial::getTransparency(const znRTRayDifferentialPacket&,
+                                                       znRTDataBlockPacket& data,
+                                                       const znFloatType<2>& mask,
+                                                       znRTShadingState&) const
+{
+    znRTColorPacket passed = evaluatePassed(data, mask) & mask;
+    passed.a = 1.0f;
+    return passed;
 }
 
 void znRTSubstanceMaterial::fetchParameters(const znRTRayDifferentialPacket&,
@@ -104,7 +159,7 @@ void znRTSubstanceMaterial::fetchParameters(const znRTRayDifferentialPacket&,
     hit.ambient = ambient.fetch(data, mask);
     hit.emission = evaluateEmissionColor(data, mask);
     hit.emission += emissive.fetch(data, mask) & mask;
-    hit.transparency = evaluateTransparencyColor(data, mask);
+    hit.transparency = evaluatePassed(data, mask);
     hit.alpha = hit.transparency.a;
     hit.ambientOcclusion = getMaterialAmbientOcclusion(data, mask);
 
@@ -112,7 +167,8 @@ void znRTSubstanceMaterial::fetchParameters(const znRTRayDifferentialPacket&,
     const znRTVector2fPacket slopes =
         znRTSubstanceGGXBRDF::getSlopesOf(substance.roughness, substance.anisotropyLevel);
     lanes.setSlopes(slopes.x, slopes.y, mask);
-    lanes.setRotation(substance.anisotropyAngle * lobeMath::twoPi, mask);
+    if (isAnisotropic())
+        lanes.setRotation(substance.anisotropyAngle * lobeMath::twoPi, mask);
     lanes.setReflectance(znRTSubstanceGGXBRDF::getReflectanceOf(
                              substance.baseColor, substance.metallic, substance.specularLevel),
                          mask);
@@ -120,7 +176,7 @@ void znRTSubstanceMaterial::fetchParameters(const znRTRayDifferentialPacket&,
 
 void znRTSubstanceMaterial::buildFrame(Hit& hit) const
 {
-    if (anisotropyLevel > 0.0f)
+    if (isAnisotropic())
         hit.onb.set(hit.dg.shadingNormal, hit.dg.tangent, hit.dg.tangentMask);
     else
         hit.onb.set(hit.dg.shadingNormal);

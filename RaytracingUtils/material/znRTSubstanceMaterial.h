@@ -12,8 +12,6 @@
 #include "material/colorAttribute.h"
 #include "material/shadePipeline.h"
 
-struct znRTSubstanceAttributes;
-
 class znRTSubstanceMaterial : public znRTBRDFMaterial
 {
 public:
@@ -24,6 +22,8 @@ public:
 
     znRTMaterial* getDuplicate() const override { return new znRTSubstanceMaterial(hostMaterial); }
     void update() override;
+    /// Hidden where the opacity leaves nothing, too.
+    int getVisibility() const override;
 
     using znRTBRDFMaterial::shade;
     void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
@@ -32,6 +32,9 @@ public:
     void evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                           znRTSurfaceProperties& surface, const znFloatType<2>& mask,
                           znRTShadingState& state, int group, EvaluationType type) const override;
+    znRTColorPacket getTransparency(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                    const znFloatType<2>& mask,
+                                    znRTShadingState& state) const override;
 
     // For the pipeline.
 
@@ -59,12 +62,17 @@ protected:
 private:
     template <class Record>
     void readRecord(const Record& record);
-    void setupLobes(const znRTSubstanceAttributes& record);
+    void setupLobes();
+
+    void addTextureRequirements();
+    /// Colour that passes through the hits; alpha is the opacity.
+    znRTColorPacket evaluatePassed(const znRTDataBlockPacket& data,
+                                   const znFloatType<2>& mask) const;
+    bool isAnisotropic() const;
 
     znRTColorAttribute baseColor, ambient, emissive;
-    float metallic = 0.0f, roughness = 0.5f, specularLevel = 0.5f;
-    float anisotropyLevel = 0.0f, anisotropyAngle = 0.0f;
-    float ambientOcclusion = 1.0f;
+    znRTNumberAttribute metallic, roughness, specularLevel, ambientOcclusion, surfaceOpacity;
+    znRTNumberAttribute anisotropyLevel, anisotropyAngle;
 
     znRTDiffuseFresnelBRDF diffuseLobe;
     znRTSubstanceGGXBRDF glossyLobe;

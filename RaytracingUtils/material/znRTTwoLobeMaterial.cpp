@@ -10,6 +10,8 @@ void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::setupLobes(const znRTBxDFAttr
     blend.setup(record, unsigned(std::max(0, getEnvironmentQuality())));
     blend.setMix(diffuse.getPhotometricValue(), glossy.getPhotometricValue());
     setPlainRequirements();
+    diffuse.getTexture().addRequirements(materialState);
+    glossy.getTexture().addRequirements(materialState);
 }
 
 template <class DiffuseLobe, class GlossyLobe>

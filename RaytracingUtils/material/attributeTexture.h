@@ -1,0 +1,41 @@
+#pragma once
+
+// An image that lies on a surface, as one attribute of a material reads it. Reading needs what
+// addRequirements asks the geometry for.
+
+#include "core/znRTColorPacket.h"
+
+class znRTDataBlockPacket;
+class znRTTextureAttributes;
+class znRTTextureSampler;
+struct znRTDifferentialGeometry;
+struct znRTMaterialState;
+
+class znRTAttributeTexture
+{
+public:
+    /// Takes a slot of a record; neither object is owned. A slot that wants an image and has none
+    /// that can be read is told of once and left out.
+    void set(const znRTTextureSampler* newSampler, bool isActive,
+             const znRTTextureAttributes* newAttributes);
+    void clear() { sampler = nullptr; }
+    bool isActive() const { return sampler != nullptr; }
+
+    /// Colour at the hits; 0 outside the mask. Active textures only.
+    znRTColorPacket fetch(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const;
+    /// The same where nothing is known but the first set of texture coordinates; 1 for textures
+    /// that read others.
+    znRTColorPacket fetchPlain(const znRTDifferentialGeometry& dg,
+                               const znFloatType<2>& mask) const;
+    /// Mean colour of the image.
+    znRTColor getMean() const;
+
+    /// Adds what a shade has to know for the texture.
+    void addRequirements(znRTMaterialState& state) const;
+    /// Adds what a shadow ray has to know for it.
+    void addShadowRequirements(znRTMaterialState& state) const;
+
+private:
+    const znRTTextureSampler* sampler = nullptr;
+    int uvSet = 0;
+};

@@ -1,0 +1,231 @@
+// What images on surfaces do to colours, numbers, opacity and light of materials.
+
+#include "material/colorAttribute.h"
+
+#include "core/shadingRequirements.h"
+#include "host/osg/Image.h"
+#include "host/osg/UTextureSettings.h"
+#include "materialFixture.h"
+
+using namespace materialTest;
+
+namespace {
+
+using TexturePtr = osg::Ref<osg::UTextureSettings>;
+using SubstancePtr = osg::FCPtr<osg::USubstanceMaterial>;
+
+/// A slot with an image of 2 x 2 texels, rows from below.
+TexturePtr makeTexture(const std::vector<u8>& texels)
+{
+    const osg::Ref<osg::Image> image = osg::Image::create();
+    const u32 format = texels.size() == 4 ? osg::Image::L : osg::Image::RGB;
+    EXPECT_TRUE(image->take(format, 2, 2, std::vector<u8>(texels), osg::Image::UInt8));
+    const TexturePtr texture = osg::UTextureSettings::create();
+    texture->setImage(image.get());
+    texture->setIsActive(true);
+    texture->setMipmaps(false);
+    texture->setWrapS(znRTTextureSampler::clamp);
+    texture->setWrapT(znRTTextureSampler::clamp);
+    return texture;
+}
+
+/// IEC 61966-2-1
+double linear(int encoded)
+{
+    const double v = encoded / 255.0;
+    return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+}
+
+/// Places over the four texels in their order, beyond the centres, where nothing is mixed.
+const znFloatType<2> texelX(-0.75f, 0.75f, -0.75f, 0.75f), texelY(-0.6f, -0.6f, 0.6f, 0.6f);
+
+class TexturedAttributes : public MaterialTest
+{
+protected:
+    ~TexturedAttributes() override { setBackground(0.0f); }
+    static void setBackground(float value)
+    {
+        znRTRenderUtils::s_backgroundColor = {value, value, value, 0.0f};
+    }
+    /// What straight rays see of the four texels.
+    znRTColorPacket seenTexels() { return shade(texelX, texelY).color; }
+    void evaluate(znRTSurfaceProperties& surface, znRTDataBlockPacket& data)
+    {
+        znRTRayDifferentialPacket ray = downward(texelX, texelY);
+        data = blockOf(ray);
+        surface.reset();
+        znRTShadingState state = stateOf(0);
+        data.materials[0]->evaluateMaterial(ray, data, surface, znFloatType<2>::allLanes(), state,
+                                            -1, znRTMaterial::indirect);
+    }
+};
+
+} // namespace
+
+TEST_F(TexturedAttributes, MultiplyColoursWithDecodedTexels)
+{
+    const PhongPtr material = makeDiffuse(0.5f);
+    const TexturePtr texture = makeTexture({255, 128, 0, 20, 40, 60, 128, 128, 128, 0, 255, 200});
+    material->setDiffuseTexture(texture.get());
+    addSquare(material);
+    addSun();
+    const znRTColorPacket seen = seenTexels();
+    EXPECT_LANES_NEAR(seen.r, 0.5f, float(0.5 * linear(20)), float(0.5 * linear(128)), 0.0f, 1e-5f);
+    EXPECT_LANES_NEAR(seen.g, float(0.5 * linear(128)), float(0.5 * linear(40)),
+                      float(0.5 * linear(128)), 0.5f, 1e-5f);
+    EXPECT_LANES_NEAR(seen.b, 0.0f, float(0.5 * linear(60)), float(0.5 * linear(128)),
+                      float(0.5 * linear(200)), 1e-5f);
+}
+
+TEST_F(TexturedAttributes, AskForCoordinatesOnlyWhenThereIsAnImage)
+{
+    const PhongPtr material = makeDiffuse(0.5f);
+    znRTMaterial& shading = addSquare(material);
+    EXPECT_FALSE(shading.getMaterialAttributes() & vertexAttribute::textureCoordinates);
+    EXPECT_FALSE(shading.getShadingRequirements() & shadingRequirement::footprint);
+    const TexturePtr texture = makeTexture({255, 128, 0, 20});
+    material->setDiffuseTexture(texture.get());
+    scene.scene->applyMaterialChanges();
+    EXPECT_TRUE(shading.getMaterialAttributes() & vertexAttribute::textureCoordinates);
+    EXPECT_TRUE(shading.getShadingRequirements() & shadingRequirement::footprint);
+    EXPECT_FALSE(shading.getTransparencyAttributes() & vertexAttribute::textureCoordinates);
+    material->setTransparencyTexture(texture.get());
+    scene.scene->applyMaterialChanges();
+    EXPECT_TRUE(shading.getTransparencyAttributes() & vertexAttribute::textureCoordinates);
+    EXPECT_TRUE(shading.getShadowShadingRequirements() & shadingRequirement::footprint);
+}
+
+// The slope of the facets is the square of the roughness, which is stored linearly.
+TEST_F(TexturedAttributes, TakeNumbersFromImagesWithoutDecoding)
+{
+    const SubstancePtr material = osg::USubstanceMaterial::create();
+    const TexturePtr roughness = makeTexture({51, 102, 153, 204});
+    const TexturePtr metallic = makeTexture({0, 255, 51, 255});
+    material->setBaseColor(gray(0.5f));
+    material->setRoughnessTexture(roughness.get());
+    material->setMetallicTexture(metallic.get());
+    addSquare(material);
+    znRTSurfaceProperties surface;
+    znRTDataBlockPacket data;
+    evaluate(surface, data);
+    const znRTLobeParameters& lanes = surface.getParameters()[0];
+    EXPECT_LANES_NEAR(lanes.alphaX, 0.04f, 0.16f, 0.36f, 0.64f, 1e-5f);
+    EXPECT_LANES_NEAR(lanes.alphaY, 0.04f, 0.16f, 0.36f, 0.64f, 1e-5f);
+    EXPECT_LANES_NEAR(lanes.f0.g, 0.04f, 0.5f, 0.132f, 0.5f, 1e-5f); // 0.04 + 0.2 (0.5 - 0.04)
+    EXPECT_LANES_NEAR(surface.groups[0].slots[0].color.r, 0.5f, 0.0f, 0.4f, 0.0f, 1e-5f);
+}
+
+TEST_F(TexturedAttributes, MixWhatIsBehindByTheTransparencyOfEachTexel)
+{
+    const PhongPtr material = makeDiffuse(0.0f);
+    const TexturePtr texture = makeTexture({0, 51, 255, 204});
+    texture->setGamma(1.0f);
+    material->setTransparencyColor(gray(1.0f));
+    material->setTransparencyTexture(texture.get());
+    addSquare(material);
+    setBackground(2.0f);
+    const znRTColorPacket seen = seenTexels();
+    EXPECT_LANES_NEAR(seen.r, 0.0f, 0.4f, 2.0f, 1.6f, 1e-5f);
+    EXPECT_LANES_NEAR(seen.a, 1.0f, 0.8f, 0.0f, 0.2f, 1e-5f);
+}
+
+// A sun shines through what is not there; the other half of the texels casts a full shadow.
+TEST_F(TexturedAttributes, LeaveOutWhatACutoutCutsAndItsShadow)
+{
+    const PhongPtr above = makeDiffuse(0.25f), below = makeDiffuse(0.5f);
+    const TexturePtr texture = makeTexture({255, 0, 100, 200});
+    above->setCutoutTexture(texture.get());
+    addSquare(below, 0.0f);
+    znRTMaterial& shading = addSquare(above, 1.0f);
+    addSun();
+    EXPECT_TRUE(shading.isTransparent());
+    setBackground(7.0f);
+    const znRTColorPacket seen = seenTexels();
+    EXPECT_LANES_NEAR(seen.r, 0.25f, 0.5f, 0.5f, 0.25f, 1e-5f);
+    const znRTRayDifferentialPacket between(znRTRayPacket(znRTVector3fPacket(texelX, texelY, 0.5f),
+                                                          znRTVector3fPacket(0.0f, 0.0f, -1.0f)));
+    const znRTColorPacket shadow = shade(between).color;
+    EXPECT_LANES_NEAR(shadow.r, 0.0f, 0.5f, 0.5f, 0.0f, 1e-5f);
+
+    znRTDifferentialGeometry dg{};
+    dg.uv = {znFloatType<2>(0.25f, 0.75f, 0.25f, 0.75f),
+             znFloatType<2>(0.25f, 0.25f, 0.75f, 0.75f)};
+    EXPECT_EQ(moveMask(shading.evaluateCutout(between, dg, expandLanes(13))), 9);
+}
+
+TEST_F(TexturedAttributes, EmitByTheTexel)
+{
+    const PhongPtr material = makeDiffuse(0.0f);
+    material->setIncandescenceActive(true);
+    material->setIncandescence(gray(3.0f));
+    const TexturePtr texture = makeTexture({0, 255, 128, 64});
+    material->setIncandescenceTexture(texture.get());
+    addSquare(material);
+    const znRTColorPacket seen = seenTexels();
+    EXPECT_LANES_NEAR(seen.g, 0.0f, 3.0f, float(3.0 * linear(128)), float(3.0 * linear(64)), 1e-5f);
+}
+
+TEST_F(TexturedAttributes, LetThroughWhatTheOpacityOfATexelLeaves)
+{
+    const SubstancePtr material = osg::USubstanceMaterial::create();
+    material->setBaseColor(gray(0.0f));
+    material->setSpecularLevel(0.0f);
+    const TexturePtr opacity = makeTexture({0, 51, 255, 204});
+    material->setOpacityTexture(opacity.get());
+    znRTMaterial& shading = addSquare(material);
+    EXPECT_TRUE(shading.isTransparent());
+    setBackground(1.0f);
+    EXPECT_LANES_NEAR(seenTexels().r, 1.0f, 0.8f, 0.0f, 0.2f, 1e-5f);
+}
+
+TEST_F(TexturedAttributes, FollowTheTransformOfTheirSlot)
+{
+    const PhongPtr material = makeDiffuse(1.0f);
+    const TexturePtr texture = makeTexture({0, 255, 0, 255});
+    texture->setGamma(1.0f);
+    material->setDiffuseTexture(texture.get());
+    addSquare(material);
+    addSun();
+    EXPECT_LANES_NEAR(seenTexels().r, 0, 1, 0, 1, 1e-5f);
+    texture->setRotation(90.0f);
+    scene.scene->applyMaterialChanges();
+    // s' = 1 - t: what lay to the right lies below.
+    EXPECT_LANES_NEAR(seenTexels().r, 1, 1, 0, 0, 1e-5f);
+    texture->setRotation(0.0f);
+    texture->setRepeat(osg::Vec2f(2.0f, 1.0f));
+    texture->setWrapS(znRTTextureSampler::repeat);
+    scene.scene->applyMaterialChanges();
+    // 2 (s - 0.5) + 0.5 is -0.25 to the left and 1.25 to the right.
+    EXPECT_LANES_NEAR(seenTexels().r, 1, 0, 1, 0, 1e-5f);
+}
+
+TEST_F(TexturedAttributes, ShowTheUniformValueWithoutAnImage)
+{
+    const PhongPtr material = makeDiffuse(0.5f);
+    const TexturePtr texture = osg::UTextureSettings::create();
+    texture->setIsActive(true);
+    material->setDiffuseTexture(texture.get());
+    addSquare(material);
+    addSun();
+    EXPECT_LANES_NEAR(seenTexels().r, 0.5f, 0.5f, 0.5f, 0.5f, 1e-5f);
+}
+
+TEST_F(TexturedAttributes, ReadTheSetOfCoordinatesOfTheirSlot)
+{
+    const PhongPtr material = makeDiffuse(1.0f);
+    const TexturePtr texture = makeTexture({0, 51, 102, 204});
+    texture->setGamma(1.0f);
+    texture->setUvSet(1);
+    material->setDiffuseTexture(texture.get());
+    squares.push_back(makeSquare());
+    // The image lies turned round by half.
+    const std::vector<osg::Vec2f> turned = {{1, 1}, {0, 1}, {0, 0}, {1, 0}};
+    squares.back()->setTexCoordSet(1,
+                                   osg::GeoProperty::create(std::span<const osg::Vec2f>(turned)));
+    squares.back()->setMaterial(material);
+    scene.add(squares.back().get(), makeTranslation(0, 0, 0));
+    scene.scene->initMaterials();
+    scene.build();
+    addSun();
+    EXPECT_LANES_NEAR(seenTexels().r, 0.8f, 0.4f, 0.2f, 0.0f, 1e-5f);
+}
