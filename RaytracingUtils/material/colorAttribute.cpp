@@ -1,15 +1,9 @@
 #include "material/colorAttribute.h"
 
 #include "material/znRTBRDFMaterial.h"
-#include "render/notAvailable.h"
 
-void znRTColorAttribute::set(const znRTVector3f& color, const osg::Spectrum* spectrum,
-                             bool isTextured)
+void znRTColorAttribute::set(const znRTVector3f& color, const osg::Spectrum* spectrum)
 {
-    static znRTOnceWarning notRead(
-        "Some textures of this kind of material are not read yet: uniform colours show.");
-    if (isTextured)
-        notRead();
     uniform = znRTBRDFMaterial::getSpectrum(spectrum, color);
 }
 

@@ -14,17 +14,17 @@ class Spectrum;
 class znRTColorAttribute
 {
 public:
-    /// @param spectrum    used instead of the colour where it can be; null without
-    /// @param isTextured  the record has an image that the kind does not hand on by setTexture: it
-    ///                    is told once that only the uniform colour shows
-    void set(const znRTVector3f& color, const osg::Spectrum* spectrum, bool isTextured = false);
-    void set(const znRTColor& color) { uniform = color; }
-    /// The image on the colour, see znRTAttributeTexture::set.
-    void setTexture(const znRTTextureSampler* sampler, bool isActive,
-                    const znRTTextureAttributes* attributes)
+    /// @param spectrum  used instead of the colour where it can be; null without
+    void set(const znRTVector3f& color, const osg::Spectrum* spectrum);
+    /// With an image, see znRTAttributeTexture::set.
+    void set(const znRTVector3f& color, const osg::Spectrum* spectrum,
+             const znRTTextureSampler* sampler, bool isActive,
+             const znRTTextureAttributes* attributes)
     {
+        set(color, spectrum);
         texture.set(sampler, isActive, attributes);
     }
+    void set(const znRTColor& color) { uniform = color; }
     const znRTAttributeTexture& getTexture() const { return texture; }
 
     /// Colour at the hits; alpha is 1.
@@ -51,9 +51,10 @@ class znRTNumberAttribute
 {
 public:
     void set(float value) { uniform = value; }
-    void setTexture(const znRTTextureSampler* sampler, bool isActive,
-                    const znRTTextureAttributes* attributes)
+    void set(float value, const znRTTextureSampler* sampler, bool isActive,
+             const znRTTextureAttributes* attributes)
     {
+        set(value);
         texture.set(sampler, isActive, attributes);
     }
     const znRTAttributeTexture& getTexture() const { return texture; }

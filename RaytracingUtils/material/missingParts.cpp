@@ -5,7 +5,7 @@
 void tellOfMissingParts(const znRTMissingParts& missing)
 {
     static znRTOnceWarning noMaps(
-        "Textures of glossiness, bump and occlusion are not read yet: surfaces are smooth and of "
+        "Textures of glossiness, parallax and occlusion are not read yet: surfaces are flat and of "
         "one gloss.");
     static znRTOnceWarning noStructure("Procedural structures are not there yet.");
     if (missing.maps)

@@ -4,7 +4,7 @@
 
 struct znRTMissingParts
 {
-    bool maps = false;      ///< textures of glossiness, bump and occlusion
+    bool maps = false;      ///< textures of glossiness, parallax and occlusion
     bool structure = false; ///< procedural unevenness
 };
 
@@ -16,7 +16,7 @@ template <class Record>
 znRTMissingParts missingParts(const Record& record)
 {
     znRTMissingParts missing;
-    missing.maps = record.bumpActive || record.occlusionActive;
+    missing.maps = record.occlusionActive || (record.bumpActive && record.bumpMode != 0);
     if constexpr (requires { record.glossinessActive; })
         missing.maps |= record.glossinessActive || record.anisotropyActive;
     if constexpr (requires { record.structureType; })

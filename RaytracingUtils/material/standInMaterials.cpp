@@ -38,14 +38,16 @@ template <class Record>
 void readBody(const Record& record, znRTColorAttribute& color)
 {
     if constexpr (requires { record.diffuse; })
-        color.set(record.diffuse, record.diffuseSpectrum, record.diffuseActive);
+        color.set(record.diffuse, record.diffuseSpectrum, record.diffuseSampler,
+                  record.diffuseActive, record.diffuseAttributes);
     else if constexpr (requires { record.base; })
-        color.set(record.base, record.baseSpectrum, record.baseActive);
+        color.set(record.base, record.baseSpectrum, record.baseSampler, record.baseActive,
+                  record.baseAttributes);
     else if constexpr (requires { record.paintA; })
-        color.set(record.paintA, record.paintASpectrum, record.paintAActive);
+        color.set(record.paintA, record.paintASpectrum, record.paintASampler, record.paintAActive,
+                  record.paintAAttributes);
     else
-        color.set(half(record.warpColor, record.weftColor), nullptr,
-                  record.warpColorActive || record.weftColorActive);
+        color.set(half(record.warpColor, record.weftColor), nullptr);
 }
 
 /// What shines above it: a gloss, flakes, or nothing.
@@ -53,14 +55,15 @@ template <class Record>
 void readGloss(const Record& record, znRTColorAttribute& color)
 {
     if constexpr (requires { record.glossy; })
-        color.set(record.glossy, record.glossySpectrum, record.glossyActive);
+        color.set(record.glossy, record.glossySpectrum, record.glossySampler, record.glossyActive,
+                  record.glossyAttributes);
     else if constexpr (requires { record.flakeDensity; })
-        color.set(scaled(record.flake, record.flakeDensity * record.flakeReflectance), nullptr,
-                  record.flakeActive);
+        color.set(scaled(record.flake, record.flakeDensity * record.flakeReflectance), nullptr);
     else if constexpr (requires { record.specular; })
-        color.set(besides(record.diffuse, record.specular), nullptr, record.specularActive);
+        color.set(besides(record.diffuse, record.specular), nullptr, record.specularSampler,
+                  record.specularActive, record.specularAttributes);
     else
-        color.set(black, nullptr, false);
+        color.set(black, nullptr);
 }
 
 /// Flakes reflect what they are, in the width of their tilt.
@@ -95,7 +98,7 @@ void znRTMatteStandIn::update()
             return;
         readShared(record);
         readBody(record, diffuse);
-        glossy.set(black, nullptr, false);
+        glossy.set(black, nullptr);
         setupLobes(znRTBSDFAttributes());
     };
     readAs(osg::FCPtr<osg::UVelvetMaterial>::dcast(hostMaterial));
@@ -147,13 +150,15 @@ void znRTMetalStandIn::update()
         auto& record = host->getRaytracingAttributes();
         if (!readCommon(record))
             return;
-        color.set(record.glossy, record.glossySpectrum, record.glossyActive);
+        color.set(record.glossy, record.glossySpectrum, record.glossySampler, record.glossyActive,
+                  record.glossyAttributes);
         readMetal(record, znPhongExponent(0.5f * (record.roughness + record.roughnessV)));
     } else if (const auto lined = osg::FCPtr<osg::ULineChromeMaterial>::dcast(hostMaterial)) {
         auto& record = lined->getRaytracingAttributes();
         if (!readCommon(record))
             return;
-        color.set(record.reflection, record.reflectionSpectrum, record.reflectionActive);
+        color.set(record.reflection, record.reflectionSpectrum, record.reflectionSampler,
+                  record.reflectionActive, record.reflectionAttributes);
         readMetal(record, sharpestExponent);
     }
 }
@@ -175,12 +180,17 @@ void znRTPaneStandIn::update()
     if (!isStale)
         return;
     readShared(record);
-    coat.color.set(record.reflection, record.reflectionSpectrum, record.reflectionActive);
-    transmission.set(record.transmission, record.transmissionSpectrum, record.transmissionActive);
+    coat.color.set(record.reflection, record.reflectionSpectrum, record.reflectionSampler,
+                   record.reflectionActive, record.reflectionAttributes);
+    transmission.set(record.transmission, record.transmissionSpectrum, record.transmissionSampler,
+                     record.transmissionActive, record.transmissionAttributes);
     const float root = (record.indexB - record.indexA) / (record.indexB + record.indexA);
     f0 = root * root;
     setupLobes(znRTBSDFAttributes());
     addMirrorRequirements(record.usesVertexTangents);
+    coat.color.getTexture().addRequirements(materialState);
+    transmission.getTexture().addRequirements(materialState);
+    transmission.getTexture().addShadowRequirements(materialState);
 }
 
 znRTColorPacket znRTPaneStandIn::passing(const znRTRayDifferentialPacket& ray,

@@ -21,12 +21,14 @@ public:
     void read(const Record& record)
     {
         mode = record.translucencyMode;
-        color.set(record.translucency, record.translucencySpectrum, record.translucencyActive);
+        color.set(record.translucency, record.translucencySpectrum, record.translucencySampler,
+                  record.translucencyActive, record.translucencyAttributes);
         exponent = record.translucencyExponent;
         setup();
     }
     bool isOn() const { return mode != 0 && color.getPhotometricValue() > 0.0f; }
 
+    const znRTAttributeTexture& getTexture() const { return color.getTexture(); }
     /// Colour at the hits; black while it is off.
     znRTColorPacket fetch(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const;
     /// Enters the lobe with the hit's translucent colour. After the frame.

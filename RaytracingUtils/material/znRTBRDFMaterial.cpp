@@ -13,6 +13,7 @@
 #include "material/shadePipeline.h"
 #include "material/surroundingLight.h"
 #include "render/znRTMultilayerFragment.h"
+#include "texture/znRTBumpTexture.h"
 
 #include <algorithm>
 
@@ -93,6 +94,20 @@ bool znRTBRDFMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attribu
     return znRTMaterial::setRaytracingCommonSettings(attributes);
 }
 
+void znRTBRDFMaterial::readBump(const znRTBRDFMaterialAttributes& attributes)
+{
+    if (!attributes.bumpActive) {
+        surfaceStructure.set(std::make_unique<znRTCleanSurface>());
+        return;
+    }
+    const auto kind = attributes.bumpKind == znRTBumpTexture::normalMap ? znRTBumpTexture::normalMap
+                                                                        : znRTBumpTexture::heights;
+    const float scale = kind == znRTBumpTexture::heights ? attributes.bumpScale : 1.0f;
+    surfaceStructure.set(std::make_unique<znRTBumpTexture>(*attributes.bumpSampler,
+                                                           attributes.bumpAttributes, kind,
+                                                           attributes.bumpAmplitude * scale));
+}
+
 void znRTBRDFMaterial::readOcclusion(const znRTBRDFMaterialAttributes& attributes)
 {
     const osg::Vec4f& tint = attributes.occlusionColor;
@@ -126,6 +141,8 @@ void znRTBRDFMaterial::setPlainRequirements()
         texture->addShadowRequirements(materialState);
     }
     incandescenceTexture.addRequirements(materialState);
+    if (surfaceStructure->perturbs())
+        materialState.materialAttributes |= vertexAttribute::bumpDefault;
 }
 
 void znRTBRDFMaterial::addMirrorRequirements(bool usesVertexTangents)

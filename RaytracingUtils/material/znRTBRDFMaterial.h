@@ -85,6 +85,8 @@ protected:
     /// @return true when lobes and colours have to be read again
     bool setRaytracingCommonSettings(znRTCommonAttributes& attributes,
                                      bool withIncandescenceTexture);
+    /// The structure that the bump texture of a record makes, or none.
+    void readBump(const znRTBRDFMaterialAttributes& attributes);
     /// How vertex occlusion darkens the environment.
     void readOcclusion(const znRTBRDFMaterialAttributes& attributes);
     /// Requirements by the terms that the material evaluates and by the textures of all kinds;

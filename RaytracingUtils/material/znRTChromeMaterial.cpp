@@ -27,7 +27,8 @@ void znRTChromeMaterial::update()
     auto& record = host->getRaytracingAttributes();
     if (!readCommon(record))
         return;
-    color.set(record.reflection, record.reflectionSpectrum, record.reflectionActive);
+    color.set(record.reflection, record.reflectionSpectrum, record.reflectionSampler,
+              record.reflectionActive, record.reflectionAttributes);
     readMetal(record, record.exponent);
 }
 
@@ -55,6 +56,7 @@ void znRTChromeMaterial::setupMetal(float exponent, u32 table, float reflectance
     glossyLobe.setup(lobes, unsigned(std::max(0, getEnvironmentQuality())));
     setPlainRequirements();
     addMirrorRequirements(usesVertexTangents);
+    color.getTexture().addRequirements(materialState);
 }
 
 void znRTChromeMaterial::fetchParameters(const znRTRayDifferentialPacket&,

@@ -54,6 +54,7 @@ protected:
     {
         tellOfMissingParts(missingParts(record));
         readOcclusion(record);
+        readBump(record);
         setupMetal(exponent, record.fresnelTable, record.reflectance, record.useSchlick,
                    record.usesVertexTangents);
     }

@@ -26,6 +26,7 @@ void znRTReflectivePlasticMaterial::update()
 void znRTReflectivePlasticMaterial::finish(const znRTBxDFAttributes& layer, bool usesVertexTangents)
 {
     setupLobes(layer);
+    coat.color.getTexture().addRequirements(materialState);
     if (coat.isOn())
         addMirrorRequirements(usesVertexTangents);
 }

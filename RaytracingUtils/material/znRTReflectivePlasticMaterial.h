@@ -40,7 +40,8 @@ protected:
     void readCoat(const Record& record)
     {
         coat.set(record.clearcoatReflectance);
-        coat.color.set(record.clearcoat, record.clearcoatSpectrum, record.clearcoatActive);
+        coat.color.set(record.clearcoat, record.clearcoatSpectrum, record.clearcoatSampler,
+                       record.clearcoatActive, record.clearcoatAttributes);
     }
     /// After colours and coat are set.
     void finish(const znRTBxDFAttributes& layer, bool usesVertexTangents);

@@ -2,12 +2,16 @@
 
 #include "brdf/znRTBxDFAttributes.h"
 #include "host/osg/materials/measuredMaterials.h"
+#include "texture/znRTBumpTexture.h"
 
 #include <algorithm>
 
 const znRTTypeId znRTSubstanceMaterial::id("znRTSubstanceMaterial");
 
 namespace {
+
+/// Of the formats of normal maps: the second axis points down the image.
+constexpr int pointsDown = 1;
 
 /// What a diffuse lobe gets of a base colour.
 znRTColorPacket diffuseOf(const znRTColorPacket& base, const znFloatType<2>& metallic)
@@ -31,9 +35,8 @@ void znRTSubstanceMaterial::update()
         return;
     auto& record = host->getRaytracingAttributes();
     const bool isStale = setRaytracingCommonSettings(record, true);
-    surfaceOpacity.set(record.opacity);
-    surfaceOpacity.setTexture(record.opacitySampler, record.opacityActive,
-                              record.opacityAttributes);
+    surfaceOpacity.set(record.opacity, record.opacitySampler, record.opacityActive,
+                       record.opacityAttributes);
     record.transparent |= surfaceOpacity.getTexture().isActive() || record.opacity < 1.0f;
     if (isStale)
         readRecord(record);
@@ -44,27 +47,29 @@ void znRTSubstanceMaterial::readRecord(const Record& record)
 {
     readOcclusion(record);
     ambient.set(record.ambient, record.ambientSpectrum);
-    baseColor.set(record.baseColor, record.baseColorSpectrum);
-    emissive.set(record.emissive, record.emissiveSpectrum);
-    metallic.set(record.metallic);
-    roughness.set(record.roughness);
-    specularLevel.set(record.specularLevel);
-    ambientOcclusion.set(record.ambientOcclusion);
-    anisotropyLevel.set(record.anisotropyLevel);
-    anisotropyAngle.set(record.anisotropyAngle);
-#define ZN_SET_TEXTURE(name)                                                                       \
-    name.setTexture(record.name##Sampler, record.name##Active, record.name##Attributes)
-    ZN_SET_TEXTURE(baseColor);
-    ZN_SET_TEXTURE(emissive);
-    ZN_SET_TEXTURE(metallic);
-    ZN_SET_TEXTURE(roughness);
-    ZN_SET_TEXTURE(specularLevel);
-    ZN_SET_TEXTURE(ambientOcclusion);
-    ZN_SET_TEXTURE(anisotropyLevel);
-    ZN_SET_TEXTURE(anisotropyAngle);
-#undef ZN_SET_TEXTURE
+#define ZN_SET(name)                                                                               \
+    name.set(record.name, record.name##Sampler, record.name##Active, record.name##Attributes)
+#define ZN_SET_COLOR(name)                                                                         \
+    name.set(record.name, record.name##Spectrum, record.name##Sampler, record.name##Active,        \
+             record.name##Attributes)
+    ZN_SET_COLOR(baseColor);
+    ZN_SET_COLOR(emissive);
+    ZN_SET(metallic);
+    ZN_SET(roughness);
+    ZN_SET(specularLevel);
+    ZN_SET(ambientOcclusion);
+    ZN_SET(anisotropyLevel);
+    ZN_SET(anisotropyAngle);
+#undef ZN_SET
+#undef ZN_SET_COLOR
     if (!record.hasAnisotropyLevel)
         anisotropyLevel = {};
+    if (record.normalActive)
+        surfaceStructure.set(std::make_unique<znRTBumpTexture>(
+            *record.normalSampler, record.normalAttributes, znRTBumpTexture::normalMap,
+            record.bumpAmplitude, record.normalFormat == pointsDown));
+    else
+        readBump(record);
     setupLobes();
     setPlainRequirements();
     addTextureRequirements();
@@ -177,7 +182,7 @@ void znRTSubstanceMaterial::fetchParameters(const znRTRayDifferentialPacket&,
 void znRTSubstanceMaterial::buildFrame(Hit& hit) const
 {
     if (isAnisotropic())
-        hit.onb.set(hit.dg.shadingNormal, hit.dg.tangent, hit.dg.tangentMask);
+        hit.onb = surfaceStructure->getFrameAt(hit.dg, znFloatType<2>::allLanes());
     else
         hit.onb.set(hit.dg.shadingNormal);
 }

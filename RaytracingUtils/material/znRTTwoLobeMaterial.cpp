@@ -12,6 +12,7 @@ void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::setupLobes(const znRTBxDFAttr
     setPlainRequirements();
     diffuse.getTexture().addRequirements(materialState);
     glossy.getTexture().addRequirements(materialState);
+    translucency.getTexture().addRequirements(materialState);
 }
 
 template <class DiffuseLobe, class GlossyLobe>

@@ -43,10 +43,10 @@ protected:
     template <class Record>
     void readColors(const Record& record)
     {
-        diffuse.set(record.diffuse, record.diffuseSpectrum);
-        diffuse.setTexture(record.diffuseSampler, record.diffuseActive, record.diffuseAttributes);
-        glossy.set(record.glossy, record.glossySpectrum);
-        glossy.setTexture(record.glossySampler, record.glossyActive, record.glossyAttributes);
+        diffuse.set(record.diffuse, record.diffuseSpectrum, record.diffuseSampler,
+                    record.diffuseActive, record.diffuseAttributes);
+        glossy.set(record.glossy, record.glossySpectrum, record.glossySampler, record.glossyActive,
+                   record.glossyAttributes);
         readShared(record);
     }
     /// All but the two colours.
@@ -54,6 +54,7 @@ protected:
     void readShared(const Record& record)
     {
         readOcclusion(record);
+        readBump(record);
         ambient.set(record.ambient, record.ambientSpectrum);
         if constexpr (requires { record.translucencyMode; })
             translucency.read(record);

@@ -229,3 +229,37 @@ TEST_F(TexturedAttributes, ReadTheSetOfCoordinatesOfTheirSlot)
     addSun();
     EXPECT_LANES_NEAR(seenTexels().r, 0.8f, 0.4f, 0.2f, 0.0f, 1e-5f);
 }
+
+// Slopes of 204, 128 and 230 of 255: 0.6 along x, none along y, over 0.804.
+TEST_F(TexturedAttributes, TurnTheNormalByAMap)
+{
+    const std::vector<u8> slope = {204, 128, 230};
+    std::vector<u8> texels;
+    for (int i = 0; i < 4; ++i)
+        texels.insert(texels.end(), slope.begin(), slope.end());
+    const TexturePtr texture = makeTexture(texels);
+    texture->setGamma(1.0f);
+    const double z = 2.0 * 230.0 / 255.0 - 1.0, cosine = z / std::sqrt(0.36 + z * z);
+
+    const PhongPtr phong = makeDiffuse(0.5f);
+    phong->setBumpTexture(texture.get());
+    phong->setBumpKind(1);
+    addSquare(phong);
+    addSun();
+    const float expected = float(0.5 * cosine);
+    EXPECT_LANES_NEAR(seenTexels().r, expected, expected, expected, expected, 1e-4f);
+    phong->setBumpAmplitude(0.0f);
+    scene.scene->applyMaterialChanges();
+    EXPECT_LANES_NEAR(seenTexels().r, 0.5f, 0.5f, 0.5f, 0.5f, 1e-5f);
+
+    const SubstancePtr substance = osg::USubstanceMaterial::create();
+    substance->setSpecularLevel(0.0f);
+    substance->setRoughness(1.0f);
+    addSquare(substance, 1.0f);
+    const float flat = seenTexels().r[0];
+    substance->setNormalTexture(texture.get());
+    scene.scene->applyMaterialChanges();
+    const float turned = seenTexels().r[0];
+    EXPECT_LT(turned, 0.95f * flat);
+    EXPECT_GT(turned, 0.5f * flat);
+}
