@@ -4,12 +4,15 @@
 //
 //   frame [--width N] [--height N] [--repeat N] [--refine N] [--only PREFIX] MESH...
 //   frame --scene FILE [--width N] [--height N] [--repeat N] [--samples N]
+//   frame lit [SCENE...] [OPTIONS]
 //
-// The second form renders a scene with its lights and materials, see sceneFrames.h.
+// The second form renders a scene with its lights and materials, see sceneFrames.h; the third three
+// fixed scenes for their noise, see litFrames.h.
 //
 // Times are the thread's processor time, so that other work on the machine matters little.
 
 #include "../rays/tracer.h"
+#include "litFrames.h"
 #include "sceneFrames.h"
 
 #include "camera/znRTCamera.h"
@@ -346,6 +349,8 @@ Json run(const std::string& path, const Options& o)
 
 int main(int argc, char** argv)
 try {
+    if (argc > 1 && std::string(argv[1]) == "lit")
+        return litMain(argc - 1, argv + 1);
     const Options o = parse(argc, argv);
     if (o.meshes.empty() && o.scenes.empty()) {
         std::fprintf(stderr, "usage: frame [--width N] [--height N] [--repeat N] [--refine N] "
