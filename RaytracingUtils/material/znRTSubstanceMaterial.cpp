@@ -46,6 +46,8 @@ template <class Record>
 void znRTSubstanceMaterial::readRecord(const Record& record)
 {
     readOcclusion(record);
+    // Facets take their share of filtered surroundings before the diffuse lobe gets any.
+    environmentFresnelScale = 1.0f;
     ambient.set(record.ambient, record.ambientSpectrum);
 #define ZN_SET(name)                                                                               \
     name.set(record.name, record.name##Sampler, record.name##Active, record.name##Attributes)
