@@ -104,7 +104,7 @@ TEST(ReferencePictures, AgreeUnderASkyWithLightBetweenSurfaces)
     scene.sky.width = 4;
     scene.sky.height = 2;
     scene.sky.texels.assign(8, Color{0.8, 0.9, 1.0});
-    expectAgreement(scene, 1, 32, 16, {.illumination = 3, .depth = 1});
+    expectAgreement(scene, 1, 48, 20, {.illumination = 3, .depth = 1});
 }
 
 // Each sample counts for its own pixel alone and chooses by its own numbers: who computes it and
