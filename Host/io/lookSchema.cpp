@@ -146,11 +146,13 @@ Json valueOf(const FieldContainerType& type, const FieldDescription& field)
     return false;
 }
 
-Json defaultOf(const FieldContainerType& type, const FieldDescription& field)
+/// @param start  value of a new container
+Json defaultOf(const FieldContainerType& type, const FieldDescription& field,
+               const osg::FieldVariant& start)
 {
     const std::vector<const char*> choices = getFieldChoices(type, field);
     if (!choices.empty()) {
-        const int number = std::get<int>(field.defaultValue);
+        const int number = std::get<int>(start);
         if (number >= 0 && std::size_t(number) < choices.size())
             return choices[std::size_t(number)];
     }
@@ -170,17 +172,19 @@ Json defaultOf(const FieldContainerType& type, const FieldDescription& field)
             else
                 return nullptr;
         },
-        field.defaultValue);
+        start);
 }
 
 Json fieldsOf(const FieldContainerType& type)
 {
     Json properties = Json::object();
+    // A kind may begin with values of its own instead of its fields' defaults.
+    const osg::Ref<osg::FieldContainer> blank = type.createContainer();
     for (const FieldDescription& field : type.getFields()) {
         if (!isLookField(type, field))
             continue;
         Json value = valueOf(type, field);
-        const Json usual = defaultOf(type, field);
+        const Json usual = defaultOf(type, field, field.get(*blank));
         if (!usual.is_null())
             value["default"] = usual;
         if (*field.unit)

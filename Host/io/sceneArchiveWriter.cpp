@@ -61,6 +61,7 @@ private:
 
     std::vector<FieldContainerPtr> m_containers;
     std::unordered_map<const FieldContainer*, u32> m_places;
+    std::unordered_map<const osg::FieldContainerType*, osg::Ref<FieldContainer>> m_blanks;
     std::vector<Blob> m_blobs;
     u64 m_binarySize = 0;
 };
@@ -147,9 +148,14 @@ std::string Writer::describe()
     std::string text = "{\"root\": 0, \"containers\": [";
     for (const FieldContainerPtr& container : m_containers) {
         json fields = json::object();
+        // Left out is what a new container has by itself; a kind may begin with values of its own
+        // instead of its fields' defaults.
+        osg::Ref<FieldContainer>& blank = m_blanks[&container->getType()];
+        if (!blank)
+            blank = container->getType().createContainer();
         for (const FieldDescription& field : container->getType().getFields()) {
             const FieldVariant value = field.get(*container);
-            if (value != field.defaultValue)
+            if (value != field.get(*blank))
                 fields[field.name] = encode(*container, field, value);
         }
         const json entry = {{"type", container->getType().getName()}, {"fields", fields}};

@@ -2,6 +2,7 @@
 
 #include "host/osg/Geometry.h"
 #include "host/osg/Image.h"
+#include "host/osg/Materials.h"
 #include "host/osg/SkinAttachment.h"
 #include "host/osg/Spectrum.h"
 #include "host/znLog.h"
@@ -241,6 +242,16 @@ TEST(SceneArchive, IsTheSameWhenWrittenAgain)
 {
     const std::vector<u8> first = archiveOf(smallScene().get());
     EXPECT_EQ(archiveOf(readArchive(first).get()), first);
+}
+
+// Chrome begins with the table of chromium, where other kinds have none: "none" has to be written.
+TEST(SceneArchive, KeepsDefaultsOfFieldsWhereAKindBeginsWithOthers)
+{
+    const osg::Ref<osg::UChromeMaterial> chrome = osg::UChromeMaterial::create();
+    ASSERT_EQ(chrome->getFresnelTable(), 7u);
+    chrome->setFresnelTable(255);
+    const osg::Ref<FieldContainer> kept = readArchive(archiveOf(FieldContainerPtr(chrome.get())));
+    EXPECT_EQ(osg::FCPtr<osg::UChromeMaterial>::dcast(kept.get())->getFresnelTable(), 255u);
 }
 
 TEST(SceneArchive, LeavesOutLinksThatLeadElsewhere)
