@@ -80,6 +80,20 @@ TEST(ReferencePictures, AgreeUnderASkyWithASun)
     expectAgreement(scene, 0, 64, 20);
 }
 
+// The mirror shows the floor, its shadow, the lamp and the sky.
+TEST(ReferencePictures, AgreeInAMirror)
+{
+    Scene scene = ballOnFloor();
+    scene.finishes[std::size_t(scene.balls[0].finish)] = {.mirror = 0.8};
+    scene.rectangles.push_back({{1.5, 0.5, 2.5}, 0.6, 0.4, Color{5.0, 6.0, 8.0}});
+    const int lamp = scene.add({.emission = {3.0, 2.5, 2.0}});
+    scene.parallelograms.push_back({{-3.0, 0.5, 1.0}, {0.8, 0.8, 0.0}, {0.0, 0.0, 1.5}, lamp});
+    scene.sky.width = 4;
+    scene.sky.height = 2;
+    scene.sky.texels.assign(8, Color{0.2, 0.25, 0.3});
+    expectAgreement(scene, 0, 32, 20);
+}
+
 // Light that comes by two other surfaces, between walls of two colours.
 TEST(ReferencePictures, AgreeInAClosedRoom)
 {

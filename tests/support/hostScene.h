@@ -87,6 +87,7 @@ public:
 private:
     using Settings = osg::RaytracingSettingsAttachment;
 
+    static constexpr u32 noMetal = 255;
     static constexpr u32 ballRings = 96;
     static constexpr float domeHalfEdge = 100.0f;
 
@@ -96,6 +97,16 @@ private:
 
     static osg::MaterialPtr materialOf(const Finish& finish, const StillFrameQuality& quality)
     {
+        if (finish.isMirror()) {
+            // Reflects the same at all angles: no metal, and all of the colour.
+            const auto mirror = osg::UChromeMaterial::create();
+            mirror->setLightingMode(quality.lightingMode);
+            mirror->setReflection(toComponent(Color::gray(finish.mirror)));
+            mirror->setFresnelTable(noMetal);
+            mirror->setReflectance(1.0f);
+            mirror->setRoughness(0.0f);
+            return osg::MaterialPtr(mirror);
+        }
         const auto material = osg::UPhongMaterial::create();
         material->setLightingMode(quality.lightingMode);
         material->setDiffuse(toComponent(finish.diffuse));
