@@ -22,10 +22,11 @@ znRTColorPacket reflectanceOf(const znRTLitHit& hit, const znRTBRDF* lobe,
 
 void lookUpEnvironment(const znRTLitHit& hit, const znRTInfiniteAreaLight& light,
                        const znRTColorPacket& occlusion, znRTColorPacket& diffuse,
-                       znRTColorPacket& glossy, znFloatType<2>& reflected)
+                       znRTColorPacket& glossy, znFloatType<2>& lost)
 {
     diffuse = glossy = znRTColorPacket(0.0f);
-    reflected = 0.0f;
+    lost = 0.0f;
+    const float scale = hit.material.getEnvironmentFresnelScale();
     const znRTBRDF* glossyLobe = nullptr;
     for (const znRTLobeSet::Entry& entry : hit.lobes) {
         const znFloatType<2> lanes = hit.mask & entry.mask;
@@ -43,10 +44,12 @@ void lookUpEnvironment(const znRTLitHit& hit, const znRTInfiniteAreaLight& light
         const znRTColorPacket seen =
             light.getFilteredIntensity(mirrored, glossyLobe->getEnvironmentLevel(hit.dg), lanes);
         glossy.maskedUpdate(seen * f * occlusion, lanes);
-        reflected = select(lanes, luminance(f), reflected);
+        // Toward the rim such a lobe reflects all, and the rest of the surface must not add to it.
+        const float share = glossyLobe->getFresnel() ? 1.0f : scale;
+        lost = select(lanes, minimum(luminance(f), 1.0f) * share, lost);
     }
     if (!glossyLobe)
-        reflected =
-            luminance(reflectanceOf(hit, nullptr, clamp01(dot(hit.dg.shadingNormal, hit.wo))));
+        lost = luminance(reflectanceOf(hit, nullptr, clamp01(dot(hit.dg.shadingNormal, hit.wo)))) *
+               scale;
     diffuse.a = glossy.a = 0.0f;
 }

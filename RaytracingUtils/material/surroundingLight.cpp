@@ -19,16 +19,15 @@ namespace {
 void lookUpOrBake(const znRTLitHit& hit, const znRTColorPacket& occlusion, znRTColorPacket& diffuse,
                   znRTColorPacket& glossy)
 {
-    znFloatType<2> reflected(0.0f);
+    znFloatType<2> lost(0.0f);
     if (const znRTInfiniteAreaLight* const light = hit.material.getEnvironmentLight())
-        lookUpEnvironment(hit, *light, occlusion, diffuse, glossy, reflected);
+        lookUpEnvironment(hit, *light, occlusion, diffuse, glossy, lost);
     if (hit.material.getState().useBaking) {
         znRTColorPacket baked = hit.data.bakedColor;
         baked.a = 0.0f;
         diffuse = hit.material.useBaking(diffuse, baked, hit.data) & hit.mask;
     }
-    if (const float scale = hit.material.getEnvironmentFresnelScale())
-        diffuse *= znFloatType<2>(1.0f) - reflected * scale;
+    diffuse *= znFloatType<2>(1.0f) - lost;
 }
 
 } // namespace
