@@ -190,7 +190,7 @@ bool znRTEnvironmentImages::buildStack(const znRTSampler2D& environment, znRTSam
     if (!environment.isValid() || slices < 2 || height < 2 || slices > 64 || height > 2048)
         return false;
     // Across a lobe: enough for sums over the source, and for linear mixes of the result.
-    constexpr int sourceAcross = 4, targetAcross = 8;
+    constexpr int sourceAcross = 6, targetAcross = 8;
     constexpr int fewestRows = 32, mostRows = 512, fewestTargetRows = 24;
     const int width = 2 * height;
     // The finest grid that any lobe needs; the others are made from it.

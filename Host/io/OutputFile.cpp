@@ -271,12 +271,18 @@ OutputFile::OutputFile(const std::string& path, Existing existing)
         fail("is a folder");
 
     removeStale(m_target);
-    m_descriptor = createTemporary(m_target, m_temporary);
+    int error = 0;
+    {
+        const TemporaryCreation creation;
+        m_descriptor = createTemporary(m_target, m_temporary);
+        error = errno;
+        if (m_descriptor >= 0)
+            m_entry.set(m_temporary);
+    }
     if (m_descriptor < 0) {
         m_temporary.clear();
-        failWith("cannot be written", errno);
+        failWith("cannot be written", error);
     }
-    m_entry.set(m_temporary);
     // Closing one descriptor reports late errors; the lock goes only with the last.
     m_lock = ::fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0);
     if (exists)

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <sched.h>
 #include <unistd.h>
 
 namespace io {
@@ -16,6 +17,9 @@ struct Slot
 static_assert(std::atomic<int>::is_always_lock_free);
 
 Slot s_slots[32];
+std::atomic<int> s_creations{0};
+std::atomic<bool> s_isEnding{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 } // namespace
 
@@ -44,9 +48,32 @@ void TemporaryEntry::reset() noexcept
 
 void removeTemporaries() noexcept
 {
+    s_isEnding = true;
+    // Never this thread's own: its signals are blocked meanwhile.
+    while (s_creations > 0)
+        ::sched_yield();
     for (const Slot& slot : s_slots)
         if (slot.state == Slot::filled)
             ::unlink(slot.path);
+}
+
+TemporaryCreation::TemporaryCreation() noexcept
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &oldSignals);
+    ++s_creations;
+    if (s_isEnding) {
+        --s_creations;
+        while (true)
+            ::sleep(1);
+    }
+}
+
+TemporaryCreation::~TemporaryCreation()
+{
+    --s_creations;
+    pthread_sigmask(SIG_SETMASK, &oldSignals, nullptr);
 }
 
 } // namespace io

@@ -247,8 +247,9 @@ TEST(FieldDefaults, OfMaterialsStay)
                                       {"environmentInteractive", {1}},
                                       {"environmentStill", {4}},
                                       {"occlusionColor", {0, 0, 0, 1}},
-                                      {"environmentF0", {0.04f}},
-                                      {"environmentFresnelScale", {1}},
+                                      // Looked up as bright as sampled, which knows neither.
+                                      {"environmentF0", {1}},
+                                      {"environmentFresnelScale", {0}},
                                       {"parallaxDepth", {0.01f}},
                                       {"parallaxSteps", {32}},
                                       {"displacementHeight", {0}},
