@@ -1,10 +1,10 @@
 #include "driver/StopSignals.h"
 
+#include "driver/signalHandler.h"
 #include "io/temporaryFiles.h"
 
 #include <atomic>
 #include <csignal>
-#include <initializer_list>
 #include <string_view>
 #include <unistd.h>
 
@@ -40,16 +40,7 @@ void handle(int signal)
 
 void StopSignals::install()
 {
-    for (int signal : {SIGINT, SIGTERM}) {
-        struct sigaction old = {};
-        sigaction(signal, nullptr, &old);
-        if (old.sa_handler == SIG_IGN)
-            continue;
-        struct sigaction action = {};
-        action.sa_handler = handle;
-        action.sa_flags = SA_RESTART;
-        sigaction(signal, &action, nullptr);
-    }
+    installSignalHandler({SIGINT, SIGTERM}, handle);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }

@@ -1,5 +1,7 @@
 #include "driver/WriteSignals.h"
 
+#include "driver/signalHandler.h"
+
 #include <atomic>
 #include <csignal>
 
@@ -17,16 +19,7 @@ void handle(int)
 
 void WriteSignals::install()
 {
-    for (int signal : {SIGHUP, SIGUSR1}) {
-        struct sigaction old = {};
-        sigaction(signal, nullptr, &old);
-        if (old.sa_handler == SIG_IGN)
-            continue;
-        struct sigaction action = {};
-        action.sa_handler = handle;
-        action.sa_flags = SA_RESTART;
-        sigaction(signal, &action, nullptr);
-    }
+    installSignalHandler({SIGHUP, SIGUSR1}, handle);
 }
 
 bool WriteSignals::take()
