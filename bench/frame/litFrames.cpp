@@ -2,6 +2,7 @@
 
 #include "cycles.h"
 #include "driver/FrameDriver.h"
+#include "host/osg/RaytracingSettingsAttachment.h"
 #include "host/znPixelfilter.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRaytracingManager.h"
@@ -76,10 +77,14 @@ LitScene makeScene(const std::string& name, const LitOptions& o)
 Frame renderOwn(const std::string& name, const LitOptions& o)
 {
     const LitScene scene = makeScene(name, o);
-    // One new direction per kind of lobe and one sample of the environment: paths, not trees.
-    Settings::s_stillFrameQualityMode = 3;
-    Settings::s_stillFrameQuality = Settings::s_environmentStillQuality = 1;
-    Settings::s_stillFrameReflectionDepth = scene.bounces;
+    // One new direction per kind of lobe and one sample of the environment: paths, not trees. The
+    // scene's own record, since the settings of its update are taken from there.
+    const auto quality = osg::RaytracingSettingsAttachment::create();
+    quality->setStillFrameQualityMode(3);
+    quality->setStillFrameQuality(1);
+    quality->setEnvironmentStillQuality(1);
+    quality->setStillFrameReflectionDepth(scene.bounces);
+    scene.root->addAttachment(quality);
     scene.camera->setFilterType(znPixelfilterFactory::box);
 
     FrameDriver driver;
