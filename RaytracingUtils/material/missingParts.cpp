@@ -4,12 +4,14 @@
 
 void tellOfMissingParts(const znRTMissingParts& missing)
 {
-    static znRTOnceWarning noMaps(
-        "Textures of glossiness, parallax and occlusion are not read yet: surfaces are flat and of "
-        "one gloss.");
+    static znRTOnceWarning noParallax("Parallax is not there yet: bumps hide nothing.");
     static znRTOnceWarning noStructure("Procedural structures are not there yet.");
-    if (missing.maps)
-        noMaps();
+    static znRTOnceWarning oneWidth(
+        "Highlights are as wide in all directions: a texture of anisotropy is not read.");
+    if (missing.parallax)
+        noParallax();
+    if (missing.axes)
+        oneWidth();
     if (missing.structure)
         noStructure();
 }

@@ -4,8 +4,9 @@
 
 struct znRTMissingParts
 {
-    bool maps = false;      ///< textures of glossiness, parallax and occlusion
+    bool parallax = false;  ///< relief that hides parts of itself
     bool structure = false; ///< procedural unevenness
+    bool axes = false;      ///< a width of its own along the second axis of a highlight
 };
 
 /// Warns of each the first time.
@@ -16,9 +17,9 @@ template <class Record>
 znRTMissingParts missingParts(const Record& record)
 {
     znRTMissingParts missing;
-    missing.maps = record.occlusionActive || (record.bumpActive && record.bumpMode != 0);
-    if constexpr (requires { record.glossinessActive; })
-        missing.maps |= record.glossinessActive || record.anisotropyActive;
+    missing.parallax = record.bumpActive && record.bumpMode != 0;
+    if constexpr (requires { record.anisotropyActive; })
+        missing.axes = record.anisotropyActive;
     if constexpr (requires { record.structureType; })
         missing.structure = record.structureType != 0;
     return missing;

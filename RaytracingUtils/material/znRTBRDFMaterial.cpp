@@ -111,6 +111,8 @@ void znRTBRDFMaterial::readBump(const znRTBRDFMaterialAttributes& attributes)
 void znRTBRDFMaterial::readOcclusion(const znRTBRDFMaterialAttributes& attributes)
 {
     const osg::Vec4f& tint = attributes.occlusionColor;
+    occlusionTexture.set(attributes.occlusionSampler, attributes.occlusionActive,
+                         attributes.occlusionAttributes);
     environmentF0 = attributes.environmentF0;
     environmentFresnelScale = attributes.environmentFresnelScale;
     occlusionSamplesInteractive = int(attributes.occlusionSamplesInteractive);
@@ -141,8 +143,21 @@ void znRTBRDFMaterial::setPlainRequirements()
         texture->addShadowRequirements(materialState);
     }
     incandescenceTexture.addRequirements(materialState);
+    occlusionTexture.addRequirements(materialState);
     if (surfaceStructure->perturbs())
         materialState.materialAttributes |= vertexAttribute::bumpDefault;
+}
+
+void znRTBRDFMaterial::fetchShared(const znRTDataBlockPacket& data, const znFloatType<2>& mask,
+                                   znRTHitSurface& hit) const
+{
+    hit.emission = evaluateEmissionColor(data, mask);
+    hit.transparency = evaluateTransparencyColor(data, mask);
+    hit.alpha = hit.transparency.a;
+    if (occlusionTexture.isActive()) {
+        const znFloatType<2> one(1.0f), open = clamp01(occlusionTexture.fetch(data, mask).r);
+        hit.ambientOcclusion = one - (one - open) * occlusionIntensity;
+    }
 }
 
 void znRTBRDFMaterial::addMirrorRequirements(bool usesVertexTangents)

@@ -87,7 +87,7 @@ protected:
                                      bool withIncandescenceTexture);
     /// The structure that the bump texture of a record makes, or none.
     void readBump(const znRTBRDFMaterialAttributes& attributes);
-    /// How vertex occlusion darkens the environment.
+    /// How occlusion, of vertices and of an image, darkens the light from all around.
     void readOcclusion(const znRTBRDFMaterialAttributes& attributes);
     /// Requirements by the terms that the material evaluates and by the textures of all kinds;
     /// those of a kind's own textures come on top. After the structure of the surface is set.
@@ -95,13 +95,17 @@ protected:
     /// What mirrors need besides: a footprint for their rays, and how the normal turns below it.
     void addMirrorRequirements(bool usesVertexTangents);
 
+    /// What the records of all kinds give: emission, opacity, and the image of occlusion.
+    void fetchShared(const znRTDataBlockPacket& data, const znFloatType<2>& mask,
+                     znRTHitSurface& hit) const;
+
     /// Whether something is left to see of a surface of an opacity: what shines is seen anyway.
     bool isSeenAt(float share) const;
 
     znRTColor transparencyColor{0.0f, 0.0f, 0.0f, 1.0f};
     float opacity = 1.0f;
     znRTColor incandescenceColor{0.0f, 0.0f, 0.0f, 1.0f};
-    znRTAttributeTexture transparencyTexture, cutoutTexture, incandescenceTexture;
+    znRTAttributeTexture transparencyTexture, cutoutTexture, incandescenceTexture, occlusionTexture;
     float occlusionIntensity = 1.0f;
     znRTColor occlusionColor{0.0f, 0.0f, 0.0f, 1.0f};
 };

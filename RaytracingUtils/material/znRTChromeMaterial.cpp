@@ -15,7 +15,7 @@ znRTChromeMaterial::znRTChromeMaterial(const osg::MaterialPtr& material)
 }
 
 znRTChromeMaterial::znRTChromeMaterial(const znRTTypeId& typeId, const osg::MaterialPtr& material)
-    : znRTBRDFMaterial(typeId, material)
+    : znRTPipelineKind(typeId, material)
 {
 }
 
@@ -47,16 +47,20 @@ void znRTChromeMaterial::setupMetal(float exponent, u32 table, float reflectance
     constexpr float perfect = 1e-4f;
     isMirror = !(std::abs(reflectance - 1.0f) < perfect);
     hasFresnel = isMirror || table != znRTBSDFAttributes::noTable;
-    smooth = exponent >= sharpestExponent;
+    smooth = !glossiness.isActive() && exponent >= sharpestExponent;
     znRTBSDFAttributes lobes;
     lobes.setExponents(exponent, exponent);
     lobes.fresnelTable = table;
     lobes.reflectance = reflectance;
     lobes.useSchlick = useSchlick;
-    glossyLobe.setup(lobes, unsigned(std::max(0, getEnvironmentQuality())));
+    const auto samples = unsigned(std::max(0, getEnvironmentQuality()));
+    uniformGlossyLobe.setup(lobes, samples);
+    texturedGlossyLobe.setup(lobes, samples);
+    texturedGlossyLobe.setSamplePower(znRTGlossinessTexture::exponentPower);
     setPlainRequirements();
     addMirrorRequirements(usesVertexTangents);
     color.getTexture().addRequirements(materialState);
+    glossiness.getTexture().addRequirements(materialState);
 }
 
 void znRTChromeMaterial::fetchParameters(const znRTRayDifferentialPacket&,
@@ -64,33 +68,19 @@ void znRTChromeMaterial::fetchParameters(const znRTRayDifferentialPacket&,
                                          const znFloatType<2>& mask, Hit& hit) const
 {
     (smooth ? hit.specular : hit.glossy) = color.fetch(data, mask);
-    hit.emission = evaluateEmissionColor(data, mask);
-    hit.transparency = evaluateTransparencyColor(data, mask);
-    hit.alpha = hit.transparency.a;
+    fetchShared(data, mask, hit);
+    if (glossiness.isActive())
+        glossiness.prepare(texturedGlossyLobe, data, mask, hit.useLanes()[0]);
 }
 
 void znRTChromeMaterial::addLobes(Hit& hit, const znFloatType<2>& lanes) const
 {
     if (!smooth) {
-        hit.lobes.add(glossyLobe, hit.onb, hit.glossy, lanes);
+        hit.lobes.add(getGlossyLobe(), hit.onb, hit.glossy, lanes);
         return;
     }
     if (hasFresnel)
-        hit.specular *= glossyLobe.getFresnel()->conductorColor(clamp01(dot(hit.wo, hit.onb.n)));
+        hit.specular *=
+            getGlossyLobe().getFresnel()->conductorColor(clamp01(dot(hit.wo, hit.onb.n)));
     hit.lobes.add(mirrorLobe, hit.onb, hit.specular, lanes);
-}
-
-void znRTChromeMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-                               znRTFragment& fragment, const znFloatType<2>& mask,
-                               znRTShadingState& state) const
-{
-    shadeByPipeline(*this, ray, data, fragment, mask, state);
-}
-
-void znRTChromeMaterial::evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-                                          znRTSurfaceProperties& surface,
-                                          const znFloatType<2>& mask, znRTShadingState&, int group,
-                                          EvaluationType type) const
-{
-    evaluateByPipeline(*this, ray, data, surface, mask, group, type);
 }

@@ -6,10 +6,11 @@
 #include "brdf/analytic/znRTIsotropicASBRDF.h"
 #include "brdf/analytic/znRTSpecularBRDF.h"
 #include "material/colorAttribute.h"
+#include "material/glossinessTexture.h"
 #include "material/missingParts.h"
-#include "material/shadePipeline.h"
+#include "material/pipelineKind.h"
 
-class znRTChromeMaterial : public znRTBRDFMaterial
+class znRTChromeMaterial : public znRTPipelineKind<znRTChromeMaterial>
 {
 public:
     static const znRTTypeId id;
@@ -18,13 +19,6 @@ public:
     explicit znRTChromeMaterial(const osg::MaterialPtr& material);
 
     znRTMaterial* getDuplicate() const override { return new znRTChromeMaterial(hostMaterial); }
-    using znRTBRDFMaterial::shade;
-    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-               znRTFragment& fragment, const znFloatType<2>& mask,
-               znRTShadingState& state) const override;
-    void evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-                          znRTSurfaceProperties& surface, const znFloatType<2>& mask,
-                          znRTShadingState& state, int group, EvaluationType type) const override;
     void update() override;
 
     /// Whether the reflectance depends on the angle: of all but perfect mirrors.
@@ -48,13 +42,16 @@ protected:
     /// @return true when lobes and colours have to be read again
     bool readCommon(znRTCommonAttributes& record);
     /// What a record with a Fresnel term shows.
-    /// @param exponent  of the glossy lobe; from sharpestExponent on the metal mirrors
+    /// @param exponent  of the glossy lobe without an image; from sharpestExponent on the metal
+    ///                  mirrors
     template <class Record>
     void readMetal(const Record& record, float exponent)
     {
         tellOfMissingParts(missingParts(record));
         readOcclusion(record);
         readBump(record);
+        if constexpr (requires { record.glossinessActive; })
+            glossiness.read(record);
         setupMetal(exponent, record.fresnelTable, record.reflectance, record.useSchlick,
                    record.usesVertexTangents);
     }
@@ -67,7 +64,15 @@ protected:
     znRTColorAttribute color;
 
 private:
-    znRTIsotropicASBRDF<0> glossyLobe;
+    const znRTFresnelLobe& getGlossyLobe() const
+    {
+        return glossiness.isActive() ? static_cast<const znRTFresnelLobe&>(texturedGlossyLobe)
+                                     : uniformGlossyLobe;
+    }
+
+    znRTGlossinessTexture glossiness;
+    znRTIsotropicASBRDF<0> uniformGlossyLobe;
+    znRTIsotropicASBRDF<1> texturedGlossyLobe;
     znRTSpecularBRDF mirrorLobe;
     bool isMirror = true, smooth = false;
     bool hasFresnel = true; ///< a tabulated metal, or no perfect mirror

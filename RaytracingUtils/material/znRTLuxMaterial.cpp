@@ -6,7 +6,7 @@
 
 const znRTTypeId znRTLuxMaterial::id("znRTLuxMaterial");
 
-znRTLuxMaterial::znRTLuxMaterial() : znRTBRDFMaterial(id, osg::MaterialPtr())
+znRTLuxMaterial::znRTLuxMaterial() : znRTPipelineKind(id, osg::MaterialPtr())
 {
     znRTLuxMaterial::update();
 }
@@ -31,11 +31,4 @@ void znRTLuxMaterial::fetchParameters(const znRTRayDifferentialPacket&, const zn
 void znRTLuxMaterial::addLobes(Hit& hit, const znFloatType<2>& lanes) const
 {
     hit.lobes.add(diffuseLobe, hit.onb, hit.diffuse, lanes);
-}
-
-void znRTLuxMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-                            znRTFragment& fragment, const znFloatType<2>& mask,
-                            znRTShadingState& state) const
-{
-    shadeByPipeline(*this, ray, data, fragment, mask, state);
 }

@@ -5,9 +5,9 @@
 
 #include "brdf/analytic/znRTLambertBRDF.h"
 #include "host/osg/materials/UberMaterial.h"
-#include "material/shadePipeline.h"
+#include "material/pipelineKind.h"
 
-class znRTLuxMaterial : public znRTBRDFMaterial
+class znRTLuxMaterial : public znRTPipelineKind<znRTLuxMaterial>
 {
 public:
     static const znRTTypeId id;
@@ -16,10 +16,6 @@ public:
     znRTLuxMaterial();
 
     znRTMaterial* getDuplicate() const override { return new znRTLuxMaterial; }
-    using znRTBRDFMaterial::shade;
-    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-               znRTFragment& fragment, const znFloatType<2>& mask,
-               znRTShadingState& state) const override;
     /// After the settings or the quality of the frame have changed.
     void update() override;
 

@@ -5,7 +5,7 @@
 const znRTTypeId znRTReflectivePlasticMaterial::id("znRTReflectivePlasticMaterial");
 
 znRTReflectivePlasticMaterial::znRTReflectivePlasticMaterial(const osg::MaterialPtr& material)
-    : znRTPlasticLobesMaterial(id, material)
+    : znRTPipelineKind(id, material)
 {
     znRTReflectivePlasticMaterial::update();
 }
@@ -43,20 +43,4 @@ void znRTReflectivePlasticMaterial::addLobes(Hit& hit, const znFloatType<2>& lan
 {
     coat.addTo(hit, lanes);
     znRTPlasticLobesMaterial::addLobes(hit, lanes);
-}
-
-void znRTReflectivePlasticMaterial::shade(const znRTRayDifferentialPacket& ray,
-                                          znRTDataBlockPacket& data, znRTFragment& fragment,
-                                          const znFloatType<2>& mask, znRTShadingState& state) const
-{
-    shadeByPipeline(*this, ray, data, fragment, mask, state);
-}
-
-void znRTReflectivePlasticMaterial::evaluateMaterial(znRTRayDifferentialPacket& ray,
-                                                     znRTDataBlockPacket& data,
-                                                     znRTSurfaceProperties& surface,
-                                                     const znFloatType<2>& mask, znRTShadingState&,
-                                                     int group, EvaluationType type) const
-{
-    evaluateByPipeline(*this, ray, data, surface, mask, group, type);
 }

@@ -3,9 +3,11 @@
 // Plastic under a clear coat that mirrors.
 
 #include "material/coat.h"
+#include "material/pipelineKind.h"
 #include "material/znRTPlasticMaterial.h"
 
-class znRTReflectivePlasticMaterial : public znRTPlasticLobesMaterial
+class znRTReflectivePlasticMaterial
+    : public znRTPipelineKind<znRTReflectivePlasticMaterial, znRTPlasticLobesMaterial>
 {
 public:
     static const znRTTypeId id;
@@ -17,13 +19,6 @@ public:
     {
         return new znRTReflectivePlasticMaterial(hostMaterial);
     }
-    using znRTPlasticLobesMaterial::shade;
-    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-               znRTFragment& fragment, const znFloatType<2>& mask,
-               znRTShadingState& state) const override;
-    void evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-                          znRTSurfaceProperties& surface, const znFloatType<2>& mask,
-                          znRTShadingState& state, int group, EvaluationType type) const override;
     void update() override;
 
     // For the pipeline.
@@ -33,7 +28,7 @@ public:
     void addLobes(Hit& hit, const znFloatType<2>& lanes) const;
 
 protected:
-    using znRTPlasticLobesMaterial::znRTPlasticLobesMaterial;
+    using znRTPipelineKind::znRTPipelineKind;
 
     /// @tparam Record  with a coat
     template <class Record>

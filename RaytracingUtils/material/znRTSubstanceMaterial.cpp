@@ -23,7 +23,7 @@ znRTColorPacket diffuseOf(const znRTColorPacket& base, const znFloatType<2>& met
 } // namespace
 
 znRTSubstanceMaterial::znRTSubstanceMaterial(const osg::MaterialPtr& material)
-    : znRTBRDFMaterial(id, material)
+    : znRTPipelineKind(id, material)
 {
     znRTSubstanceMaterial::update();
 }
@@ -194,20 +194,4 @@ void znRTSubstanceMaterial::addLobes(Hit& hit, const znFloatType<2>& lanes) cons
     hit.lobes.add(diffuseLobe, hit.onb, hit.diffuse, lanes);
     hit.lobes.add(glossyLobe, hit.onb, hit.glossy, lanes);
     hit.lobes.mixture = &blend;
-}
-
-void znRTSubstanceMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-                                  znRTFragment& fragment, const znFloatType<2>& mask,
-                                  znRTShadingState& state) const
-{
-    shadeByPipeline(*this, ray, data, fragment, mask, state);
-}
-
-void znRTSubstanceMaterial::evaluateMaterial(znRTRayDifferentialPacket& ray,
-                                             znRTDataBlockPacket& data,
-                                             znRTSurfaceProperties& surface,
-                                             const znFloatType<2>& mask, znRTShadingState&,
-                                             int group, EvaluationType type) const
-{
-    evaluateByPipeline(*this, ray, data, surface, mask, group, type);
 }

@@ -10,9 +10,9 @@
 #include "brdf/analytic/znRTSubstanceGGXBRDF.h"
 #include "brdf/znRTFresnelSchlick.h"
 #include "material/colorAttribute.h"
-#include "material/shadePipeline.h"
+#include "material/pipelineKind.h"
 
-class znRTSubstanceMaterial : public znRTBRDFMaterial
+class znRTSubstanceMaterial : public znRTPipelineKind<znRTSubstanceMaterial>
 {
 public:
     static const znRTTypeId id;
@@ -25,13 +25,6 @@ public:
     /// Hidden where the opacity leaves nothing, too.
     int getVisibility() const override;
 
-    using znRTBRDFMaterial::shade;
-    void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-               znRTFragment& fragment, const znFloatType<2>& mask,
-               znRTShadingState& state) const override;
-    void evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-                          znRTSurfaceProperties& surface, const znFloatType<2>& mask,
-                          znRTShadingState& state, int group, EvaluationType type) const override;
     znRTColorPacket getTransparency(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                                     const znFloatType<2>& mask,
                                     znRTShadingState& state) const override;

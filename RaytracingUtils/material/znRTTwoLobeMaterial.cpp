@@ -4,18 +4,24 @@
 
 #include <algorithm>
 
-template <class DiffuseLobe, class GlossyLobe>
+template <class DiffuseLobe, template <int> class GlossyLobe>
 void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::setupLobes(const znRTBxDFAttributes& record)
 {
+    if (isTexturedGlossy())
+        blend.setLobes(diffuseLobe, texturedGlossyLobe);
+    else
+        blend.setLobes(diffuseLobe, uniformGlossyLobe);
+    texturedGlossyLobe.setSamplePower(znRTGlossinessTexture::exponentPower);
     blend.setup(record, unsigned(std::max(0, getEnvironmentQuality())));
     blend.setMix(diffuse.getPhotometricValue(), glossy.getPhotometricValue());
     setPlainRequirements();
-    diffuse.getTexture().addRequirements(materialState);
-    glossy.getTexture().addRequirements(materialState);
-    translucency.getTexture().addRequirements(materialState);
+    for (const znRTAttributeTexture* texture :
+         {&diffuse.getTexture(), &glossy.getTexture(), &translucency.getTexture(),
+          &glossiness.getTexture()})
+        texture->addRequirements(materialState);
 }
 
-template <class DiffuseLobe, class GlossyLobe>
+template <class DiffuseLobe, template <int> class GlossyLobe>
 void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::fetchParameters(const znRTRayDifferentialPacket&,
                                                                    const znRTDataBlockPacket& data,
                                                                    const znFloatType<2>& mask,
@@ -25,22 +31,22 @@ void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::fetchParameters(const znRTRay
     hit.glossy = glossy.fetch(data, mask);
     hit.translucent = translucency.fetch(data, mask);
     hit.ambient = ambient.fetch(data, mask);
-    hit.emission = evaluateEmissionColor(data, mask);
-    hit.transparency = evaluateTransparencyColor(data, mask);
-    hit.alpha = hit.transparency.a;
+    fetchShared(data, mask, hit);
+    if (isTexturedGlossy())
+        glossiness.prepare(blend.getSecond(), data, mask, hit.useLanes()[0]);
 }
 
-template <class DiffuseLobe, class GlossyLobe>
+template <class DiffuseLobe, template <int> class GlossyLobe>
 void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::addLobes(Hit& hit,
                                                             const znFloatType<2>& lanes) const
 {
     hit.lobes.add(diffuseLobe, hit.onb, hit.diffuse, lanes);
-    hit.lobes.add(glossyLobe, hit.onb, hit.glossy, lanes);
+    hit.lobes.add(blend.getSecond(), hit.onb, hit.glossy, lanes);
     hit.lobes.mixture = &blend;
     translucency.addTo(hit, lanes);
 }
 
-template <class DiffuseLobe, class GlossyLobe>
+template <class DiffuseLobe, template <int> class GlossyLobe>
 void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::shade(const znRTRayDifferentialPacket& ray,
                                                          znRTDataBlockPacket& data,
                                                          znRTFragment& fragment,
@@ -50,7 +56,7 @@ void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::shade(const znRTRayDifferenti
     shadeByPipeline(*this, ray, data, fragment, mask, state);
 }
 
-template <class DiffuseLobe, class GlossyLobe>
+template <class DiffuseLobe, template <int> class GlossyLobe>
 void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::evaluateMaterial(
     znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data, znRTSurfaceProperties& surface,
     const znFloatType<2>& mask, znRTShadingState&, int group, EvaluationType type) const
@@ -58,5 +64,5 @@ void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::evaluateMaterial(
     evaluateByPipeline(*this, ray, data, surface, mask, group, type);
 }
 
-template class znRTTwoLobeMaterial<znRTLambertBRDF, znRTPhongBRDF<0>>;
-template class znRTTwoLobeMaterial<znRTDiffuseASBRDF, znRTIsotropicASBRDF<0>>;
+template class znRTTwoLobeMaterial<znRTLambertBRDF, znRTPhongBRDF>;
+template class znRTTwoLobeMaterial<znRTDiffuseASBRDF, znRTIsotropicASBRDF>;

@@ -1,18 +1,20 @@
 #pragma once
 
 // Base of the plain kinds: a diffuse and a glossy lobe, each with a colour. Derived classes read
-// their records.
+// their records. With an image of glossiness the glossy lobe reads its width per lane.
 
 #include "brdf/analytic/znRTDiffuseASBRDF.h"
 #include "brdf/analytic/znRTIsotropicASBRDF.h"
 #include "material/colorAttribute.h"
+#include "material/glossinessTexture.h"
 #include "material/missingParts.h"
 #include "material/shadePipeline.h"
 #include "material/translucency.h"
 
 struct znRTBxDFAttributes;
 
-template <class DiffuseLobe, class GlossyLobe>
+/// @tparam GlossyLobe  in both forms: 0 with the width of setup, 1 with that of the lanes
+template <class DiffuseLobe, template <int> class GlossyLobe>
 class znRTTwoLobeMaterial : public znRTBRDFMaterial
 {
 public:
@@ -56,6 +58,8 @@ protected:
         readOcclusion(record);
         readBump(record);
         ambient.set(record.ambient, record.ambientSpectrum);
+        if constexpr (requires { record.glossinessActive; })
+            glossiness.read(record);
         if constexpr (requires { record.translucencyMode; })
             translucency.read(record);
         needsConsistentTangents = record.bumpActive;
@@ -66,17 +70,22 @@ protected:
     /// After colours are set: the lobes, the share of both, and the requirements.
     void setupLobes(const znRTBxDFAttributes& record);
 
+    /// Whether an image drives the width of the glossy lobe.
+    bool isTexturedGlossy() const { return glossiness.isActive(); }
+
     znRTColorAttribute diffuse, glossy, ambient;
+    znRTGlossinessTexture glossiness;
     znRTTranslucency translucency;
 
 private:
     DiffuseLobe diffuseLobe;
-    GlossyLobe glossyLobe;
-    znRTFresnelBlendBRDF blend{diffuseLobe, glossyLobe};
+    GlossyLobe<0> uniformGlossyLobe;
+    GlossyLobe<1> texturedGlossyLobe;
+    znRTFresnelBlendBRDF blend{diffuseLobe, uniformGlossyLobe};
 };
 
-using znRTPhongLobesMaterial = znRTTwoLobeMaterial<znRTLambertBRDF, znRTPhongBRDF<0>>;
-using znRTPlasticLobesMaterial = znRTTwoLobeMaterial<znRTDiffuseASBRDF, znRTIsotropicASBRDF<0>>;
+using znRTPhongLobesMaterial = znRTTwoLobeMaterial<znRTLambertBRDF, znRTPhongBRDF>;
+using znRTPlasticLobesMaterial = znRTTwoLobeMaterial<znRTDiffuseASBRDF, znRTIsotropicASBRDF>;
 
-extern template class znRTTwoLobeMaterial<znRTLambertBRDF, znRTPhongBRDF<0>>;
-extern template class znRTTwoLobeMaterial<znRTDiffuseASBRDF, znRTIsotropicASBRDF<0>>;
+extern template class znRTTwoLobeMaterial<znRTLambertBRDF, znRTPhongBRDF>;
+extern template class znRTTwoLobeMaterial<znRTDiffuseASBRDF, znRTIsotropicASBRDF>;

@@ -263,3 +263,116 @@ TEST_F(TexturedAttributes, TurnTheNormalByAMap)
     EXPECT_LT(turned, 0.95f * flat);
     EXPECT_GT(turned, 0.5f * flat);
 }
+
+// Texels of 0.2, 0.4, 0.6 and 0.8 are roughnesses of 0.8 to 0.2. Under a sun at 20 degrees, seen
+// from above, the half vector is tilted by 10: (e + 2) / (2 pi) cos^e 10 / (4 cos 10), times the
+// cosine and the sun's pi, with e = 1 / roughness^2.
+TEST_F(TexturedAttributes, SetTheWidthOfAHighlightByEachTexel)
+{
+    const PhongPtr material = makeDiffuse(0.0f);
+    const TexturePtr texture = makeTexture({51, 102, 153, 204});
+    material->setGlossy(gray(0.5f));
+    material->setGlossinessTexture(texture.get());
+    addSquare(material);
+    addSun(20.0);
+    const auto expected = [](double roughness) {
+        const double e = 1.0 / (roughness * roughness), c = std::cos(10.0 * testPi / 180.0);
+        const double value = (e + 2.0) / (2.0 * testPi) * std::pow(c, e) / (4.0 * c);
+        return float(0.5 * testPi * value * std::cos(20.0 * testPi / 180.0));
+    };
+    const znRTColorPacket seen = seenTexels();
+    EXPECT_LANES_NEAR(seen.r, expected(0.8), expected(0.6), expected(0.4), expected(0.2), 1e-3f);
+
+    // A range of 0.5 to 0.75 narrows the roughnesses to 0.45, 0.4, 0.35 and 0.3.
+    material->setGlossinessMin(0.5f);
+    material->setGlossinessMax(0.75f);
+    scene.scene->applyMaterialChanges();
+    EXPECT_LANES_NEAR(seenTexels().r, expected(0.45), expected(0.4), expected(0.35), expected(0.3),
+                      2e-3f);
+}
+
+TEST_F(TexturedAttributes, LookLikeTheRoughnessThatTheirTexelsStandFor)
+{
+    const TexturePtr texture = makeTexture({204, 204, 204, 204});
+    addSun(20.0);
+    float height = 0.0f;
+    const auto compare = [&](const auto& material, const char* name) {
+        SCOPED_TRACE(name);
+        material->setRoughness(0.2f);
+        addSquare(material, height += 0.1f); // above the last one
+        const znRTColorPacket uniform = seenTexels();
+        EXPECT_GT(uniform.r[0], 0.01f);
+        material->setRoughness(0.7f);
+        material->setGlossinessTexture(texture.get());
+        scene.scene->applyMaterialChanges();
+        const znRTColorPacket textured = seenTexels();
+        for (int lane = 0; lane < 4; ++lane)
+            EXPECT_NEAR(textured.r[lane], uniform.r[lane], 1e-4f * uniform.r[lane]);
+        material->setGlossinessTexture(nullptr);
+        scene.scene->applyMaterialChanges();
+        EXPECT_GT(std::abs(seenTexels().r[0] - uniform.r[0]), 0.01f * uniform.r[0]);
+    };
+    compare(osg::UPhongMaterial::create(), "UPhongMaterial");
+    compare(osg::UPlasticMaterial::create(), "UPlasticMaterial");
+    compare(osg::UReflectivePlasticMaterial::create(), "UReflectivePlasticMaterial");
+    compare(osg::UTriplanarMaterial::create(), "UTriplanarMaterial");
+    compare(osg::UReflectiveTriplanarMaterial::create(), "UReflectiveTriplanarMaterial");
+    compare(osg::UChromeMaterial::create(), "UChromeMaterial");
+}
+
+// Both forms start from one fetch: the record of lobes holds the widths that are shaded.
+TEST_F(TexturedAttributes, EnterWidthsOfLanesIntoTheRecord)
+{
+    const PhongPtr material = makeDiffuse(0.5f);
+    const TexturePtr texture = makeTexture({0, 128, 230, 255});
+    material->setGlossy(gray(0.5f));
+    material->setGlossinessTexture(texture.get());
+    addSquare(material);
+    znRTSurfaceProperties surface;
+    znRTDataBlockPacket data;
+    evaluate(surface, data);
+    ASSERT_NE(surface.getParameters(), nullptr);
+    const znRTLobeParameters& lanes = surface.getParameters()[0];
+    const auto exponent = [](double texel) {
+        return float(1.0 / ((1.0 - texel / 255.0) * (1.0 - texel / 255.0)));
+    };
+    EXPECT_EQ(moveMask(lanes.mask), 15);
+    EXPECT_NEAR(lanes.exponent[0], 1.0f, 1e-4f);
+    EXPECT_NEAR(lanes.exponent[1], exponent(128), 1e-3f);
+    EXPECT_NEAR(lanes.exponent[2], exponent(230), 0.05f);
+    EXPECT_EQ(lanes.exponent[3], lobeMath::maxExponent); // white is as smooth as lobes go
+}
+
+// Light from all around alone is dimmed; rays find what hides a sun. An intensity of 0.5 leaves
+// half of the occlusion.
+TEST_F(TexturedAttributes, DimLightFromAllAroundByAnImageOfOcclusion)
+{
+    setIllumination(0, 0);
+    const PhongPtr material = makeDiffuse(0.5f);
+    material->setAmbient(gray(1.0f));
+    const TexturePtr texture = makeTexture({0, 51, 204, 255});
+    material->setOcclusionTexture(texture.get());
+    addSquare(material);
+    const auto bakedLight = [&] {
+        const znRTRayDifferentialPacket ray = downward(texelX, texelY);
+        znRTDataBlockPacket data = blockOf(ray);
+        data.bakedIrradiance = {8.0f, 8.0f, 8.0f, 0.0f};
+        znRTFragment fragment;
+        fragment.clear();
+        znRTShadingState state = stateOf(0);
+        data.materials[0]->shade(ray, data, fragment, znFloatType<2>::allLanes(), state);
+        return fragment.colour.r;
+    };
+    EXPECT_LANES_NEAR(bakedLight(), 0.0f, 0.8f, 3.2f, 4.0f, 1e-4f);
+    material->setOcclusionIntensity(0.5f);
+    scene.scene->applyMaterialChanges();
+    EXPECT_LANES_NEAR(bakedLight(), 2.0f, 2.4f, 3.6f, 4.0f, 1e-4f);
+    material->setOcclusionTexture(nullptr);
+    scene.scene->applyMaterialChanges();
+    EXPECT_LANES_NEAR(bakedLight(), 4.0f, 4.0f, 4.0f, 4.0f, 1e-4f);
+    setIllumination(1, 0);
+    material->setOcclusionTexture(texture.get());
+    scene.scene->applyMaterialChanges();
+    addSun();
+    EXPECT_LANES_NEAR(seenTexels().r, 0.5f, 0.5f, 0.5f, 0.5f, 1e-5f);
+}

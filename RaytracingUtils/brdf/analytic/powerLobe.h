@@ -91,7 +91,8 @@ znFloatType<2> znRTPowerLobe<PerLane, Base>::pdf(const znRTVector3fPacket& wo,
 template <int PerLane, class Base>
 znFloatType<2> znRTPowerLobe<PerLane, Base>::convertExponent(const znFloatType<2>& x) const
 {
-    return pow(x, this->samplePower);
+    // Negative powers of 0 are as large as can be, while pow gives 0 for it.
+    return pow(maximum(x, 1e-30f), this->samplePower);
 }
 
 template <int PerLane, class Base>
