@@ -9,19 +9,10 @@
 #include "render/znRTRenderUtils.h"
 
 #include <algorithm>
+#include <bit>
 #include <limits>
 
 namespace {
-
-constexpr u32 dataLayers[] = {ZN_PASS_NORMAL, ZN_PASS_MATERIAL_ID, ZN_PASS_MASK, ZN_PASS_POSITION,
-                              ZN_PASS_VIEW};
-
-/// All components of all lanes are 0. NaN is not.
-bool isBlack(const znRTColorPacket& layer)
-{
-    const znFloatType<2> bits = layer.r | layer.g | layer.b | layer.a;
-    return !anyLane(bits != znFloatType<2>(0.0f));
-}
 
 znFloatType<2> validOrZero(const znFloatType<2>& value)
 {
@@ -68,6 +59,26 @@ u32 nextLayer(const znRTLayerSamples& samples, u32 layer)
     return layer;
 }
 
+constexpr u64 bitOf(u32 layer)
+{
+    return u64(1) << layer;
+}
+
+constexpr u64 filteredLayers = bitOf(znFilteredLayers) - 1;
+constexpr u64 dataLayers = bitOf(ZN_PASS_NORMAL) | bitOf(ZN_PASS_MATERIAL_ID) |
+                           bitOf(ZN_PASS_MASK) | bitOf(ZN_PASS_POSITION) | bitOf(ZN_PASS_VIEW);
+
+/// Kept distance of pixels without a sample.
+constexpr float unseen = std::numeric_limits<float>::max();
+
+/// Calls f with the number of each bit.
+template <class Function>
+void forEachLayer(u64 layers, Function&& f)
+{
+    for (; layers; layers &= layers - 1)
+        f(u32(std::countr_zero(layers)));
+}
+
 template <class Function>
 void forEachLane(int lanes, Function&& f)
 {
@@ -109,6 +120,10 @@ void znRTLayerStore::bind(const znRaytracerP& view, const znRTCamera& camera, fl
     filterWeights = view.m_filterWeights;
     filter = &camera.pixelFilterSet;
     hasLobes = hasNegativeWeight(*filter);
+    stored = 0;
+    for (u32 i = 0; i < u32(znRenderPassCount); ++i)
+        if (buffers[i] && !isCryptomattePass(i) && i != ZN_PASS_DEPTH)
+            stored |= bitOf(i);
 
     using Settings = znRTRaytracingSettings;
     if (Settings::s_qualityMode != Settings::stillFrame) {
@@ -122,45 +137,50 @@ void znRTLayerStore::bind(const znRaytracerP& view, const znRTCamera& camera, fl
         matteIds.update(*matte, *znRTRenderUtils::getCurrentAccelerator());
     sampleDistance = camera.shiftX * camera.shiftX + camera.shiftY * camera.shiftY;
     const bool isNewImage = view.m_iteration == 0 && !view.m_continueAccumulation;
-    if (isNewImage || keptDistances.size() != pixels)
-        keptDistances.assign(pixels, std::numeric_limits<float>::max());
+    if (isNewImage || keptDistances.size() != pixels) {
+        keptDistances.assign(pixels, unseen);
+        beganCleared = isNewImage;
+    }
 }
 
 void znRTLayerStore::fetch(const znRTPixelRectangle& r) const
 {
-    for (const u32 layer : {ZN_PASS_BEAUTY, ZN_PASS_DEPTH})
-        if (buffers[layer])
-            fetchPixels(buffers[layer], rowStride, r);
-    if (!keptDistances.empty()) {
-        fetchPixels(filterWeights, rowStride, r);
-        fetchPixels(keptDistances.data(), rowStride, r);
+    if (keptDistances.empty()) {
+        fetchPixels(shownLayers.data(), rowStride, r);
+        return;
     }
+    fetchPixels(filterWeights, rowStride, r);
+    fetchPixels(keptDistances.data(), rowStride, r);
+}
+
+void znRTLayerStore::fetch(const znRTRayPacket& ray, int lanes) const
+{
+    forEachLane(lanes, [&](int lane) {
+        const u64 i = indexOf(u32(ray.pixelX[lane]), u32(ray.pixelY[lane]));
+        for (const u32 layer : {ZN_PASS_BEAUTY, ZN_PASS_DEPTH})
+            if (buffers[layer])
+                _mm_prefetch(reinterpret_cast<const char*>(buffers[layer] + i), _MM_HINT_T0);
+    });
 }
 
 void znRTLayerStore::store(const znRTLayerPacket& packet)
 {
     const znRTMultilayerFragment& fragment = packet.fragment;
-    u64 shown = 0, shownBefore = 0;
+    const u64 shown = packet.used & stored;
+    u64 shownBefore = 0;
     forEachLane(packet.lanes, [&](int lane) { shownBefore |= shownLayers[indexOf(packet, lane)]; });
-    for (u32 i = 0; i < u32(znRenderPassCount); ++i) {
-        ZN_RGBA32F* const buffer = buffers[i];
-        if (!buffer || isCryptomattePass(i))
-            continue;
-        if (i == ZN_PASS_DEPTH) {
-            storeDepth(packet, packet.lanes);
-            continue;
-        }
-        const znRTColorPacket& layer = i == ZN_PASS_BEAUTY ? fragment.colour : fragment.layers[i];
-        if (!isBlack(layer))
-            shown |= u64(1) << i;
-        else if (!(shownBefore >> i & 1))
-            continue;
+    forEachLayer(shown | (shownBefore & stored), [&](u32 i) {
+        const bool isBeauty = i == ZN_PASS_BEAUTY;
         __m128 lanes[4];
-        toLanes(layer, i == ZN_PASS_BEAUTY ? beautyCoverage(packet) : fragment.coverage,
+        toLanes(isBeauty ? fragment.colour : fragment.layers[i],
+                isBeauty ? beautyCoverage(packet) : fragment.coverage,
                 isLightPass(i) ? &clampValue : nullptr, lanes);
+        ZN_RGBA32F* const buffer = buffers[i];
         forEachLane(packet.lanes,
                     [&](int lane) { _mm_store_ps(&buffer[indexOf(packet, lane)].r, lanes[lane]); });
-    }
+    });
+    if (buffers[ZN_PASS_DEPTH] && packet.hit.hitMask)
+        storeDepth(packet, packet.lanes);
     if (shown != shownBefore)
         forEachLane(packet.lanes, [&](int lane) { shownLayers[indexOf(packet, lane)] = shown; });
 }
@@ -205,10 +225,12 @@ void znRTLayerStore::collect(const znRTLayerPacket& packet, znRTLayerSamples& sa
         toLanes(color, coverage, isLightPass(layer) ? &clampValue : nullptr, values);
         forEachLane(lanes, [&](int lane) { samples.add(layer, places[lane], values[lane]); });
     };
-    add(ZN_PASS_BEAUTY, fragment.colour, beautyCoverage(packet));
-    for (u32 i = 1; i < znFilteredLayers; ++i)
-        if (buffers[i] && !isBlack(fragment.layers[i]))
+    forEachLayer(packet.used & stored & filteredLayers, [&](u32 i) {
+        if (i == ZN_PASS_BEAUTY)
+            add(i, fragment.colour, beautyCoverage(packet));
+        else
             add(i, fragment.layers[i], fragment.coverage);
+    });
     keepData(packet, lanes);
 }
 
@@ -321,25 +343,25 @@ void znRTLayerStore::addToMattes(const znRTLayerSamples& samples) const
 
 void znRTLayerStore::keepData(const znRTLayerPacket& packet, int lanes)
 {
-    if (buffers[ZN_PASS_DEPTH])
+    if (buffers[ZN_PASS_DEPTH] && packet.hit.hitMask)
         storeDepth(packet, lanes);
     int nearer = 0;
+    bool areBlack = beganCleared; // those lanes' pixels as they are
     forEachLane(lanes, [&](int lane) {
         float& kept = keptDistances[indexOf(packet, lane)];
         if (sampleDistance < kept) {
+            areBlack &= kept == unseen;
             kept = sampleDistance;
             nearer |= 1 << lane;
         }
     });
     if (nearer == 0)
         return;
-    for (const u32 i : dataLayers) {
-        if (!buffers[i])
-            continue;
+    forEachLayer(stored & (areBlack ? dataLayers & packet.used : dataLayers), [&](u32 i) {
         __m128 values[4];
         toLanes(packet.fragment.layers[i], packet.fragment.coverage, nullptr, values);
         forEachLane(nearer, [&](int lane) {
             _mm_store_ps(&buffers[i][indexOf(packet, lane)].r, values[lane]);
         });
-    }
+    });
 }

@@ -45,6 +45,8 @@ struct znRTLayerPacket
     const znRTRayPacket& ray;
     const znRTHitInfoPacket& hit;
     int lanes; ///< bits of lanes that stand for a pixel
+    /// Bits of the layers that hold something: the others are black.
+    u64 used = fragment.findUsedLayers();
 };
 
 class znRTLayerStore
@@ -56,6 +58,8 @@ public:
 
     /// Asks for the memory of a block's pixels that every packet needs.
     void fetch(const znRTPixelRectangle& r) const;
+    /// The same of what packets with hits need besides.
+    void fetch(const znRTRayPacket& ray, int lanes) const;
     /// Interactive frames: overwrites all layers of the packet's pixels. Layers that are black and
     /// were black before cost nothing.
     void store(const znRTLayerPacket& packet);
@@ -82,6 +86,7 @@ private:
     }
 
     std::array<ZN_RGBA32F*, znRenderPassCount> buffers{};
+    u64 stored = 0; ///< bits of layers that are stored as they are: with a buffer, and no depth
     u64 rowStride = 0;
     float clampValue = 0.0f;
     znRTDepthRange depthRange;
@@ -99,4 +104,5 @@ private:
     float sampleDistance = 0.0f; ///< of this frame's samples from the pixel centre, squared
     /// The same of the sample whose data each pixel holds.
     std::vector<float> keptDistances;
+    bool beganCleared = false; ///< pixels without a sample hold black in the layers of data
 };

@@ -2,6 +2,8 @@
 
 #include "material/znRTMaterial.h"
 
+#include <bit>
+
 namespace {
 
 /// Layers that are composed like the beauty, with an alpha each: all up to the occlusion.
@@ -48,6 +50,26 @@ void znRTMultilayerFragment::clear()
     for (znRTColorPacket& layer : layers)
         layer = znRTColorPacket(0.0f);
     dataShare = znFloatType<2>(0.0f);
+}
+
+void znRTMultilayerFragment::clear(u64 usedLayers)
+{
+    colour = znRTColorPacket(0.0f);
+    for (; usedLayers; usedLayers &= usedLayers - 1)
+        layers[std::countr_zero(usedLayers)] = znRTColorPacket(0.0f);
+    dataShare = znFloatType<2>(0.0f);
+}
+
+u64 znRTMultilayerFragment::findUsedLayers() const
+{
+    const auto isUsed = [](const znRTColorPacket& layer) {
+        const znFloatType<2> bits = layer.r | layer.g | layer.b | layer.a;
+        return u64(moveMask(asFloat(asInt(bits) == znIntType<2>(0))) != 15);
+    };
+    u64 used = isUsed(colour);
+    for (u32 i = 0; i < znRenderPassCount; ++i)
+        used |= isUsed(layers[i]) << i;
+    return used;
 }
 
 void znRTMultilayerFragment::invertAlpha()

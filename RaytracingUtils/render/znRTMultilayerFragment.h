@@ -30,6 +30,11 @@ public:
     znRTColorPacket layers[znRenderPassCount];
 
     void clear() override;
+    /// The same at the cost of what a packet before it has left.
+    /// @param usedLayers  bits of all layers that may hold something
+    void clear(u64 usedLayers);
+    /// Bits of the layers that hold anything but zeros in any lane.
+    u64 findUsedLayers() const;
     /// Of the beauty and of every layer that is composed like it.
     void invertAlpha() override;
     /// What comes without layers counts as incandescence.

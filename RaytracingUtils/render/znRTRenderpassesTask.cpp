@@ -21,9 +21,10 @@ void znRTHQRenderpassesTileLoop::bind(znRaytracerP& view)
 namespace {
 
 /// A fragment as an integrator wants it: the background in the beauty, nothing in the layers.
-void beginFragment(znRTMultilayerFragment& fragment)
+/// @param usedLayers  those that may hold something from the packet before
+void beginFragment(znRTMultilayerFragment& fragment, u64 usedLayers)
 {
-    fragment.clear();
+    fragment.clear(usedLayers);
     fragment.colour = fragment.layers[ZN_PASS_BEAUTY] = znRTRenderUtils::s_backgroundColor;
     fragment.coverage = znFloatType<2>(0.0f);
 }
@@ -44,22 +45,26 @@ void znRTLayerTileLoop::traceLayers(const znRTRenderTile& tile, u32 step, const 
                                     Take&& take, EndBlock&& endBlock)
 {
     znRTPacketBlock block;
+    constexpr u64 allLayers = (u64(1) << znRenderPassCount) - 1;
     znRTMultilayerFragment empty, fragment;
-    beginFragment(empty);
+    beginFragment(empty, allLayers);
     const bool hasFlares = showsLensFlares();
+    const u64 usedInEmpty = hasFlares ? u64(1) << ZN_PASS_BEAUTY : empty.findUsedLayers();
+    u64 used = allLayers;
     const auto integratePacket = [&](int i, u32 sampleOffset) {
         znRTRayDifferentialPacket& ray = block.rays.rays[i];
         const znRTHitInfoPacket& hit = block.hits.hits[i];
         if (hit.hitMask == 0) {
             if (hasFlares)
                 showFlares(ray, empty);
-            take(znRTLayerPacket{empty, ray, hit, block.laneMasks[i]});
+            take(znRTLayerPacket{empty, ray, hit, block.laneMasks[i], usedInEmpty});
             return;
         }
-        beginFragment(fragment);
+        beginFragment(fragment, used);
         znRTDataBlockPacket data(hit);
         integrateLayers(fragment, *camera, ray, data, sampleOffset);
-        take(znRTLayerPacket{fragment, ray, hit, block.laneMasks[i]});
+        used = fragment.findUsedLayers();
+        take(znRTLayerPacket{fragment, ray, hit, block.laneMasks[i], used});
     };
     forEachBlock(tile, znBlockSize * step, [&](const znRTPixelRectangle& r) {
         layerStore.fetch(r);
@@ -69,6 +74,9 @@ void znRTLayerTileLoop::traceLayers(const znRTRenderTile& tile, u32 step, const 
                 const int count = int(camera->trace_eye_rays(
                     r.x0 + dx, r.x1, r.y0 + dy, r.y1, block.rays, block.hits, block.tMin,
                     block.tMax, block.laneMasks, 0, 1, 1.0f, pixelMask));
+                for (int i = 0; i < count; ++i)
+                    if (block.hits.hits[i].hitMask)
+                        layerStore.fetch(block.rays.rays[i], block.laneMasks[i]);
                 for (int i = 0; i < count; ++i)
                     integratePacket(i, sampleOffset);
                 if (count > 0)

@@ -1,8 +1,10 @@
 #include "camera/znRTCamera.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRaytracerP.h"
+#include "render/lensFlares.h"
 #include "render/multiSampleBlock.h"
 #include "render/splatSample.h"
+#include "render/znRTRenderUtils.h"
 #include "render/znRTTileTraceTask.h"
 
 #include <algorithm>
@@ -19,13 +21,30 @@ void znRTStillFrameTileLoop::prepareTiles(znRTRenderTile* tiles, u32 count)
     arrangeTiles(seams, camera->pixelFilterSet, tiles, count);
 }
 
+namespace {
+
+/// Whether samples change the frame: most pictures stand before nothing, and the memory of what
+/// shows nothing need not come near.
+bool showsAnything(const znRTPacketBlock& block, int count)
+{
+    const znRTColorPacket& background = znRTRenderUtils::s_backgroundColor;
+    if (anyLane(background.r != 0.0f) || anyLane(background.g != 0.0f) ||
+        anyLane(background.b != 0.0f) || anyLane(background.a != 0.0f) || showsLensFlares())
+        return true;
+    unsigned hits = 0;
+    for (int i = 0; i < count; ++i)
+        hits |= block.hits.hits[i].hitMask;
+    return hits != 0;
+}
+
+} // namespace
+
 void znRTStillFrameTileLoop::traceTile(const znRTRenderTile& tile)
 {
     znRTPacketBlock block;
     znRTTileSeams::Turn turn(seams, tile);
     const u32 s = u32(std::max(znRTRaytracingSettings::s_stillFrameSupersampling, 1));
     forEachBlock(tile, znBlockSize * s, [&](const znRTPixelRectangle& r) {
-        fetchPixels(target, camera->rowStride, r);
         fetchPixels(filterWeights, camera->rowStride, r);
         // The lens steps by four times s, so s x s calls cover the block between them.
         u32 sampleOffset = 0;
@@ -36,6 +55,8 @@ void znRTStillFrameTileLoop::traceTile(const znRTRenderTile& tile)
                     block.tMax, block.laneMasks, 0, 1, 1.0f, activePixels);
                 if (count == 0)
                     continue;
+                if (showsAnything(block, count))
+                    fetchPixels(target, camera->rowStride, r);
                 integrateBlock(block, count, *camera, workingClamp, sampleOffset++);
                 turn.await();
                 accumulate(block, count);
