@@ -4,6 +4,7 @@
 #include "host/znLog.h"
 #include "material/standInMaterials.h"
 #include "material/znRTChromeMaterial.h"
+#include "material/znRTChunkMaterial.h"
 #include "material/znRTDummyMaterial.h"
 #include "material/znRTLightMaterial.h"
 #include "material/znRTPhongMaterial.h"

@@ -2,6 +2,7 @@
 
 #include "brdf/znRTBxDFAttributes.h"
 #include "host/osg/materials/UBRDFMaterial.h"
+#include "host/znRTTextureSampler.h"
 #include "material/missingParts.h"
 
 #include <algorithm>
@@ -36,11 +37,11 @@ void znRTPlainMaterial::update()
         tellOfMissingParts(missingParts(lit->getRaytracingAttributes()));
 }
 
-void znRTPlainMaterial::updateFrom(znRTCommonAttributes& record)
+void znRTPlainMaterial::updateFrom(znRTCommonAttributes& record, const znRTTextureSampler* image)
 {
     if (!setRaytracingCommonSettings(record, true))
         return;
-    diffuse.set(record.analyticDiffuse, nullptr);
+    diffuse.set(record.analyticDiffuse, nullptr, image, image && image->isValid(), nullptr);
     glossy.set(limited(record.analyticSpecular, record.analyticDiffuse), nullptr);
     ambient.set({1.0f, 1.0f, 1.0f}, nullptr);
     znRTBSDFAttributes lobes;

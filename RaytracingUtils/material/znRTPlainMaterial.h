@@ -20,5 +20,6 @@ protected:
     using znRTPhongLobesMaterial::znRTPhongLobesMaterial;
 
     /// Colours and lobes from the plain colours of a record.
-    void updateFrom(znRTCommonAttributes& record);
+    /// @param image  on the diffuse colour, by the texture coordinates; null without
+    void updateFrom(znRTCommonAttributes& record, const znRTTextureSampler* image = nullptr);
 };

@@ -20,26 +20,44 @@ protected:
 
     /// Fills the record from fields that fixed-function materials have in common, and reads it.
     /// @param source  with getDiffuse, getSpecular, getEmission, getShininess, getTransparency
+    /// @param image   on the diffuse colour; null without
     template <class Source>
-    void updateFromFields(const Source& source);
+    void updateFromFields(const Source& source, const znRTTextureSampler* image = nullptr);
+
+    znRTCommonAttributes record;
 
 private:
     /// Takes a field over.
     /// @return whether it differs
     template <class Value>
-    bool assign(Value& target, const Value& value);
-
-    znRTCommonAttributes record;
+    static bool assign(Value& target, const Value& value);
 };
 
-/// The same from the first MaterialChunk of a list of chunks; its defaults without one.
-class znRTChunkMaterial : public znRTSimpleMaterial
+template <class Value>
+bool znRTSimpleMaterial::assign(Value& target, const Value& value)
 {
-public:
-    static const znRTTypeId id;
+    if (target == value)
+        return false;
+    target = value;
+    return true;
+}
 
-    explicit znRTChunkMaterial(const osg::MaterialPtr& material);
-
-    znRTMaterial* getDuplicate() const override { return new znRTChunkMaterial(hostMaterial); }
-    void update() override;
-};
+template <class Source>
+void znRTSimpleMaterial::updateFromFields(const Source& source, const znRTTextureSampler* image)
+{
+    const auto vectorOf = [](const osg::Vec3f& v) { return znRTVector3f(v[0], v[1], v[2]); };
+    const float passed = source.getTransparency();
+    const znRTVector3f emission = vectorOf(source.getEmission());
+    bool changed = assign(record.analyticDiffuse, vectorOf(source.getDiffuse()));
+    changed |= assign(record.analyticSpecular, vectorOf(source.getSpecular()));
+    changed |= assign(record.analyticEmission, emission);
+    changed |= assign(record.analyticShininess, source.getShininess());
+    changed |= assign(record.analyticTransparency, passed);
+    record.transparencyColor = {passed, passed, passed};
+    record.incandescenceActive = !(emission == znRTVector3f());
+    record.incandescenceUnitA = emission.x;
+    record.incandescenceUnitB = emission.y;
+    record.incandescenceUnitC = emission.z;
+    record.settingsDirty |= changed;
+    updateFrom(record, image);
+}

@@ -3,6 +3,7 @@
 #include "materialFixture.h"
 
 #include "material/standInMaterials.h"
+#include "material/znRTChunkMaterial.h"
 #include "material/znRTDummyMaterial.h"
 #include "material/znRTLightMaterial.h"
 #include "material/znRTPhongMaterial.h"

@@ -376,3 +376,26 @@ TEST_F(TexturedAttributes, DimLightFromAllAroundByAnImageOfOcclusion)
     addSun();
     EXPECT_LANES_NEAR(seenTexels().r, 0.5f, 0.5f, 0.5f, 0.5f, 1e-5f);
 }
+
+TEST_F(TexturedAttributes, PutTheImageOfAChunkOntoItsSurface)
+{
+    const osg::Ref<osg::ChunkMaterial> chunks(osg::ChunkMaterial::create());
+    const osg::FCPtr<osg::MaterialChunk> colors = osg::MaterialChunk::create();
+    const osg::FCPtr<osg::TextureChunk> texture = osg::TextureChunk::create();
+    colors->setDiffuse(osg::Vec3f(0.5f, 0.5f, 0.5f));
+    const TexturePtr first = makeTexture({0, 51, 102, 204}), second = makeTexture({204, 0, 0, 51});
+    texture->setImage(first->getImage());
+    texture->setWrapS(znRTTextureSampler::clamp);
+    texture->setWrapT(znRTTextureSampler::clamp);
+    chunks->setChunks({colors, texture});
+    addSquare(chunks.get());
+    addSun();
+    const auto seen = [](int texel) { return float(0.5 * linear(texel)); };
+    EXPECT_LANES_NEAR(seenTexels().r, 0.0f, seen(51), seen(102), seen(204), 1e-5f);
+    texture->setImage(second->getImage());
+    scene.scene->applyMaterialChanges();
+    EXPECT_LANES_NEAR(seenTexels().r, seen(204), 0.0f, 0.0f, seen(51), 1e-5f);
+    chunks->setChunks({colors});
+    scene.scene->applyMaterialChanges();
+    EXPECT_LANES_NEAR(seenTexels().r, 0.5f, 0.5f, 0.5f, 0.5f, 1e-5f);
+}
