@@ -41,6 +41,28 @@ void fillRow(const znRTEnvironmentMap& map, int row, int width, int height, floa
 
 } // namespace
 
+namespace {
+
+float shareAboveMean(const std::vector<float>& cells, int width, int height)
+{
+    const auto sine = [&](int row) {
+        return std::sin(std::numbers::pi * (double(row) + 0.5) / height);
+    };
+    double light = 0.0, area = 0.0, above = 0.0;
+    for (int row = 0; row < height; ++row) {
+        area += width * sine(row);
+        for (int x = 0; x < width; ++x)
+            light += double(cells[std::size_t(row) * width + x]);
+    }
+    const double mean = light / area;
+    for (int row = 0; row < height; ++row)
+        for (int x = 0; x < width; ++x)
+            above += std::max(0.0, double(cells[std::size_t(row) * width + x]) - mean * sine(row));
+    return light > 0.0 ? float(above / light) : 0.0f;
+}
+
+} // namespace
+
 bool znRTEnvironmentTables::calculate(const znRTEnvironmentMap& map)
 {
     full.clear();
@@ -60,5 +82,6 @@ bool znRTEnvironmentTables::calculate(const znRTEnvironmentMap& map)
         tbb::auto_partitioner());
     full.setFunction(cells.data(), width, height);
     upper.setFunction(cells.data(), width, height / 2);
+    peakShare = shareAboveMean(cells, width, height);
     return full.isValid() && upper.isValid();
 }

@@ -12,6 +12,8 @@ struct znRTEnvironmentTables
 {
     znDistribution2D full;  ///< over v in [0, 1]
     znDistribution2D upper; ///< over v in [0, 0.5]; a row's place in the table is 2 v
+    /// Share of the light that is brighter than the mean: 0 for one value all around.
+    float peakShare = 0.0f;
 
     /// Luminance of the map times the sine of the polar angle, averaged over each cell: no cell is
     /// dark that lookups between the texels find light in. On several threads.

@@ -106,6 +106,8 @@ public:
     /// Between frames: makes what getFilteredIntensity reads, unless it is up to date. Without it
     /// all lobes find the mean of all directions.
     void makeFiltered();
+    /// Whether about the same light comes from everywhere: no directions to draw by.
+    bool isEven() const { return m_isOn && infiniteShape->isEven(); }
     /// Lights that were taken out of the environment; empty unless it is set to use them.
     const znDynArray<znRTLight*>& getEnvironmentLights() const { return lights; }
 

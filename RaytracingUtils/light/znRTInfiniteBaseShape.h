@@ -70,6 +70,9 @@ public:
                                              const znFloatType<2>& mask) const = 0;
     /// Makes what evaluateFiltered reads, unless it is up to date.
     virtual void makeFiltered() = 0;
+    /// Whether about the same light comes from everywhere, so that drawing directions by it finds
+    /// nothing that drawing by a surface's lobes would miss.
+    virtual bool isEven() const = 0;
 
     /// Samples per point in force: at least 1, and 1 below 4.
     unsigned getNumSamples() const { return numSamples; }

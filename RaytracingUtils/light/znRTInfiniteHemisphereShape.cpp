@@ -149,6 +149,12 @@ void znRTInfiniteHemisphereShape::makeFiltered()
         filtered.build(*shining);
 }
 
+bool znRTInfiniteHemisphereShape::isEven() const
+{
+    constexpr float littleLight = 0.05f;
+    return tables && tables->peakShare < littleLight;
+}
+
 bool znRTInfiniteHemisphereShape::setAttributes(const osg::MaterialPtr& material)
 {
     const auto environment = osg::FCPtr<osg::UEnvironmentMaterial>::dcast(material);

@@ -49,6 +49,7 @@ public:
                                      const znFloatType<2>& level,
                                      const znFloatType<2>& mask) const override;
     void makeFiltered() override;
+    bool isEven() const override;
 
     /// Takes an image that is already as lookups need it, for models of skies.
     /// @param isNew  the pixels differ from those of the last call

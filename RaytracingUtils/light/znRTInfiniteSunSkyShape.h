@@ -47,6 +47,7 @@ public:
                                      const znFloatType<2>& level,
                                      const znFloatType<2>& mask) const override;
     void makeFiltered() override { sky.makeFiltered(); }
+    bool isEven() const override { return !(pSun > 0.0f) && sky.isEven(); }
 
     /// Sets the sun apart from a material, for a given sky.
     /// @param color      radiance of the disk

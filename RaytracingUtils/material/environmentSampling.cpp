@@ -4,6 +4,8 @@
 #include "core/znRTRayPacket.h"
 #include "gi/randomDecisions.h"
 #include "light/znRTInfiniteAreaLight.h"
+#include "material/gatherRays.h"
+#include "material/openSky.h"
 #include "material/shadowOrigin.h"
 
 namespace {
@@ -36,6 +38,11 @@ public:
     EnvironmentEstimate(const znRTLitHit& newHit, const znRTInfiniteAreaLight& newLight)
         : hit(newHit), light(newLight)
     {
+    }
+
+    /// Finds the lobes that draw for themselves.
+    void takeTechniques()
+    {
         if (hit.lobes.mixture) {
             add(*hit.lobes.mixture, *hit.lobes.begin()->onb, hit.mask);
             return;
@@ -66,6 +73,28 @@ public:
             addShadowed(wi, split, light.getDrawnIntensity(wi, uv, lit));
     }
 
+    /// A direction from the environment, one of several, beside rays that the lobes send out.
+    void addFromLight(const znRTVector2fPacket& u, const znRTGatherPlan& plan)
+    {
+        znFloatType<2> lightPdf;
+        znRTVector2fPacket uv;
+        const znRTVector3fPacket wi = light.getFullSphereSample(u, lightPdf, uv, hit.mask);
+        const znFloatType<2> lanes = hit.mask & (lightPdf > znFloatType<2>(0.0f));
+        const znFloatType<2> density = lightPdf * float(plan.skySamples());
+        const auto reflected = [&](znRTLobeKind kind, const znFloatType<2>& rays) {
+            znFloatType<2> lobePdf;
+            const znRTColorPacket value =
+                evaluateKind(hit, kind, wi, lanes & (rays > znFloatType<2>(0.0f)), lobePdf);
+            return value * light.getMISWeight(density, lobePdf * rays);
+        };
+        Split split;
+        split.add(reflected(znRTLobeKind::diffuse, plan.diffuse),
+                  reflected(znRTLobeKind::glossy, plan.glossy), lanes);
+        const znFloatType<2> lit = brightLanes(split);
+        if (anyLane(lit))
+            addShadowed(wi, split, light.getDrawnIntensity(wi, uv, lit));
+    }
+
     /// A direction from the lobes of a technique, on these lobes.
     void addFromLobes(const Technique& t, const znRTVector2fPacket& u)
     {
@@ -80,7 +109,8 @@ public:
         const znFloatType<2> lanes = t.mask & drawn & (lobePdf > znFloatType<2>(0.0f));
         if (!anyLane(lanes))
             return;
-        const znRTColorPacket radiance = light.getIntensity(hit.dg.position, wi, lanes, lightPdf);
+        const znRTColorPacket radiance =
+            radianceWithPdf(light, hit.dg.position, wi, lanes, lightPdf);
         const znFloatType<2> weight = light.getMISWeight(lobePdf, lightPdf);
         Split split;
         split.add(reflected.diffuse * weight, reflected.glossy * weight, lanes);
@@ -142,14 +172,29 @@ private:
 } // namespace
 
 void sampleEnvironment(const znRTLitHit& hit, const znRTInfiniteAreaLight& light,
-                       znRTColorPacket& diffuse, znRTColorPacket& glossy)
+                       const znRTGatherPlan& plan, znRTColorPacket& diffuse,
+                       znRTColorPacket& glossy)
 {
     EnvironmentEstimate estimate(hit, light);
+    const int lanes = moveMask(hit.mask);
+    if (plan.sky == &light) {
+        const int samples = plan.skySamples();
+        for (int i = 0; i < samples; ++i)
+            estimate.addFromLight(
+                drawPair(hit.state, RandomDecision::environment, samples, i, lanes), plan);
+        diffuse = estimate.sum.diffuse;
+        glossy = estimate.sum.glossy;
+        diffuse.a = glossy.a = 0.0f;
+        return;
+    }
     // Points that light comes from by way of a ray are many: each is a part of a mean.
-    const bool isSeen = hit.state.counterC == 0;
-    const int samples = isSeen ? int(light.getNumSamples()) : 1, lanes = moveMask(hit.mask);
+    const bool isSeen = hit.state.counterC == 0, isEven = light.isEven();
+    const int samples = isSeen ? int(light.getNumSamples()) : 1;
+    estimate.takeTechniques();
     for (int i = 0; i < samples; ++i) {
-        estimate.addFromLight(drawPair(hit.state, RandomDecision::environment, samples, i, lanes));
+        if (!isEven)
+            estimate.addFromLight(
+                drawPair(hit.state, RandomDecision::environment, samples, i, lanes));
         const znRTVector2fPacket u =
             drawPair(hit.state, RandomDecision::lobeSample, samples, i, lanes);
         for (const Technique& technique : estimate)

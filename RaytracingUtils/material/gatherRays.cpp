@@ -48,6 +48,31 @@ void znRTGatherDirections::take(const znRTGatherDirections& other)
     mask |= other.mask;
 }
 
+znRTColorPacket evaluateKind(const znRTLitHit& hit, znRTLobeKind kind, const znRTVector3fPacket& wi,
+                             const znFloatType<2>& mask, znFloatType<2>& pdf)
+{
+    pdf = 0.0f;
+    znRTColorPacket value(0.0f);
+    const znFloatType<2> above = mask & (dot(wi, hit.dg.geometricNormal) > znFloatType<2>(0.0f));
+    if (!anyLane(above))
+        return value;
+    znFloatType<2> count(0.0f);
+    for (const znRTLobeSet::Entry& entry : hit.lobes) {
+        const znFloatType<2> lanes = above & entry.mask;
+        if (kindOf(entry) != kind || entry.lobe->isDelta() || !anyLane(lanes))
+            continue;
+        const znRTVector3fPacket local = entry.onb->toLocal(wi);
+        znFloatType<2> lobePdf;
+        value += (entry.lobe->evaluate(entry.onb->toLocal(hit.wo), local, hit.dg, lobePdf) *
+                  maximum(local.z, 0.0f)) &
+                 lanes;
+        pdf += lobePdf & lanes;
+        count += lanes & one;
+    }
+    pdf *= reciprocalOrZero(count);
+    return value;
+}
+
 znRTGatherDirections drawDirections(const znRTLitHit& hit, znRTLobeKind kind,
                                     const znRTVector2fPacket& u, const znFloatType<2>& mask)
 {
@@ -71,25 +96,8 @@ znRTGatherDirections drawDirections(const znRTLitHit& hit, znRTLobeKind kind,
         }
         before += entry.mask & one;
     }
-    drawn.mask &= dot(drawn.wi, hit.dg.geometricNormal) > znFloatType<2>(0.0f);
-    if (!anyLane(drawn.mask))
-        return drawn;
-
-    znRTColorPacket value(0.0f);
-    for (const znRTLobeSet::Entry& entry : hit.lobes) {
-        const znFloatType<2> lanes = drawn.mask & entry.mask;
-        if (kindOf(entry) != kind || entry.lobe->isDelta() || !anyLane(lanes))
-            continue;
-        const znRTVector3fPacket local = entry.onb->toLocal(drawn.wi);
-        znFloatType<2> pdf;
-        value += (entry.lobe->evaluate(entry.onb->toLocal(hit.wo), local, hit.dg, pdf) *
-                  maximum(local.z, 0.0f)) &
-                 lanes;
-        drawn.pdf += pdf & lanes;
-    }
-    drawn.pdf *= reciprocalOrZero(count);
+    const znRTColorPacket value = evaluateKind(hit, kind, drawn.wi, drawn.mask, drawn.pdf);
     drawn.mask &= drawn.pdf > znFloatType<2>(0.0f);
-    drawn.pdf &= drawn.mask;
     drawn.weight = (value * reciprocalOrZero(drawn.pdf)) & drawn.mask;
     return drawn;
 }

@@ -27,6 +27,12 @@ struct znRTGatherDirections
     znFloatType<2> mask;    ///< lanes with a direction above the surface; all is 0 in the others
 };
 
+/// Light of a direction on all lobes of a kind that have a density.
+/// @param pdf  out: per steradian, as drawDirections draws; 0 below the real surface
+/// @return values times cosine, without the colours of the lobes; 0 outside mask
+znRTColorPacket evaluateKind(const znRTLitHit& hit, znRTLobeKind kind, const znRTVector3fPacket& wi,
+                             const znFloatType<2>& mask, znFloatType<2>& pdf);
+
 /// Draws from the lobes of a kind that have a density, evenly where a lane has several. Directions
 /// that lie below the real surface, as interpolated normals allow, are dropped: they lead into the
 /// body of the object.

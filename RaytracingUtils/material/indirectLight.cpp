@@ -3,14 +3,20 @@
 #include "core/znRTDataBlockPacket.h"
 #include "gi/randomDecisions.h"
 #include "host/znRTRaytracingSettings.h"
+#include "light/znRTInfiniteAreaLight.h"
 #include "material/gatherRays.h"
+#include "material/openSky.h"
 #include "material/pathContinuation.h"
 #include "material/spawnedRays.h"
 #include "material/znRTMaterial.h"
+#include "render/znRTRenderUtils.h"
+
+#include <limits>
 
 namespace {
 
 const znFloatType<2> zero(0.0f), one(1.0f);
+constexpr float unlimited = std::numeric_limits<float>::max();
 
 /// Light baked into the vertices; alpha 0.
 znRTColorPacket bakedIrradiance(const znRTDataBlockPacket& data, const znRTColorPacket& tint)
@@ -32,37 +38,30 @@ znRTColorPacket filtered(znRTColorPacket light)
     return light;
 }
 
-/// Rays per point and kind of lobe of a quality; small qualities are steps of other effects.
-int rayCount(int quality)
-{
-    return quality < 4 ? 1 : quality;
-}
-
 class Gather
 {
 public:
-    Gather(const znRTLitHit& newHit, const znRTColorPacket& newDiffuseColor,
-           const znRTColorPacket& newGlossyColor)
-        : hit(newHit), diffuseColor(newDiffuseColor), glossyColor(newGlossyColor), diffuse(0.0f),
-          glossy(0.0f)
+    Gather(const znRTLitHit& newHit, const znRTGatherPlan& newPlan,
+           const znRTColorPacket& newDiffuseColor, const znRTColorPacket& newGlossyColor)
+        : hit(newHit), plan(newPlan), diffuseColor(newDiffuseColor), glossyColor(newGlossyColor)
     {
     }
 
     /// Several rays for each kind of lobes: the point is seen.
-    void split(int samples)
+    void split()
     {
-        const znFloatType<2> ofDiffuse = hit.mask & (diffuseColor.getMax() > zero);
-        const znFloatType<2> ofGlossy = hit.mask & (glossyColor.getMax() > zero);
-        const znFloatType<2> none = znFloatType<2>::noLanes(), share(1.0f / float(samples));
+        const int samples = plan.samples;
+        const znFloatType<2> ofDiffuse = plan.diffuse > zero, ofGlossy = plan.glossy > zero;
+        const znFloatType<2> none = znFloatType<2>::noLanes();
         for (int i = 0; i < samples; ++i) {
             const znRTVector2fPacket survival =
                 drawPair(hit.state, RandomDecision::roulette, samples, i, moveMask(hit.mask));
             if (anyLane(ofDiffuse))
                 follow(ofDiffuse, none, draw(RandomDecision::gather, samples, i, ofDiffuse),
-                       survival.x, share, splitState(hit.state, samples, i, 0), samples);
+                       survival.x, splitState(hit.state, samples, i, 0));
             if (anyLane(ofGlossy))
                 follow(none, ofGlossy, draw(RandomDecision::gatherGlossy, samples, i, ofGlossy),
-                       survival.y, share, splitState(hit.state, samples, i, 1), samples);
+                       survival.y, splitState(hit.state, samples, i, 1));
         }
     }
 
@@ -70,26 +69,18 @@ public:
     void goOn()
     {
         const int lanes = moveMask(hit.mask);
-        const znFloatType<2> fromDiffuse = luminance(diffuseColor),
-                             fromGlossy = luminance(glossyColor);
-        const znFloatType<2> total = fromDiffuse + fromGlossy;
-        const znFloatType<2> ofGlossy = fromGlossy * reciprocalOrZero(total);
         const znFloatType<2> isGlossy =
-            drawPair(hit.state, RandomDecision::lobeChoice, 1, 0, lanes).x < ofGlossy;
-        const znFloatType<2> active = hit.mask & (total > zero);
+            drawPair(hit.state, RandomDecision::lobeChoice, 1, 0, lanes).x < plan.glossy;
+        const znFloatType<2> active = select(isGlossy, plan.glossy, plan.diffuse) > zero;
         if (!anyLane(active))
             return;
-        const znFloatType<2> probability = select(isGlossy, ofGlossy, one - ofGlossy);
         const znFloatType<2> survival =
             drawPair(hit.state, RandomDecision::roulette, 1, 0, lanes).x;
         follow(andNot(isGlossy, active), active & isGlossy,
-               draw(RandomDecision::gather, 1, 0, active), survival, reciprocalOrZero(probability),
-               deeperState(hit.state), 1);
+               draw(RandomDecision::gather, 1, 0, active), survival, deeperState(hit.state));
     }
 
-    const znRTLitHit& hit;
-    const znRTColorPacket &diffuseColor, &glossyColor;
-    znRTColorPacket diffuse, glossy;
+    znRTGatheredLight light;
 
 private:
     znRTVector2fPacket draw(RandomDecision decision, int samples, int i,
@@ -114,60 +105,98 @@ private:
     /// Traces one ray per lane and adds what it brings.
     /// @param u         for the directions
     /// @param survival  for the end of paths
-    /// @param share     of the light that a ray counts for
     void follow(const znFloatType<2>& ofDiffuse, const znFloatType<2>& ofGlossy,
                 const znRTVector2fPacket& u, const znFloatType<2>& survival,
-                const znFloatType<2>& share, const znRTShadingState& state, int samples)
+                const znRTShadingState& state)
     {
         const znRTGatherDirections directions = directionsFor(ofDiffuse, ofGlossy, u);
         if (!anyLane(directions.mask))
             return;
+        const znFloatType<2> rayCount = select(ofGlossy, plan.glossy, plan.diffuse);
+        const znFloatType<2> share = reciprocalOrZero(rayCount);
         const znRTColorPacket before(hit.ray.weight.x, hit.ray.weight.y, hit.ray.weight.z, one);
         znRTColorPacket after = before * directions.weight *
                                 select(ofGlossy, glossyColor, diffuseColor) *
-                                (share * float(samples));
-        const znFloatType<2> p = survivalOf(before, after);
+                                (share * float(plan.samples));
+        // Rays from points that are seen all go on: they find the environment as well, whose light
+        // is most of what there is under open skies.
+        const bool isSeen = hit.state.counterC == 0;
+        const znFloatType<2> p = isSeen ? one & (after.getMax() > zero) : survivalOf(before, after);
         const znFloatType<2> alive = directions.mask & (survival < p);
         if (!anyLane(alive))
             return;
         const znFloatType<2> compensation = reciprocalOrZero(p);
         after *= compensation;
-        const znRTRayDifferentialPacket rays =
-            gatherRays(hit, directions, after, ofGlossy, samples);
-        znFloatType<2> missed;
-        const znRTColorPacket light =
-            filtered(shadeAlong(rays, alive, state, missed) * directions.weight * compensation) *
-            share;
-        diffuse += light & alive & ofDiffuse;
-        glossy += light & alive & ofGlossy;
+        znRTRayDifferentialPacket rays = gatherRays(hit, directions, after, ofGlossy, plan.samples);
+        znRTDataBlockPacket block(unlimited);
+        znRTColorPacket open(0.0f);
+        if (plan.sky)
+            open = meetSurfaces(hit, *plan.sky, rays, alive, block);
+        else
+            znRTRenderUtils::getIntersection(rays, zero, znFloatType<2>(unlimited), block.hit,
+                                             moveMask(alive));
+        const znFloatType<2> hasHit = alive & expandLanes(int(block.hit.hitMask));
+        if (anyLane(hasHit)) {
+            const znRTColorPacket arriving = shadeHits(rays, block, hasHit, state);
+            const znRTColorPacket found =
+                filtered(arriving * directions.weight * compensation) * share;
+            light.diffuse += found & hasHit & ofDiffuse;
+            light.glossy += found & hasHit & ofGlossy;
+        }
+        if (plan.sky)
+            addSky(open & alive, directions, rayCount, compensation, ofDiffuse, ofGlossy);
     }
+
+    /// Light of the environment, beside directions that are drawn by it.
+    /// @param open      share of the light that comes along the directions
+    /// @param rayCount  of the kind that a lane's direction is of
+    void addSky(const znRTColorPacket& open, const znRTGatherDirections& directions,
+                const znFloatType<2>& rayCount, const znFloatType<2>& compensation,
+                const znFloatType<2>& ofDiffuse, const znFloatType<2>& ofGlossy)
+    {
+        const znFloatType<2> lanes = directions.mask & (open.getMax() > zero);
+        if (!anyLane(lanes))
+            return;
+        znFloatType<2> skyPdf;
+        const znRTColorPacket radiance =
+            radianceWithPdf(*plan.sky, hit.dg.position, directions.wi, lanes, skyPdf);
+        // The density of the direction cancels: value * cosine over the densities of both ways.
+        const znFloatType<2> factor =
+            directions.pdf * compensation *
+            plan.sky->getMISWeight(directions.pdf * rayCount, skyPdf * float(plan.skySamples()));
+        znRTColorPacket seen = (radiance * open * directions.weight * factor) & lanes;
+        seen.a = zero;
+        light.skyDiffuse += seen & ofDiffuse;
+        light.skyGlossy += seen & ofGlossy;
+    }
+
+    const znRTLitHit& hit;
+    const znRTGatherPlan& plan;
+    const znRTColorPacket &diffuseColor, &glossyColor;
 };
 
 } // namespace
 
-void evaluateIndirect(const znRTLitHit& hit, const znRTColorPacket& diffuseColor,
-                      const znRTColorPacket& glossyColor, const znRTColorPacket& ambient,
-                      znRTColorPacket& diffuse, znRTColorPacket& glossy)
+znRTGatheredLight evaluateIndirect(const znRTLitHit& hit, const znRTGatherPlan& plan,
+                                   const znRTColorPacket& diffuseColor,
+                                   const znRTColorPacket& glossyColor,
+                                   const znRTColorPacket& ambient)
 {
-    diffuse = glossy = znRTColorPacket(0.0f);
     const znRTMaterialState& quality = hit.material.getState();
-    if (!quality.usesIndirectTerm)
-        return;
-    if (!quality.traceIndirect) {
+    if (quality.usesIndirectTerm && !quality.traceIndirect) {
         // Lanes with a baked colour have their light already.
-        diffuse = hit.material.useBaking(bakedIrradiance(hit.data, ambient), znRTColorPacket(0.0f),
-                                         hit.data) &
-                  hit.mask;
-        return;
+        znRTGatheredLight baked;
+        baked.diffuse = hit.material.useBaking(bakedIrradiance(hit.data, ambient),
+                                               znRTColorPacket(0.0f), hit.data) &
+                        hit.mask;
+        return baked;
     }
-    // The light sources that light the last surface of a path have been counted by its own shade.
-    if (hit.state.counterC >= hit.material.getTraceDepth())
-        return;
-    Gather gather(hit, diffuseColor, glossyColor);
-    if (hit.state.counterC == 0)
-        gather.split(rayCount(hit.material.getIndirectQuality()));
-    else
+    if (plan.isEmpty())
+        return {};
+    Gather gather(hit, plan, diffuseColor, glossyColor);
+    if (plan.choosesKind)
         gather.goOn();
-    diffuse = gather.diffuse;
-    glossy = gather.glossy;
+    else
+        gather.split();
+    return gather.light;
 }

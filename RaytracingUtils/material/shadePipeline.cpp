@@ -60,11 +60,16 @@ void gather(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTH
         evaluateDirectLighting(lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, lit.mask, material,
                                lit.state, light.direct[surfaceDiffuse],
                                light.direct[surfaceGlossy]);
-    evaluateEnvironmentIllumination(lit, environmentShare(lit, material), light.ibl[surfaceDiffuse],
-                                    light.ibl[surfaceGlossy]);
+    const znRTColorPacket diffuse = hit.diffuse * hit.alpha, glossy = hit.glossy * hit.alpha;
+    const znRTGatherPlan plan = planGather(lit, diffuse, glossy);
+    evaluateEnvironmentIllumination(lit, environmentShare(lit, material), plan,
+                                    light.ibl[surfaceDiffuse], light.ibl[surfaceGlossy]);
     evaluateEnvironmentLights(lit, light.ibl[surfaceDiffuse], light.ibl[surfaceGlossy]);
-    evaluateIndirect(lit, hit.diffuse * hit.alpha, hit.glossy * hit.alpha, hit.ambient,
-                     light.indirect[surfaceDiffuse], light.indirect[surfaceGlossy]);
+    const znRTGatheredLight gathered = evaluateIndirect(lit, plan, diffuse, glossy, hit.ambient);
+    light.ibl[surfaceDiffuse] += gathered.skyDiffuse;
+    light.ibl[surfaceGlossy] += gathered.skyGlossy;
+    light.indirect[surfaceDiffuse] = gathered.diffuse;
+    light.indirect[surfaceGlossy] = gathered.glossy;
     for (const int term : {int(surfaceDiffuse), int(surfaceGlossy)}) {
         light.ibl[term] *= hit.ambientOcclusion;
         light.indirect[term] *= hit.ambientOcclusion;

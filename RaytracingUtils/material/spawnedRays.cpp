@@ -44,13 +44,16 @@ znRTColorPacket shadeAlong(const znRTRayDifferentialPacket& rays, const znFloatT
     znRTRenderUtils::getIntersection(rays, znFloatType<2>(0.0f), end, block.hit, moveMask(mask));
     const znFloatType<2> hasHit = mask & expandLanes(int(block.hit.hitMask));
     missed = andNot(hasHit, mask);
-    if (!anyLane(hasHit))
-        return znRTColorPacket(0.0f);
+    return anyLane(hasHit) ? shadeHits(rays, block, hasHit, state) : znRTColorPacket(0.0f);
+}
 
+znRTColorPacket shadeHits(const znRTRayDifferentialPacket& rays, znRTDataBlockPacket& block,
+                          const znFloatType<2>& mask, const znRTShadingState& state)
+{
     znRTFragment fragment;
     fragment.clear();
     znRTRenderUtils::getShadingData(rays, block, false);
-    const znFloatType<2> live = hasHit & (block.coverage > znFloatType<2>(0.0f));
+    const znFloatType<2> live = mask & (block.coverage > znFloatType<2>(0.0f));
     if (!anyLane(live))
         return znRTColorPacket(0.0f);
     block.computeShadingData(rays);

@@ -23,6 +23,12 @@ znRTRayDifferentialPacket spawnRays(const znRTRayPacket& parent, const znRTDataB
                                     const znRTVector3fPacket& direction,
                                     const znRTColorPacket& weight, u32 rayClass, u32 flags = 0);
 
+/// Lets the materials of hits shade.
+/// @param block  with the hits alone
+/// @param mask   lanes that have hit something
+/// @return as shadeAlong
+znRTColorPacket shadeHits(const znRTRayDifferentialPacket& rays, znRTDataBlockPacket& block,
+                          const znFloatType<2>& mask, const znRTShadingState& state);
 /// Traces rays and lets the materials that they hit shade.
 /// @param state   of the rays, one ray deeper than their parents
 /// @param missed  out: lanes of mask that hit nothing

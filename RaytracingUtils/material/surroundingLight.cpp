@@ -33,7 +33,8 @@ void lookUpOrBake(const znRTLitHit& hit, const znRTColorPacket& occlusion, znRTC
 } // namespace
 
 void evaluateEnvironmentIllumination(const znRTLitHit& hit, const znRTColorPacket& occlusion,
-                                     znRTColorPacket& diffuse, znRTColorPacket& glossy)
+                                     const znRTGatherPlan& plan, znRTColorPacket& diffuse,
+                                     znRTColorPacket& glossy)
 {
     diffuse = glossy = znRTColorPacket(0.0f);
     const znRTMaterialState& quality = hit.material.getState();
@@ -43,7 +44,7 @@ void evaluateEnvironmentIllumination(const znRTLitHit& hit, const znRTColorPacke
         return lookUpOrBake(hit, occlusion, diffuse, glossy);
     const znRTInfiniteAreaLight* const light = hit.material.getEnvironmentLight();
     if (light && light->isOn())
-        sampleEnvironment(hit, *light, diffuse, glossy);
+        sampleEnvironment(hit, *light, plan, diffuse, glossy);
 }
 
 void evaluateEnvironmentLights(const znRTLitHit& hit, znRTColorPacket& diffuse,

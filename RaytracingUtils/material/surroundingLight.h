@@ -4,7 +4,9 @@
 // into vertices, photons. Results are without the colours of the lobes and 0 outside the mask.
 //
 // Who may add what, so that nothing counts twice:
-// - the environment is sampled at each shaded point; rays that miss everything add none of it;
+// - the environment is sampled at each shaded point, once: by itself, or half of it by the rays
+//   that the point sends to other surfaces, whose light where they miss all is the environment's
+//   term; rays of other points add none of it;
 // - lights that were taken out of an environment are added here, never by evaluateDirectLighting;
 // - light baked into the environment's place is not also added as indirect light.
 
@@ -12,6 +14,7 @@
 
 class znRTDataBlockPacket;
 class znRTMaterial;
+struct znRTGatherPlan;
 class znRTRayDifferentialPacket;
 class znRTShadingState;
 
@@ -30,8 +33,10 @@ struct znRTLitHit
 
 /// The environment, sampled or looked up in filtered images, and baked colours in its place.
 /// @param occlusion  what reaches the point of an environment that is looked up, 1 all
+/// @param plan       of the rays that bring what this leaves to them
 void evaluateEnvironmentIllumination(const znRTLitHit& hit, const znRTColorPacket& occlusion,
-                                     znRTColorPacket& diffuse, znRTColorPacket& glossy);
+                                     const znRTGatherPlan& plan, znRTColorPacket& diffuse,
+                                     znRTColorPacket& glossy);
 /// Lights that stand for the brightest parts of an environment; added to what is there.
 void evaluateEnvironmentLights(const znRTLitHit& hit, znRTColorPacket& diffuse,
                                znRTColorPacket& glossy);

@@ -80,8 +80,10 @@ void evaluateBackSideIllumination(const znRTLitHit& hit, const znRTBRDFMaterial&
         direct = diffuse + glossy;
     }
     const znRTColorPacket share = environmentShare(back, material);
+    const znRTColorPacket noDiffuse(0.0f), color = surface.translucent * surface.alpha;
+    const znRTGatherPlan plan = planGather(back, noDiffuse, color);
     if (quality.sampleEnvironment) {
-        evaluateEnvironmentIllumination(back, share, diffuse, glossy);
+        evaluateEnvironmentIllumination(back, share, plan, diffuse, glossy);
         evaluateEnvironmentLights(back, diffuse, glossy);
         ibl = diffuse + glossy;
     } else {
@@ -89,10 +91,11 @@ void evaluateBackSideIllumination(const znRTLitHit& hit, const znRTBRDFMaterial&
         znRTLobeSet spread;
         spread.add(material.getDiffuseLobe(), surface.backOnb, surface.translucent, hit.mask);
         const znRTLitHit all{hit.ray, hit.data, dg, spread, hit.wo, hit.mask, material, hit.state};
-        evaluateEnvironmentIllumination(all, share, ibl, glossy);
+        evaluateEnvironmentIllumination(all, share, plan, ibl, glossy);
         evaluateEnvironmentLights(back, ibl, ibl);
     }
-    evaluateIndirect(back, znRTColorPacket(0.0f), surface.translucent * surface.alpha,
-                     surface.ambient, diffuse, glossy);
-    indirect = diffuse + glossy;
+    const znRTGatheredLight gathered =
+        evaluateIndirect(back, plan, noDiffuse, color, surface.ambient);
+    ibl += gathered.skyDiffuse + gathered.skyGlossy;
+    indirect = gathered.diffuse + gathered.glossy;
 }
