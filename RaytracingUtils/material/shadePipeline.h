@@ -68,6 +68,24 @@ private:
     znRTLobeParameters lanes[2];
 };
 
+/// While it lives, the textures of a hit are read where its surface's structure shows them past its
+/// heights. The hit keeps the coordinates; the block gets its own back.
+class znRTShiftedCoordinates
+{
+public:
+    znRTShiftedCoordinates(const znRTMaterial& material, const znRTRayDifferentialPacket& ray,
+                           znRTDataBlockPacket& newData, znRTHitSurface& hit,
+                           const znFloatType<2>& mask);
+    ~znRTShiftedCoordinates();
+    znRTShiftedCoordinates(const znRTShiftedCoordinates&) = delete;
+    znRTShiftedCoordinates& operator=(const znRTShiftedCoordinates&) = delete;
+
+private:
+    znRTDataBlockPacket& data;
+    znRTVector2fPacket before;
+    bool isShifted;
+};
+
 /// Share of the environment that reaches a hit, per channel: traced, or from the vertices.
 znRTColorPacket environmentShare(const znRTLitHit& hit, const znRTBRDFMaterial& material);
 /// Steps that follow lobes and colours: light, and the fragment's update operation.
@@ -91,14 +109,16 @@ void shadeByPipeline(const Class& material, const znRTRayDifferentialPacket& ray
                      znRTShadingState& state)
 {
     typename Class::Hit hit(ray, data);
-    material.shiftCoordinates(ray, hit, mask);
-    material.fetchParameters(ray, data, mask, hit);
+    {
+        const znRTShiftedCoordinates shifted(material, ray, data, hit, mask);
+        material.fetchParameters(ray, data, mask, hit);
+    }
     const znRTAlphaSplit split = material.handleTransparency(ray, hit.alpha, mask, state);
     if (!anyLane(split.shaded)) {
         showBehind(ray, data, hit, fragment, mask, state);
         return;
     }
-    material.bendNormal(ray, hit, mask);
+    material.bendNormal(ray, data, hit, mask);
     material.buildFrame(hit);
     material.addLobes(hit, split.shaded);
     shadeLobes(material, Class::terms, ray, data, hit, split, fragment, mask, state);
@@ -106,15 +126,17 @@ void shadeByPipeline(const Class& material, const znRTRayDifferentialPacket& ray
 
 template <class Class>
 void evaluateByPipeline(const Class& material, const znRTRayDifferentialPacket& ray,
-                        const znRTDataBlockPacket& data, znRTSurfaceProperties& surface,
+                        znRTDataBlockPacket& data, znRTSurfaceProperties& surface,
                         const znFloatType<2>& mask, int group, znRTMaterial::EvaluationType type)
 {
     if (type == znRTMaterial::emissionOnly)
         return;
     typename Class::Hit hit(ray, data);
-    material.shiftCoordinates(ray, hit, mask);
-    material.fetchParameters(ray, data, mask, hit);
-    material.bendNormal(ray, hit, mask);
+    {
+        const znRTShiftedCoordinates shifted(material, ray, data, hit, mask);
+        material.fetchParameters(ray, data, mask, hit);
+    }
+    material.bendNormal(ray, data, hit, mask);
     material.buildFrame(hit);
     material.addLobes(hit, mask & (hit.alpha > znFloatType<2>(0.0f)));
     enterLobes(hit, material.getPassThroughLobe(), surface, mask, group);

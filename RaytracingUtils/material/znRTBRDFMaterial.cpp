@@ -166,23 +166,43 @@ void znRTBRDFMaterial::addMirrorRequirements(bool usesVertexTangents)
     materialState.shadingRequirements |= surfaceDefault | (usesVertexTangents ? 0u : derivatives);
 }
 
-void znRTBRDFMaterial::shiftCoordinates(const znRTRayDifferentialPacket& ray, znRTHitSurface& hit,
-                                        const znFloatType<2>& mask) const
-{
-    if (surfaceStructure->perturbs())
-        surfaceStructure->shiftCoordinates(ray, hit.dg, mask);
-}
-
-void znRTBRDFMaterial::bendNormal(const znRTRayDifferentialPacket& ray, znRTHitSurface& hit,
+void znRTBRDFMaterial::bendNormal(const znRTRayDifferentialPacket& ray,
+                                  const znRTDataBlockPacket& data, znRTHitSurface& hit,
                                   const znFloatType<2>& mask) const
 {
-    if (!surfaceStructure->perturbs())
+    const znRTSurfaceStructure& structure = *surfaceStructure;
+    if (structure.is(givesDirections)) {
+        hit.dg.tangent.setMasked(structure.getFrame(ray, data, mask).u, mask);
+        hit.dg.tangentMask |= mask;
+    }
+    if (!structure.perturbs())
         return;
-    const znRTVector3fPacket normal = surfaceStructure->getNormalAt(hit.dg, mask);
+    const znRTVector3fPacket normal = structure.is(liesInObject)
+                                          ? structure.getNormal(ray, data, mask)
+                                          : structure.getNormalAt(hit.dg, mask);
     const znRTVector3fPacket mirrored =
         mirrorAboveSurface(ray.direction, normal, hit.dg.geometricNormal);
     hit.dg.shadingNormal.setMasked(normalOfMirror(ray.direction, mirrored, hit.dg.shadingNormal),
                                    mask);
+}
+
+znRTShiftedCoordinates::znRTShiftedCoordinates(const znRTMaterial& material,
+                                               const znRTRayDifferentialPacket& ray,
+                                               znRTDataBlockPacket& newData, znRTHitSurface& hit,
+                                               const znFloatType<2>& mask)
+    : data(newData), isShifted(material.getSurfaceStructure().is(shiftsCoordinates))
+{
+    if (!isShifted)
+        return;
+    before = data.dg.uv;
+    material.getSurfaceStructure().shiftCoordinates(ray, hit.dg, mask);
+    data.dg.uv = hit.dg.uv;
+}
+
+znRTShiftedCoordinates::~znRTShiftedCoordinates()
+{
+    if (isShifted)
+        data.dg.uv = before;
 }
 
 int znRTBRDFMaterial::getVisibility() const

@@ -58,13 +58,10 @@ public:
     znRTAlphaSplit handleTransparency(const znRTRayDifferentialPacket& ray,
                                       const znFloatType<2>& alpha, const znFloatType<2>& mask,
                                       const znRTShadingState& state) const;
-    /// Moves texture coordinates by the surface's structure.
-    void shiftCoordinates(const znRTRayDifferentialPacket& ray, znRTHitSurface& hit,
-                          const znFloatType<2>& mask) const;
     /// Gives the hits the normals of the surface's structure, bent until they mirror no ray into
-    /// the surface.
-    void bendNormal(const znRTRayDifferentialPacket& ray, znRTHitSurface& hit,
-                    const znFloatType<2>& mask) const;
+    /// the surface, and the directions of its fibres as tangents.
+    void bendNormal(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
+                    znRTHitSurface& hit, const znFloatType<2>& mask) const;
     /// Occlusion in the vertices as the material counts it, 0 open.
     znFloatType<2> getAmbientOcclusion(const znRTDataBlockPacket& data) const;
     /// Share of the environment at the hits by the occlusion in the vertices, per channel; 1 where

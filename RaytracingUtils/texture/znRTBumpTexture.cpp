@@ -8,8 +8,15 @@ const znRTTypeId znRTBumpTexture::id("znRTBumpTexture");
 znRTBumpTexture::znRTBumpTexture(const znRTTextureSampler& newSampler,
                                  const znRTTextureAttributes* newAttributes, Kind newKind,
                                  float newAmplitude, bool isDownward)
-    : znRTTexturedSurface(id, newSampler, newAttributes), kind(newKind), amplitude(newAmplitude),
-      up(isDownward ? -1.0f : 1.0f)
+    : znRTBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward, 0.0f)
+{
+}
+
+znRTBumpTexture::znRTBumpTexture(const znRTTypeId& typeId, const znRTTextureSampler& newSampler,
+                                 const znRTTextureAttributes* newAttributes, Kind newKind,
+                                 float newAmplitude, bool isDownward, float depth)
+    : znRTTexturedSurface(typeId, newSampler, newAttributes, depth), kind(newKind),
+      amplitude(newAmplitude), up(isDownward ? -1.0f : 1.0f)
 {
 }
 
@@ -44,43 +51,48 @@ znRTVector2fPacket znRTBumpTexture::slopeOfHeights(const znRTDifferentialGeometr
     znRTVector2fPacket uv = dg.uv;
     znTextureFootprint footprint{dg.dUVdx, dg.dUVdy};
     znRTTextureFunctions::applyTexCoordTransform(sampler, uv, footprint);
-    znMipLevels levels;
-    if (znRTTextureFunctions::s_useHighQualityTextureFiltering && sampler.maxAnisotropy > 1.0f)
-        znRTTextureFunctions::calculateEWAMipMapLevel(sampler, footprint, levels);
-    else
-        levels = znRTTextureFunctions::calculateMipMapLevel(sampler, footprint);
-
-    znFloatType<2> valid = znFloatType<2>::allLanes();
-    const znTexelQuad quad = filteredLookup::quadAt(sampler, znSamplerWraps(sampler.wrapMode), uv,
-                                                    levels.level, 0, valid);
-    znTexelCorners h;
-    fetchCorners(sampler, quad, mask & valid, h);
-    const filteredLookup::LevelSize size = filteredLookup::sizeOf(sampler, levels.level);
-    const znFloatType<2> alongS =
-        mix(h.corner[1].r - h.corner[0].r, h.corner[3].r - h.corner[2].r, quad.up) *
-        toFloat(size.width);
-    const znFloatType<2> alongT =
-        mix(h.corner[2].r - h.corner[0].r, h.corner[3].r - h.corner[1].r, quad.across) *
-        toFloat(size.height);
+    const znMipLevels levels = levelsOf(footprint);
+    znRTVector2fPacket along = slopeInLevel(uv, levels.level, mask);
+    const znFloatType<2> mixed =
+        mask & (levels.weight > znFloatType<2>(0.0f)) & asFloat(levels.next != levels.level);
+    if (anyLane(mixed)) {
+        const znRTVector2fPacket coarser = slopeInLevel(uv, levels.next, mixed);
+        const znFloatType<2> weight = levels.weight & mixed;
+        along += (coarser - along) * weight;
+    }
     if (!sampler.hasTransform)
-        return {alongS, alongT};
-    const znFloatType<2> s = alongS * sampler.repeatU, t = alongT * sampler.repeatV;
+        return along;
+    const znFloatType<2> s = along.x * sampler.repeatU, t = along.y * sampler.repeatV;
     return {s * sampler.cosRotation + t * sampler.sinRotation,
             t * sampler.cosRotation - s * sampler.sinRotation};
+}
+
+znRTVector2fPacket znRTBumpTexture::slopeInLevel(const znRTVector2fPacket& uv,
+                                                 const znIntType<2>& level,
+                                                 const znFloatType<2>& mask) const
+{
+    znFloatType<2> valid = znFloatType<2>::allLanes();
+    const znTexelQuad quad =
+        filteredLookup::quadAt(sampler, znSamplerWraps(sampler.wrapMode), uv, level, 0, valid);
+    znTexelCorners h;
+    fetchCorners(sampler, quad, mask & valid, h);
+    const filteredLookup::LevelSize size = filteredLookup::sizeOf(sampler, level);
+    return {mix(h.corner[1].r - h.corner[0].r, h.corner[3].r - h.corner[2].r, quad.up) *
+                toFloat(size.width),
+            mix(h.corner[2].r - h.corner[0].r, h.corner[3].r - h.corner[1].r, quad.across) *
+                toFloat(size.height)};
+}
+
+znFloatType<2> znRTBumpTexture::depthAt(const znRTVector2fPacket& uv, const znParallaxRay& ray,
+                                        const znFloatType<2>& mask) const
+{
+    const int channel = kind == heights ? 0 : 3;
+    const znFloatType<2> height = clamp01(heightAt(uv, ray.level, channel, mask));
+    return select(ray.frontFacing, znFloatType<2>(1.0f) - height, height);
 }
 
 znRTVector3fPacket znRTBumpTexture::normalOfHeights(const znRTDifferentialGeometry& dg,
                                                     const znFloatType<2>& mask) const
 {
-    const znRTVector2fPacket slope = slopeOfHeights(dg, mask) * znFloatType<2>(amplitude);
-    const znRTVector3fPacket& n = dg.shadingNormal;
-    // Heights go out on the side of the stored normal; coordinates may lie mirrored.
-    const znFloatType<2> area = dot(cross(dg.dPdu, dg.dPdv), n), sign(-0.0f);
-    const znFloatType<2> turn = (area & sign) ^ andNot(dg.frontFacing, sign);
-    const znRTVector3fPacket tilt = cross(n, dg.dPdv) * slope.x + cross(dg.dPdu, n) * slope.y;
-    const znRTVector3fPacket bent = n * absolute(area) + (tilt ^ turn);
-    const znFloatType<2> squareLength = bent.getSquareLength();
-    const znFloatType<2> exists =
-        (area != znFloatType<2>(0.0f)) & (squareLength > znFloatType<2>(1e-30f));
-    return select(exists, bent * reciprocalSquareRoot(squareLength), n);
+    return tiltByHeights(slopeOfHeights(dg, mask) * znFloatType<2>(amplitude), dg, false);
 }

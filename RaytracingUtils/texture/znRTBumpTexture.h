@@ -26,6 +26,17 @@ public:
     znRTVector3fPacket getNormalAt(const znRTDifferentialGeometry& dg,
                                    const znFloatType<2>& mask) const override;
 
+protected:
+    /// For the forms with parallax; see znRTTexturedSurface.
+    znRTBumpTexture(const znRTTypeId& typeId, const znRTTextureSampler& newSampler,
+                    const znRTTextureAttributes* newAttributes, Kind newKind, float newAmplitude,
+                    bool isDownward, float depth);
+
+    /// How far below the top of the heights a place lies, [0, 1] of their depth. Maps of normals
+    /// keep heights in alpha.
+    znFloatType<2> depthAt(const znRTVector2fPacket& uv, const znParallaxRay& ray,
+                           const znFloatType<2>& mask) const;
+
 private:
     znRTVector3fPacket normalOfMap(const znRTDifferentialGeometry& dg,
                                    const znFloatType<2>& mask) const;
@@ -34,6 +45,9 @@ private:
     /// Height per step of the texture coordinates, before the sampler's transform.
     znRTVector2fPacket slopeOfHeights(const znRTDifferentialGeometry& dg,
                                       const znFloatType<2>& mask) const;
+    /// The same per step of the image, in one level.
+    znRTVector2fPacket slopeInLevel(const znRTVector2fPacket& uv, const znIntType<2>& level,
+                                    const znFloatType<2>& mask) const;
 
     Kind kind;
     float amplitude;

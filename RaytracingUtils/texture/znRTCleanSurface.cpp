@@ -1,19 +1,15 @@
 #include "texture/znRTCleanSurface.h"
 
+#include "texture/tangentSpace.h"
+
 const znRTTypeId znRTCleanSurface::id("znRTCleanSurface");
 
-znRTCleanSurface::znRTCleanSurface() : znRTSurfaceStructure(id, false) {}
+znRTCleanSurface::znRTCleanSurface() : znRTSurfaceStructure(id, 0) {}
 
 znRTONB znRTCleanSurface::getFrameAt(const znRTDifferentialGeometry& dg,
                                      const znFloatType<2>& mask) const
 {
-    znRTONB onb;
-    const znFloatType<2> withTangent = mask & dg.tangentMask;
-    if (anyLane(withTangent))
-        onb.set(dg.shadingNormal, dg.tangent, withTangent);
-    else
-        onb.set(dg.shadingNormal);
-    return onb;
+    return frameAlongTangent(dg, mask);
 }
 
 znRTVector3fPacket znRTCleanSurface::getNormalAt(const znRTDifferentialGeometry& dg,

@@ -18,6 +18,16 @@ class znRTDataBlockPacket;
 class znRTRayDifferentialPacket;
 class znRTTextureAttributes;
 
+/// What a structure does to hits, so that nobody asks for the rest: bits.
+enum znRTStructureTrait : unsigned {
+    bendsNormals = 1,
+    shiftsCoordinates = 2,
+    /// Lies in the space of the object: normals come from getNormal alone.
+    liesInObject = 4,
+    /// Frames follow fibres or brush strokes, which getFrame finds.
+    givesDirections = 8
+};
+
 class znRTSurfaceStructure : public znRTNode, public znAlignedBase16
 {
 public:
@@ -45,19 +55,22 @@ public:
     {
     }
 
+    /// Whether a structure has a trait.
+    bool is(znRTStructureTrait trait) const { return (traits & trait) != 0; }
     /// Whether normals are other than those of the surface.
-    bool perturbs() const { return perturbing; }
+    bool perturbs() const { return is(bendsNormals); }
     /// Projection of the structure's image; null without one.
     const znRTTextureAttributes* getTextureAttributes() const { return attributes; }
 
 protected:
-    znRTSurfaceStructure(const znRTTypeId& typeId, bool perturbs)
-        : znRTNode(typeId), perturbing(perturbs)
+    /// @param newTraits  bits of znRTStructureTrait
+    znRTSurfaceStructure(const znRTTypeId& typeId, unsigned newTraits)
+        : znRTNode(typeId), traits(newTraits)
     {
     }
 
     const znRTTextureAttributes* attributes = nullptr;
 
 private:
-    bool perturbing;
+    unsigned traits;
 };
