@@ -2,6 +2,7 @@
 
 #include "core/znRTSpectralData.h"
 #include "host/osg/Spectrum.h"
+#include "light/usableColor.h"
 #include "light/znRTLight.h"
 
 #include <algorithm>
@@ -10,10 +11,10 @@ znRTColor znRTLight::calculateLightSpectrum(const osg::Spectrum* spectrum, float
                                             float g, float b)
 {
     if (!spectrum || !spectrum->isUsable())
-        return {intensity * r, intensity * g, intensity * b, 1.0f};
+        return usableColor(intensity * r, intensity * g, intensity * b);
     const znRTColor light =
         znRTSpectralData::Instance().getEmittedColor(znRTSpectrum(*spectrum, 1.0f));
     // Saturated spectra lie outside of sRGB: negative light is none.
-    return {intensity * std::max(light.r, 0.0f), intensity * std::max(light.g, 0.0f),
-            intensity * std::max(light.b, 0.0f), 1.0f};
+    return usableColor(intensity * std::max(light.r, 0.0f), intensity * std::max(light.g, 0.0f),
+                       intensity * std::max(light.b, 0.0f));
 }

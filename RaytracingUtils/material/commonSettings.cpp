@@ -4,6 +4,7 @@
 #include "core/znRTDataBlockPacket.h"
 #include "host/osg/materials/UberMaterial.h"
 #include "host/znRTRaytracingSettings.h"
+#include "light/usableColor.h"
 #include "light/znRTLight.h"
 #include "material/znRTMaterial.h"
 
@@ -27,7 +28,7 @@ int selectValue(bool overrides, bool isVetoed, int interactive, int still, int o
 
 znRTColor opaque(const znRTVector3f& rgb)
 {
-    return {rgb.x, rgb.y, rgb.z, 1.0f};
+    return usableColor(rgb.x, rgb.y, rgb.z);
 }
 
 bool overridesEnvironment(const znRTCommonAttributes& attributes)

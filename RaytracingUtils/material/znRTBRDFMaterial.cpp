@@ -8,6 +8,7 @@
 #include "gi/randomDecisions.h"
 #include "host/osg/Spectrum.h"
 #include "host/osg/materials/UBRDFMaterial.h"
+#include "light/usableColor.h"
 #include "light/znRTLight.h"
 #include "material/mirrorLight.h"
 #include "material/shadePipeline.h"
@@ -59,11 +60,12 @@ void znRTBRDFMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBlock
 znRTColor znRTBRDFMaterial::getSpectrum(const osg::Spectrum* spectrum, const znRTVector3f& color)
 {
     if (!spectrum || !spectrum->isUsable())
-        return {color.x, color.y, color.z, 1.0f};
-    znRTColor result =
+        return usableColor(color.x, color.y, color.z);
+    const znRTColor reflected =
         znRTSpectralData::Instance().getReflectedColor(znRTSpectrum(*spectrum, 1.0f));
-    result.a = 1.0f;
-    return result;
+    // Saturated spectra lie outside of sRGB, where a channel would be negative.
+    return {std::max(reflected.r, 0.0f), std::max(reflected.g, 0.0f), std::max(reflected.b, 0.0f),
+            1.0f};
 }
 
 bool znRTBRDFMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attributes,

@@ -3,6 +3,7 @@
 // The material of fixed-function scenes. Its host material has no record: this one fills its own.
 
 #include "host/osg/materials/UberMaterial.h"
+#include "light/usableColor.h"
 #include "material/znRTPlainMaterial.h"
 
 class znRTSimpleMaterial : public znRTPlainMaterial
@@ -45,13 +46,16 @@ bool znRTSimpleMaterial::assign(Value& target, const Value& value)
 template <class Source>
 void znRTSimpleMaterial::updateFromFields(const Source& source, const znRTTextureSampler* image)
 {
-    const auto vectorOf = [](const osg::Vec3f& v) { return znRTVector3f(v[0], v[1], v[2]); };
-    const float passed = source.getTransparency();
+    const auto vectorOf = [](const osg::Vec3f& v) {
+        const znRTColor color = usableColor(v[0], v[1], v[2]);
+        return znRTVector3f(color.r, color.g, color.b);
+    };
+    const float passed = znClampRow(source.getTransparency(), 0.0, 1.0);
     const znRTVector3f emission = vectorOf(source.getEmission());
     bool changed = assign(record.analyticDiffuse, vectorOf(source.getDiffuse()));
     changed |= assign(record.analyticSpecular, vectorOf(source.getSpecular()));
     changed |= assign(record.analyticEmission, emission);
-    changed |= assign(record.analyticShininess, source.getShininess());
+    changed |= assign(record.analyticShininess, znClampRow(source.getShininess(), 1e-3, 1e6));
     changed |= assign(record.analyticTransparency, passed);
     record.transparencyColor = {passed, passed, passed};
     record.incandescenceActive = !(emission == znRTVector3f());
