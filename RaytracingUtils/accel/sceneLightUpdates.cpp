@@ -1,5 +1,6 @@
 // How lights enter a scene, follow their containers and leave.
 
+#include "accel/sceneLamps.h"
 #include "accel/sceneLights.h"
 #include "accel/znRTAccelerator.h"
 #include "host/osg/Node.h"
@@ -70,6 +71,7 @@ void znRTAccelerator::listLights()
 {
     const std::vector<znRTLight*> before(lights.begin(), lights.end());
     sceneLights->list(lights, lensFlares);
+    lamps->list(sceneLights->getAreaLights());
     if (std::equal(lights.begin(), lights.end(), before.begin(), before.end()))
         return;
     // The tree must not lead to lights that are gone.

@@ -72,6 +72,15 @@ bool znRTSceneLights::removeGeometryLight(const znRTGeometryNode* node)
            }) > 0;
 }
 
+std::vector<const znRTUAreaLight*> znRTSceneLights::getAreaLights() const
+{
+    std::vector<const znRTUAreaLight*> found;
+    for (const Entry& entry : entries)
+        if (const auto* const light = dynamic_cast<const znRTUAreaLight*>(entry.light.get()))
+            found.push_back(light);
+    return found;
+}
+
 void znRTSceneLights::list(znDynArray<znRTLight*>& lights, znDynArray<znRTLensFlare*>& flares) const
 {
     lights.size = flares.size = 0;

@@ -14,6 +14,7 @@ class znRTGeometryLight;
 class znRTGeometryNode;
 class znRTLensFlare;
 class znRTLight;
+class znRTUAreaLight;
 
 class znRTSceneLights
 {
@@ -36,6 +37,8 @@ public:
     /// @return whether the node had a light
     bool removeGeometryLight(const znRTGeometryNode* node);
 
+    /// Area lights of nodes.
+    std::vector<const znRTUAreaLight*> getAreaLights() const;
     /// Writes the lists that shading reads.
     void list(znDynArray<znRTLight*>& lights, znDynArray<znRTLensFlare*>& flares) const;
     /// @return null without

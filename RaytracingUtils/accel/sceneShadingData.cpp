@@ -1,11 +1,13 @@
 // From hits to shading data: each lane is filled by its own node.
 
+#include "accel/sceneLamps.h"
 #include "accel/znRTDynamicAccelerator.h"
 #include "core/shadingRequirements.h"
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTRayPacket.h"
 #include "geometry/znRTGeometryNode.h"
 #include "material/znRTDummyMaterial.h"
+#include "material/znRTLampMaterial.h"
 
 namespace {
 
@@ -93,8 +95,14 @@ void znRTDynamicAccelerator::getShadingData(const znRTRayDifferentialPacket& ray
             if (!((data.hit.hitMask >> lane) & 1))
                 continue;
             znRTGeometryNode* const node = getSceneNode(u32(data.hit.geometry[lane]));
-            if (!node)
+            if (!node) {
+                if (znRTMaterial* const material = getLamps().getShadingData(ray, data, lane)) {
+                    const u32 place = data.addMaterial(material, 1u << lane);
+                    data.materialRequirements[place] |= extraRequirements;
+                    data.requirements |= extraRequirements;
+                }
                 continue;
+            }
             enterNode(data, lane, *node);
             const Wanted wanted = enterMaterial(*node, 1u << lane);
             node->getShadingData(ray, data, lane, wanted.requirements, wanted.attributes);

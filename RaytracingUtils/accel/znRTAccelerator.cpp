@@ -1,5 +1,6 @@
 #include "accel/znRTAccelerator.h"
 
+#include "accel/sceneLamps.h"
 #include "accel/sceneLights.h"
 #include "geometry/znRTGeometryNode.h"
 #include "geometry/znRTMesh.h"
@@ -48,7 +49,7 @@ void makeHomogeneous(osg::Surface& surface)
 } // namespace
 
 znRTAccelerator::znRTAccelerator()
-    : sceneLights(std::make_unique<znRTSceneLights>()),
+    : sceneLights(std::make_unique<znRTSceneLights>()), lamps(std::make_unique<znRTSceneLamps>()),
       lightHierarchy(std::make_unique<znRTLightBVH>())
 {
 }
@@ -66,6 +67,7 @@ void znRTAccelerator::clear()
     geometryNodes.clear();
     sceneNodes.clear();
     releaseMaterials();
+    lamps->clear();
     sceneLights->clear();
     headlightId = 0;
     lights.clear();

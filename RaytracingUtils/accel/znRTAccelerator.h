@@ -38,6 +38,7 @@ class znRTParticipatingMedia;
 class znRTRayDifferentialPacket;
 class znRTRayPacket;
 class znRTRayPacketBundle;
+class znRTSceneLamps;
 class znRTSceneLights;
 
 namespace osg {
@@ -185,6 +186,8 @@ public:
 
     /// Lights of nodes in the order in which they came, then meshes that emit.
     const znDynArray<znRTLight*>& getLights() const { return lights; }
+    /// Area lights as rays see them.
+    const znRTSceneLamps& getLamps() const { return *lamps; }
     /// The light that goes with the camera; null without.
     znRTLight* getHeadlight() const;
     const znDynArray<znRTLight*>& getRayLights() const { return rayLights; }
@@ -246,6 +249,7 @@ protected:
     bool objectsChanged = false;
 
     std::unique_ptr<znRTSceneLights> sceneLights; ///< owner of the lights in the list
+    std::unique_ptr<znRTSceneLamps> lamps;        ///< those of the lights that rays see
     u64 headlightId = 0;                          ///< node of the headlight, 0 without
     znDynArray<znRTLight*> lights, rayLights, rayGeometryLights;
     using EnvironmentLights = std::vector<std::unique_ptr<znRTInfiniteAreaLight>>;

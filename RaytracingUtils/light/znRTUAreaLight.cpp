@@ -128,15 +128,24 @@ znFloatType<2> znRTUAreaLight::getPDF(const znRTVector3fPacket& position, const 
     return shape->getPdf(position, lightPoint, lightNormal, areaPdf, mask);
 }
 
+znRTColorPacket znRTUAreaLight::getSeenIntensity(const znRTVector3fPacket& direction,
+                                                 const znRTVector3fPacket& lightPoint,
+                                                 const znRTVector2fPacket& uv,
+                                                 const znFloatType<2>& mask) const
+{
+    znRTColorPacket value = evaluateTexture(lightPoint, uv, mask);
+    if (usesCone)
+        value *= getConeFactor(-direction);
+    return value & mask;
+}
+
 znRTColorPacket znRTUAreaLight::getIntensity(const znRTVector3fPacket& position,
                                              const znRTVector3fPacket& direction,
                                              const znRTVector3fPacket& lightPoint,
                                              const znRTVector2fPacket& uv,
                                              const znFloatType<2>& mask) const
 {
-    znRTColorPacket value = evaluateTexture(lightPoint, uv, mask);
-    if (usesCone)
-        value *= getConeFactor(-direction);
+    znRTColorPacket value = getSeenIntensity(direction, lightPoint, uv, mask);
     // The density of a physical light holds the falloff already.
     if (lightKind != physicalKind)
         value *= reciprocalOrZero(attenuation.denominator((lightPoint - position).getLength()));

@@ -74,6 +74,15 @@ public:
     virtual znRTColorPacket evaluateTexture(const znRTVector3fPacket& lightPoint,
                                             const znRTVector2fPacket& uv,
                                             const znFloatType<2>& mask) const;
+    /// What rays see that meet the light: its texture and cone, to be multiplied with one of its
+    /// colours, which is a radiance here whatever the falloff.
+    /// @param direction   unit, toward the light
+    /// @param lightPoint  where the rays meet it
+    /// @param uv          coordinates as the shape gave them
+    virtual znRTColorPacket getSeenIntensity(const znRTVector3fPacket& direction,
+                                             const znRTVector3fPacket& lightPoint,
+                                             const znRTVector2fPacket& uv,
+                                             const znFloatType<2>& mask) const;
     /// Share of light that a limited cone lets through.
     /// @param direction  away from the light
     virtual znFloatType<2> getConeFactor(const znRTVector3fPacket& direction) const;

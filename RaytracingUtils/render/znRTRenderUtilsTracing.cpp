@@ -1,5 +1,6 @@
 // Trace operations: they forward to the current scene, with the word whether clipping counts.
 
+#include "accel/sceneLamps.h"
 #include "accel/znRTAccelerator.h"
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTFloatControl.h"
@@ -38,6 +39,10 @@ void znRTRenderUtils::getIntersection(const znRTRayPacketBundle& rays, const znF
         for (unsigned i = 0; i < rays.count; ++i)
             s_currentAccelerator->intersect(rays.rays[i], tMin[i], tMax[i], hits.hits[i],
                                             laneMasks[i], clipping);
+    const znRTSceneLamps& lamps = s_currentAccelerator->getLamps();
+    if (!lamps.isEmpty())
+        for (unsigned i = 0; i < rays.count; ++i)
+            lamps.intersect(rays.rays[i], tMin[i], hits.hits[i], laneMasks[i]);
     if (znRTRayObserver::s_current)
         observeBundle(rays, tMin, tMax, hits, laneMasks);
 }
@@ -49,6 +54,7 @@ void znRTRenderUtils::getIntersection(const znRTRayPacket& ray, const znFloatTyp
         return;
     s_currentAccelerator->intersect(ray, tMin, tMax, hit, mask,
                                     s_currentAccelerator->hasClippingShapes());
+    s_currentAccelerator->getLamps().intersect(ray, tMin, hit, mask);
     if (znRTRayObserver::s_current)
         observeRays(znRTObservedRay::nearest, ray, tMin, tMax, hit, mask);
 }

@@ -94,6 +94,21 @@ TEST(ReferencePictures, AgreeInAMirror)
     expectAgreement(scene, 0, 32, 20);
 }
 
+// Two lamps above the floor, one half behind the ball, one seen through a pane.
+TEST(ReferencePictures, AgreeWithLampsInSight)
+{
+    Scene scene = ballOnFloor();
+    scene.rectangles.push_back({{0.6, 1.0, 1.9}, 0.8, 0.6, Color{2.0, 1.5, 1.0}});
+    scene.rectangles.push_back({{-1.6, 0.2, 1.6}, 0.5, 0.5, Color{1.0, 1.5, 2.0}});
+    const int pane = scene.add({.diffuse = {0.1, 0.2, 0.1}, .passes = {0.7, 0.5, 0.3}});
+    scene.parallelograms.push_back({{-1.7, -1.0, 0.2}, {0.9, 0.3, 0.0}, {0.0, 0.2, 1.5}, pane});
+    scene.sky.width = 4;
+    scene.sky.height = 2;
+    scene.sky.texels.assign(8, Color{0.3, 0.3, 0.3});
+    scene.view = {{0.0, -4.0, 0.6}, {0.0, 0.0, 1.1}, 50.0};
+    expectAgreement(scene, 0, 64, 40);
+}
+
 // Light that comes by two other surfaces, between walls of two colours.
 TEST(ReferencePictures, AgreeInAClosedRoom)
 {

@@ -120,6 +120,8 @@ private:
     Color follow(const Ray& ray, int left, bool seesLight, int straight, Numbers& random) const
     {
         const Hit hit = intersect(ray);
+        if (const RectangleLamp* const lamp = seesLight ? lampBefore(ray, hit.t) : nullptr)
+            return lamp->radiance;
         if (hit.finish < 0)
             return seesLight ? skyWithSun(ray.direction) : Color{};
         if (straight > straightLimit)
@@ -329,6 +331,23 @@ private:
         if (hit.normal.dot(ray.direction) > 0.0)
             hit.normal = -hit.normal;
         return hit;
+    }
+
+    /// The nearest lamp whose shining side a ray meets before a distance; null without.
+    const RectangleLamp* lampBefore(const Ray& ray, double distance) const
+    {
+        const RectangleLamp* nearest = nullptr;
+        for (const RectangleLamp& lamp : scene.rectangles) {
+            const Vector way = lamp.center - ray.origin;
+            const double t = ray.direction.z > 0.0 ? way.z / ray.direction.z : -1.0;
+            const Vector inside = ray.direction * t - way;
+            if (t > 0.0 && t < distance && std::abs(inside.x) <= lamp.halfX &&
+                std::abs(inside.y) <= lamp.halfY) {
+                nearest = &lamp;
+                distance = t;
+            }
+        }
+        return nearest;
     }
 
     static void intersect(const Ray& ray, const Parallelogram& p, Hit& hit)

@@ -79,7 +79,7 @@ struct Sun
     Color color;
 };
 
-/// Shines down from z = center.z on one side; not seen itself.
+/// Shines down from z = center.z on one side, where it is seen; nothing is in its shadow.
 struct RectangleLamp
 {
     Vector center;
