@@ -18,6 +18,7 @@ void znRTDataBlockPacket::reset(const znFloatType<2>& distance)
     bakedIrradiance = znRTColorPacket(0.0f);
     bakedColor = znRTColorPacket(0.0f);
     coverage = znFloatType<2>(0.0f);
+    volumeEntry = znFloatType<2>(0.0f);
     hasNodeTransforms = 0;
     clearMaterials();
 }

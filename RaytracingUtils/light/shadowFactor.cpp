@@ -80,6 +80,8 @@ znRTColorPacket transmittance(const znRTRayDifferentialPacket& shadow, const znF
         if (!anyLane(active))
             break;
         block.hit.hitMask = unsigned(moveMask(active));
+        // Bodies that absorb have been entered at the surface before, or hold the origin.
+        block.volumeEntry = tMin;
         znRTShadingState paneState(state, 0, state.counterB + (turn + 1) * decisionsPerDepth,
                                    state.counterC, state.counterD);
         passed.maskedMultiplyNoAlpha(transparencyOf(shadow, block, active, paneState), active);

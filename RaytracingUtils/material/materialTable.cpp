@@ -6,6 +6,7 @@
 #include "material/znRTChromeMaterial.h"
 #include "material/znRTChunkMaterial.h"
 #include "material/znRTDummyMaterial.h"
+#include "material/znRTGlassMaterial.h"
 #include "material/znRTLightMaterial.h"
 #include "material/znRTPhongMaterial.h"
 #include "material/znRTPlainMaterial.h"
@@ -56,8 +57,6 @@ template <>
 constexpr const char* lookOf<znRTCoatedStandIn> = "look like coated plastic";
 template <>
 constexpr const char* lookOf<znRTMetalStandIn> = "look like chrome";
-template <>
-constexpr const char* lookOf<znRTPaneStandIn> = "are clear panes that do not refract";
 
 /// A kind that another class stands in for.
 template <class Host, class Substitute>
@@ -71,7 +70,6 @@ using Dummy = znRTDummyMaterial;
 using Matte = znRTMatteStandIn;
 using Coated = znRTCoatedStandIn;
 using Metal = znRTMetalStandIn;
-using Pane = znRTPaneStandIn;
 
 // The first row wins whose type is the container's own or one of its ancestors: keep a derived
 // type above its base, and the fallback last.
@@ -94,7 +92,7 @@ const MaterialRow materialTable[] = {
     substituted<osg::UBrushedMetalMaterial, Metal>("znRTBrushedMetalMaterial"),
     substituted<osg::UCarbonMaterial, Coated>("znRTCarbonMaterial"),
     substituted<osg::UCarbonMaterial2D, Coated>("znRTCarbonMaterial2D"),
-    substituted<osg::UGlassMaterial, Pane>("znRTGlassMaterial"),
+    row<osg::UGlassMaterial, znRTGlassMaterial>(),
     substituted<osg::UTireMaterial, Coated>("znRTTireMaterial"),
     substituted<osg::USVBRDFMaterial, Coated>("znRTSVBRDFMaterial"),
     row<osg::USubstanceMaterial, znRTSubstanceMaterial>(),

@@ -23,6 +23,12 @@ znRTVector3fPacket mirrorAboveSurface(const znRTVector3fPacket& d, const znRTVec
 znRTVector3fPacket normalOfMirror(const znRTVector3fPacket& d, const znRTVector3fPacket& mirrored,
                                   const znRTVector3fPacket& normal);
 
+/// Neighbouring rays after the mirror (H. Igehy, "Tracing Ray Differentials", SIGGRAPH 1999,
+/// eq. 15 to 17). Without derivatives of the normal the mirror counts as flat.
+/// @param rays  mirrored; without differentials where the hit has no footprint
+void mirrorDifferentials(const znRTLitHit& hit, const znRTVector3fPacket& normal,
+                         znRTRayDifferentialPacket& rays);
+
 /// Light from the mirror direction, without the colour of the mirror; alpha 0.
 /// @param mirror  the lobe; its colour and frame tell how much of the light can matter
 /// @param share   of the lanes that the surface is seen in, 1 opaque

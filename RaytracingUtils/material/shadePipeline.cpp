@@ -36,24 +36,44 @@ constexpr Update updateOf[16] = {nullptr,
                                  nullptr,
                                  &znRTFragment::updateDGST};
 
-struct Light
+/// Light of each side in the lanes that show it, with the weight of the choice.
+void gatherSides(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTHitSurface& hit,
+                 znRTLobeLight& light)
 {
-    Light()
-    {
-        for (znRTColorPacket* term : {ibl, direct, indirect})
-            for (int lobe = 0; lobe < lobeTerms; ++lobe)
-                term[lobe] = znRTColorPacket(0.0f);
+    const znRTSideChoice sides = chooseSides(hit, lit.mask, lit.state);
+    if (anyLane(sides.front)) {
+        gatherLight(
+            {lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, sides.front, material, lit.state},
+            material, hit, light);
+        light.scale(surfaceDiffuse, sides.frontWeight);
+        light.scale(surfaceGlossy, sides.frontWeight);
     }
-    void scale(int lobe, const znFloatType<2>& factor)
-    {
-        for (znRTColorPacket* term : {ibl, direct, indirect})
-            term[lobe] *= factor;
+    if (anyLane(sides.back)) {
+        evaluateBackSideIllumination(
+            {lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, sides.back, material, lit.state},
+            material, hit, light.direct[surfaceTranslucent], light.ibl[surfaceTranslucent],
+            light.indirect[surfaceTranslucent]);
+        light.scale(surfaceTranslucent, sides.backWeight);
     }
-    znRTColorPacket ibl[lobeTerms], direct[lobeTerms], indirect[lobeTerms];
-};
+}
 
-void gather(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTHitSurface& hit,
-            Light& light)
+} // namespace
+
+znRTLobeLight::znRTLobeLight()
+{
+    for (znRTColorPacket* term : {ibl, direct, indirect})
+        for (int lobe = 0; lobe < lobeTerms; ++lobe)
+            term[lobe] = znRTColorPacket(0.0f);
+}
+
+void znRTLobeLight::scale(int lobe, const znFloatType<2>& factor)
+{
+    for (znRTColorPacket* term : {ibl, direct, indirect})
+        term[lobe] *= factor;
+}
+
+void gatherLight(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTHitSurface& hit,
+                 znRTLobeLight& light)
 {
     const znRTMaterialState& quality = material.getState();
     if (quality.usesDirectLights)
@@ -76,27 +96,6 @@ void gather(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTH
     }
 }
 
-/// Light of each side in the lanes that show it, with the weight of the choice.
-void gatherSides(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTHitSurface& hit,
-                 Light& light)
-{
-    const znRTSideChoice sides = chooseSides(hit, lit.mask, lit.state);
-    if (anyLane(sides.front)) {
-        gather({lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, sides.front, material, lit.state},
-               material, hit, light);
-        light.scale(surfaceDiffuse, sides.frontWeight);
-        light.scale(surfaceGlossy, sides.frontWeight);
-    }
-    if (anyLane(sides.back)) {
-        evaluateBackSideIllumination(
-            {lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, sides.back, material, lit.state},
-            material, hit, light.direct[surfaceTranslucent], light.ibl[surfaceTranslucent],
-            light.indirect[surfaceTranslucent]);
-        light.scale(surfaceTranslucent, sides.backWeight);
-    }
-}
-
-/// What the surface emits, for the rays that see it.
 znRTColorPacket emissionOf(const znRTBRDFMaterial& material, const znRTRayPacket& ray,
                            const znRTDataBlockPacket& data, const znRTHitSurface& hit,
                            const znFloatType<2>& lanes)
@@ -111,8 +110,6 @@ znRTColorPacket emissionOf(const znRTBRDFMaterial& material, const znRTRayPacket
     return emission & sees;
 }
 
-} // namespace
-
 znRTColorPacket environmentShare(const znRTLitHit& hit, const znRTBRDFMaterial& material)
 {
     return material.getState().traceEnvironmentShadows ? evaluateOcclusion(hit)
@@ -124,12 +121,12 @@ void shadeLobes(const znRTBRDFMaterial& material, unsigned terms,
                 znRTHitSurface& hit, const znRTAlphaSplit& split, znRTFragment& fragment,
                 const znFloatType<2>& mask, znRTShadingState& state)
 {
-    Light light;
+    znRTLobeLight light;
     const znRTLitHit lit{ray, data, hit.dg, hit.lobes, hit.wo, split.shaded, material, state};
     if (hit.backLobes.count > 0)
         gatherSides(lit, material, hit, light);
     else
-        gather(lit, material, hit, light);
+        gatherLight(lit, material, hit, light);
     for (const znRTLobeSet::Entry& entry : hit.lobes)
         if (entry.lobe->isSelected(lobeType::specular))
             light.indirect[surfaceSpecular] = evaluateMirror(lit, entry, split.surfaceAlpha);

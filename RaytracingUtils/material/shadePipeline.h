@@ -86,6 +86,22 @@ private:
     bool isShifted;
 };
 
+/// Light on the lobes of four hits, by where it comes from and by lobe (znRTSurfaceTerm).
+struct znRTLobeLight
+{
+    znRTLobeLight();
+    void scale(int lobe, const znFloatType<2>& factor);
+
+    znRTColorPacket ibl[4], direct[4], indirect[4];
+};
+
+/// Adds the light on diffuse and glossy lobes.
+void gatherLight(const znRTLitHit& lit, const znRTBRDFMaterial& material, const znRTHitSurface& hit,
+                 znRTLobeLight& light);
+/// What the surface emits, for the rays that see it.
+znRTColorPacket emissionOf(const znRTBRDFMaterial& material, const znRTRayPacket& ray,
+                           const znRTDataBlockPacket& data, const znRTHitSurface& hit,
+                           const znFloatType<2>& lanes);
 /// Share of the environment that reaches a hit, per channel: traced, or from the vertices.
 znRTColorPacket environmentShare(const znRTLitHit& hit, const znRTBRDFMaterial& material);
 /// Steps that follow lobes and colours: light, and the fragment's update operation.
@@ -103,25 +119,38 @@ void showBehind(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
 void enterLobes(const znRTHitSurface& hit, const znRTBRDF& passThrough,
                 znRTSurfaceProperties& surface, const znFloatType<2>& mask, int group);
 
+/// The steps of a shade before any light. Where nothing of the surface is seen, the fragment has
+/// its result.
+/// @return whether there is something to light
+template <class Class>
+bool prepareHit(const Class& material, const znRTRayDifferentialPacket& ray,
+                znRTDataBlockPacket& data, typename Class::Hit& hit, znRTAlphaSplit& split,
+                znRTFragment& fragment, const znFloatType<2>& mask, znRTShadingState& state)
+{
+    {
+        const znRTShiftedCoordinates shifted(material, ray, data, hit, mask);
+        material.fetchParameters(ray, data, mask, hit);
+    }
+    split = material.handleTransparency(ray, hit.alpha, mask, state);
+    if (!anyLane(split.shaded)) {
+        showBehind(ray, data, hit, fragment, mask, state);
+        return false;
+    }
+    material.bendNormal(ray, data, hit, mask);
+    material.buildFrame(hit);
+    material.addLobes(hit, split.shaded);
+    return true;
+}
+
 template <class Class>
 void shadeByPipeline(const Class& material, const znRTRayDifferentialPacket& ray,
                      znRTDataBlockPacket& data, znRTFragment& fragment, const znFloatType<2>& mask,
                      znRTShadingState& state)
 {
     typename Class::Hit hit(ray, data);
-    {
-        const znRTShiftedCoordinates shifted(material, ray, data, hit, mask);
-        material.fetchParameters(ray, data, mask, hit);
-    }
-    const znRTAlphaSplit split = material.handleTransparency(ray, hit.alpha, mask, state);
-    if (!anyLane(split.shaded)) {
-        showBehind(ray, data, hit, fragment, mask, state);
-        return;
-    }
-    material.bendNormal(ray, data, hit, mask);
-    material.buildFrame(hit);
-    material.addLobes(hit, split.shaded);
-    shadeLobes(material, Class::terms, ray, data, hit, split, fragment, mask, state);
+    znRTAlphaSplit split;
+    if (prepareHit(material, ray, data, hit, split, fragment, mask, state))
+        shadeLobes(material, Class::terms, ray, data, hit, split, fragment, mask, state);
 }
 
 template <class Class>

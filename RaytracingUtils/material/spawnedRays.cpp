@@ -37,13 +37,16 @@ znRTRayDifferentialPacket spawnRays(const znRTRayPacket& parent, const znRTDataB
 }
 
 znRTColorPacket shadeAlong(const znRTRayDifferentialPacket& rays, const znFloatType<2>& mask,
-                           const znRTShadingState& state, znFloatType<2>& missed)
+                           const znRTShadingState& state, znFloatType<2>& missed,
+                           znFloatType<2>* distance)
 {
     const znFloatType<2> end(unlimited);
     znRTDataBlockPacket block(end);
     znRTRenderUtils::getIntersection(rays, znFloatType<2>(0.0f), end, block.hit, moveMask(mask));
     const znFloatType<2> hasHit = mask & expandLanes(int(block.hit.hitMask));
     missed = andNot(hasHit, mask);
+    if (distance)
+        *distance = block.hit.t;
     return anyLane(hasHit) ? shadeHits(rays, block, hasHit, state) : znRTColorPacket(0.0f);
 }
 

@@ -32,7 +32,9 @@ znRTColorPacket shadeHits(const znRTRayDifferentialPacket& rays, znRTDataBlockPa
 /// Traces rays and lets the materials that they hit shade.
 /// @param state   of the rays, one ray deeper than their parents
 /// @param missed  out: lanes of mask that hit nothing
+/// @param distance  out, if asked for: to the hits; undefined in lanes that hit nothing
 /// @return light along the rays, what lies behind transparent surfaces included; alpha is the
 ///         opacity of what was hit; 0 in other lanes
 znRTColorPacket shadeAlong(const znRTRayDifferentialPacket& rays, const znFloatType<2>& mask,
-                           const znRTShadingState& state, znFloatType<2>& missed);
+                           const znRTShadingState& state, znFloatType<2>& missed,
+                           znFloatType<2>* distance = nullptr);

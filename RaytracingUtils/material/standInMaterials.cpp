@@ -1,8 +1,5 @@
 #include "material/standInMaterials.h"
 
-#include "brdf/lobeMath.h"
-#include "core/znRTDataBlockPacket.h"
-#include "core/znRTRayPacket.h"
 #include "host/osg/Materials.h"
 
 #include <algorithm>
@@ -10,7 +7,6 @@
 const znRTTypeId znRTMatteStandIn::id("znRTMatteStandIn");
 const znRTTypeId znRTCoatedStandIn::id("znRTCoatedStandIn");
 const znRTTypeId znRTMetalStandIn::id("znRTMetalStandIn");
-const znRTTypeId znRTPaneStandIn::id("znRTPaneStandIn");
 
 namespace {
 
@@ -161,84 +157,4 @@ void znRTMetalStandIn::update()
                   record.reflectionActive, record.reflectionAttributes);
         readMetal(record, sharpestExponent);
     }
-}
-
-znRTPaneStandIn::znRTPaneStandIn(const osg::MaterialPtr& material)
-    : znRTReflectivePlasticMaterial(id, material)
-{
-    znRTPaneStandIn::update();
-}
-
-void znRTPaneStandIn::update()
-{
-    const auto host = osg::FCPtr<osg::UGlassMaterial>::dcast(hostMaterial);
-    if (!host)
-        return;
-    auto& record = host->getRaytracingAttributes();
-    const bool isStale = setRaytracingCommonSettings(record, true);
-    record.transparent = true;
-    if (!isStale)
-        return;
-    readShared(record);
-    coat.color.set(record.reflection, record.reflectionSpectrum, record.reflectionSampler,
-                   record.reflectionActive, record.reflectionAttributes);
-    transmission.set(record.transmission, record.transmissionSpectrum, record.transmissionSampler,
-                     record.transmissionActive, record.transmissionAttributes);
-    const float root = (record.indexB - record.indexA) / (record.indexB + record.indexA);
-    f0 = root * root;
-    setupLobes(znRTBSDFAttributes());
-    addMirrorRequirements(record.usesVertexTangents);
-    coat.color.getTexture().addRequirements(materialState);
-    transmission.getTexture().addRequirements(materialState);
-    transmission.getTexture().addShadowRequirements(materialState);
-}
-
-znRTColorPacket znRTPaneStandIn::passing(const znRTRayDifferentialPacket& ray,
-                                         const znRTDataBlockPacket& data) const
-{
-    const znFloatType<2> cosine = clamp01(absolute(dot(ray.direction, data.shadingNormal())));
-    const znFloatType<2> mirrored = lobeMath::schlick(f0, lobeMath::schlickRise(cosine));
-    znRTColorPacket color =
-        transmission.fetch(data, znFloatType<2>::allLanes()) * (znFloatType<2>(1.0f) - mirrored);
-    color.a = mirrored;
-    return color;
-}
-
-void znRTPaneStandIn::fetchParameters(const znRTRayDifferentialPacket& ray,
-                                      const znRTDataBlockPacket& data, const znFloatType<2>& mask,
-                                      Hit& hit) const
-{
-    hit.specular = coat.color.fetch(data, mask);
-    hit.emission = evaluateEmissionColor(data, mask);
-    hit.transparency = passing(ray, data);
-    hit.alpha = hit.transparency.a;
-}
-
-void znRTPaneStandIn::addLobes(Hit& hit, const znFloatType<2>& lanes) const
-{
-    hit.lobes.add(mirror, hit.onb, hit.specular, lanes);
-}
-
-znRTColorPacket znRTPaneStandIn::getTransparency(const znRTRayDifferentialPacket& ray,
-                                                 znRTDataBlockPacket& data,
-                                                 const znFloatType<2>& mask,
-                                                 znRTShadingState&) const
-{
-    znRTColorPacket passed = passing(ray, data) & mask;
-    passed.a = 1.0f;
-    return passed;
-}
-
-void znRTPaneStandIn::shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-                            znRTFragment& fragment, const znFloatType<2>& mask,
-                            znRTShadingState& state) const
-{
-    shadeByPipeline(*this, ray, data, fragment, mask, state);
-}
-
-void znRTPaneStandIn::evaluateMaterial(znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
-                                       znRTSurfaceProperties& surface, const znFloatType<2>& mask,
-                                       znRTShadingState&, int group, EvaluationType type) const
-{
-    evaluateByPipeline(*this, ray, data, surface, mask, group, type);
 }

@@ -260,6 +260,8 @@ LitScene makeGlossyScene(const Mesh& mesh, io::ImageData environment)
     scene.root->addChild(makeNode(makeGround(), makeMatt(0.4f, 0.4f, 0.4f)));
     const auto glass = osg::UGlassMaterial::create();
     glass->setIor(1.5f);
+    // Light through the glass bends: a shadow ray, which goes straight on, is no path of it.
+    glass->setColouredShadow(false);
     scene.root->addChild(makeNode(makeBall(0.4f, 0.6f, 0.4f, 0.1f), glass));
 
     const auto surround = surroundings::makeImageEnvironment(std::move(environment), "environment");

@@ -118,27 +118,6 @@ TEST_F(CoatedMaterials, ShadeTriplanarKindsAsPlastics)
         EXPECT_EQ(first[channel][0], second[channel][0]);
 }
 
-// A pane of index 1.5 mirrors ((1.5 - 1) / 2.5)^2 = 0.04 and passes 0.96 of its colour.
-TEST_F(CoatedMaterials, LetGlassPassWhatItDoesNotMirror)
-{
-    const auto glass = osg::UGlassMaterial::create();
-    glass->setTransmission(color(1.0f, 0.5f, 0.0f));
-    znRTMaterial& shading = addSquare(glass);
-    EXPECT_TRUE(shading.isTransparent());
-    EXPECT_TRUE(shading.isOfType(znRTPaneStandIn::id));
-    setBackground(2.0f);
-    const znRTColorPacket seen = shade().color;
-    EXPECT_NEAR(seen.r[0], 2.0f, 1e-4f);
-    EXPECT_NEAR(seen.g[0], 2.0f * (0.04f + 0.48f), 1e-4f);
-    EXPECT_NEAR(seen.b[0], 2.0f * 0.04f, 1e-4f);
-    znRTRayDifferentialPacket ray = downward(0.2f, 0.1f);
-    znRTDataBlockPacket data = blockOf(ray);
-    znRTShadingState state = stateOf(0);
-    const znRTColorPacket passed =
-        shading.getTransparency(ray, data, znFloatType<2>::allLanes(), state);
-    EXPECT_LANES_NEAR(passed.g, 0.48f, 0.48f, 0.48f, 0.48f, 1e-5f);
-}
-
 // Each stand-in shows the colours of its own record: red, never the grey of a default.
 TEST_F(CoatedMaterials, StandInWithTheColorsOfTheRecord)
 {

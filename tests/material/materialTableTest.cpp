@@ -5,6 +5,7 @@
 #include "material/standInMaterials.h"
 #include "material/znRTChunkMaterial.h"
 #include "material/znRTDummyMaterial.h"
+#include "material/znRTGlassMaterial.h"
 #include "material/znRTLightMaterial.h"
 #include "material/znRTPhongMaterial.h"
 #include "material/znRTPlainMaterial.h"
@@ -47,6 +48,7 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                         {"UTriplanarMaterial", znRTTriplanarMaterial::id},
                         {"UReflectiveTriplanarMaterial", znRTReflectiveTriplanarMaterial::id},
                         {"UChromeMaterial", znRTChromeMaterial::id},
+                        {"UGlassMaterial", znRTGlassMaterial::id},
                         {"ULightMaterial", znRTLightMaterial::id},
                         {"USphereEnvironmentMaterial", znRTSphereEnvironmentMaterial::id},
                         {"USubstanceMaterial", znRTSubstanceMaterial::id},
@@ -72,7 +74,6 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                             {"UBrushedMetalMaterial", znRTMetalStandIn::id},
                             {"UCarbonMaterial", znRTCoatedStandIn::id},
                             {"UCarbonMaterial2D", znRTCoatedStandIn::id},
-                            {"UGlassMaterial", znRTPaneStandIn::id},
                             {"UTireMaterial", znRTCoatedStandIn::id},
                             {"USVBRDFMaterial", znRTCoatedStandIn::id},
                             {"ULineChromeMaterial", znRTMetalStandIn::id},
