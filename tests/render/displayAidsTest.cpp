@@ -278,6 +278,41 @@ TEST_F(OcclusionDisplay, LooksNoFurtherThanTheRange)
     znRTRenderUtils::setRange(0.0f, 1e6f);
 }
 
+// A pane over everything dims the hemisphere to its own share; what lies behind the pane still
+// occludes, so that a lid above it makes it black whatever the pane lets through.
+TEST_F(OcclusionDisplay, LooksThroughTransparentSurfacesToWhatIsBehindThem)
+{
+    const float far = 1000.0f;
+    const auto above = [&](float height) {
+        return makeMesh(
+            {{-far, -far, height}, {far, -far, height}, {far, far, height}, {-far, far, height}},
+            {0, 1, 2, 0, 2, 3});
+    };
+    // The rays start below the panes.
+    znRTRayDifferentialPacket ray(
+        znRTRayPacket({znFloatType<2>(0.3f), znFloatType<2>(0.1f), znFloatType<2>(0.05f)},
+                      znRTVector3fPacket(0.0f, 0.0f, -1.0f)));
+    ray.pixelX = ray.pixelY = znIntType<2>(0);
+    znRTRenderUtils::setRange(0.0f, 500.0f);
+    ScriptedMaterial pane, lid;
+    pane.passed = {1.0f, 0.5f, 0.25f, 1.0f};
+    add(makeSquare(), material);
+    add(above(0.1f), pane);
+    scene.build();
+    integrate<znRTAORenderingIntegrator>(ray);
+    // Rays that run nearly along the pane leave the range before they reach it: none of these.
+    EXPECT_LANES_NEAR(fragment.colour.r, 1.0f, 1.0f, 1.0f, 1.0f, 1e-6f);
+    EXPECT_LANES_NEAR(fragment.colour.g, 0.5f, 0.5f, 0.5f, 0.5f, 1e-6f);
+    EXPECT_LANES_NEAR(fragment.colour.b, 0.25f, 0.25f, 0.25f, 0.25f, 1e-6f);
+
+    add(above(0.2f), lid);
+    scene.build();
+    integrate<znRTAORenderingIntegrator>(ray);
+    znRTRenderUtils::setRange(0.0f, 1e6f);
+    EXPECT_LANES_EQ(fragment.colour.r, 0.0f, 0.0f, 0.0f, 0.0f);
+    EXPECT_LANES_EQ(fragment.colour.g, 0.0f, 0.0f, 0.0f, 0.0f);
+}
+
 TEST_F(DebugDisplay, GivesObjectsHuesAndTrianglesBrightnesses)
 {
     add(makeSquare(), material);

@@ -13,6 +13,7 @@
 #include "support/meshScene.h"
 
 #include <functional>
+#include <optional>
 
 inline const znRTTypeId scriptedTypeId("ScriptedMaterial");
 
@@ -26,6 +27,14 @@ public:
     }
     znRTMaterial* getDuplicate() const override { return new ScriptedMaterial(color); }
     bool isEnvironment() const override { return environment; }
+    bool isTransparent() const override { return passed.has_value(); }
+    znRTColorPacket getTransparency(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                    const znFloatType<2>& mask,
+                                    znRTShadingState& state) const override
+    {
+        return passed ? znRTColorPacket(*passed)
+                      : znRTMaterial::getTransparency(ray, data, mask, state);
+    }
     using znRTMaterial::shade;
     void shade(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                znRTFragment& fragment, const znFloatType<2>& mask,
@@ -51,6 +60,7 @@ public:
 
     znRTColor color, analyticColor;
     bool environment = false;
+    std::optional<znRTColor> passed; ///< what shadow rays keep behind the surface
     std::function<void(const znRTRayDifferentialPacket&, znRTDataBlockPacket&, znRTFragment&,
                        const znFloatType<2>&, znRTShadingState&)>
         script;

@@ -6,6 +6,7 @@
 #include "core/surfaceOffset.h"
 #include "gi/randomDecisions.h"
 #include "host/znRTRaytracingSettings.h"
+#include "light/znRTLight.h"
 #include "render/createTask.h"
 #include "render/integratorTasks.h"
 #include "render/integrators/primaryHits.h"
@@ -36,39 +37,26 @@ znRTVector3fPacket cosineDirection(const znRTVector2fPacket& sample)
     return {radius * cosine, radius * sine, squareRoot(znFloatType<2>(1.0f) - sample.x)};
 }
 
-/// Occlusion rays of the eyes that the hits belong to.
-znIntType<2> occlusionType(const znRTRayPacket& ray)
-{
-    const auto type = [&](int lane) {
-        return int(rayType::child(u32(ray.type[lane]), rayType::environmentShadow));
-    };
-    return {type(0), type(1), type(2), type(3)};
-}
-
-/// Share of the rays that meet nothing, per lane.
-znFloatType<2> openShare(const znRTRayPacket& ray, const znRTDataBlockPacket& block,
+/// Share of the rays that reach what surrounds the scene, per lane and colour: transparent surfaces
+/// dim them as they dim light.
+znRTColorPacket openShare(const znRTRayPacket& ray, const znRTDataBlockPacket& block,
                          const znRTPrimaryHits& hits)
 {
     znRTONB frame;
     frame.set(block.shadingNormal());
     const znRTVector3fPacket origin =
         block.position() + block.geometricNormal() * surfaceOffset(block.position(), block.hit.t);
-    const znIntType<2> type = occlusionType(ray);
     const znFloatType<2> tMin(znRTRenderUtils::s_minDistance), tMax(occlusionReach());
     const int rays = raysPerHit(), lanes = moveMask(hits.live);
-    znFloatType<2> open(0.0f);
+    znRTColorPacket open(0.0f);
     for (int i = 0; i < rays; ++i) {
         const znRTVector2fPacket sample =
             drawPair(hits.state, RandomDecision::environment, rays, i, lanes);
-        const znRTRayPacket probe(origin, frame.toWorld(cosineDirection(sample)), ray.pixelX,
-                                  ray.pixelY, ray.weight, type);
-        znRTHitInfoPacket hit;
-        hit.reset(tMax);
-        znRTRenderUtils::getShadowIntersection(probe, tMin, tMax, hit, lanes);
-        const znFloatType<2> isBlocked = expandLanes(int(hit.hitMask & ~hit.hitFlags));
-        open += andNot(isBlocked, znFloatType<2>(1.0f));
+        open += znRTLight::getShadowFactor(
+            ray, origin, frame.toWorld(cosineDirection(sample)), tMin, tMax,
+            znIntType<2>(int(rayType::environmentShadow)), hits.live, 1.0f, hits.state);
     }
-    return open * (1.0f / float(rays));
+    return open * znFloatType<2>(1.0f / float(rays));
 }
 
 } // namespace
@@ -79,7 +67,7 @@ void znRTAORenderingIntegrator<G>::integrate(G& fragment, const znRTCamera* came
                                              znRTDataBlockPacket& block, u32 sampleOffset)
 {
     integrateHits(fragment, *camera, ray, block, sampleOffset, {}, [&](znRTPrimaryHits& hits) {
-        showColor(fragment, znRTColorPacket(openShare(ray, block, hits)), ray, block, hits);
+        showColor(fragment, openShare(ray, block, hits), ray, block, hits);
     });
 }
 

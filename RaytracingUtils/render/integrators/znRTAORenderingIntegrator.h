@@ -2,7 +2,7 @@
 
 // Ambient occlusion: the share of the hemisphere over a surface, weighted by the cosine, in which
 // nothing lies within the range of occlusion (znRTRenderUtils::setRange). White is open. Surfaces
-// whose material lets light through do not occlude.
+// whose material lets light through dim what is behind them by what they keep.
 
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTRayPacket.h"
