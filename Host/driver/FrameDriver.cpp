@@ -50,6 +50,15 @@ io::ImageData toImage(const std::vector<ZN_RGBA32F>& pixels, const znRaytracerP&
     return image;
 }
 
+/// Number of the frame's first sample among those of the picture: of pictures that several runs
+/// share, each looks at places of its own.
+u32 firstSample()
+{
+    using Settings = znRTRaytracingSettings;
+    const int s = std::max(Settings::s_stillFrameSupersampling, 1);
+    return u32(Settings::s_raytracingSampleOffset / (s * s));
+}
+
 int interactiveSamples(int samples)
 {
     int result = 1;
@@ -189,6 +198,16 @@ bool FrameDriver::hasActivePixels()
     return buffers.countActivePixels() > 0;
 }
 
+void FrameDriver::lookAtSample(const osg::CameraPtr& camera, u32 sample)
+{
+    const znRTVector2f shift = znPixelfilterSampleSet::getSampleShift(sample);
+    offsetCamera->setDecoratee(camera);
+    offsetCamera->setNear(camera->getNear());
+    offsetCamera->setFar(camera->getFar());
+    offsetCamera->setOffsetX(shift.x);
+    offsetCamera->setOffsetY(shift.y);
+}
+
 FrameReport FrameDriver::renderStill(const FrameSettings& settings, const osg::CameraPtr& camera,
                                      const ProgressCallback& progress)
 {
@@ -196,10 +215,6 @@ FrameReport FrameDriver::renderStill(const FrameSettings& settings, const osg::C
     znRaytracerP& view = buffers.view();
     const Clock::time_point start = Clock::now();
     const int threads = znTBBInit::the().getNumAvailableLimitedLogicalCores();
-
-    offsetCamera->setDecoratee(camera);
-    offsetCamera->setNear(camera->getNear());
-    offsetCamera->setFar(camera->getFar());
 
     u64 activeAtFirst = 0;
     for (u32 pass = 0; pass < view.m_iterationCount && !isAborted; ++pass) {
@@ -214,9 +229,7 @@ FrameReport FrameDriver::renderStill(const FrameSettings& settings, const osg::C
                 report.outcome = FrameReport::Outcome::stopped;
                 break;
             }
-            const znRTVector2f shift = znPixelfilterSampleSet::getSampleShift(sample);
-            offsetCamera->setOffsetX(shift.x);
-            offsetCamera->setOffsetY(shift.y);
+            lookAtSample(camera, firstSample() + sample);
         }
         view.m_iteration = pass;
         tracePass(offsetCamera.get(), pass == 0, threads);

@@ -106,6 +106,8 @@ private:
     void prepare(const FrameSettings& settings, const osg::CameraPtr& camera);
     void tracePass(const osg::CameraPtr& camera, bool isFirst, int threads);
     bool hasActivePixels();
+    /// Moves the camera of the frame to the place of a sample inside the pixels.
+    void lookAtSample(const osg::CameraPtr& camera, u32 sample);
     FrameReport renderStill(const FrameSettings& settings, const osg::CameraPtr& camera,
                             const ProgressCallback& progress);
     FrameReport renderInteractive(const FrameSettings& settings, const osg::CameraPtr& camera,

@@ -77,7 +77,8 @@ public:
     float getSum() const { return sum; }
 
     /// Shift of still-frame sample k, in half pixels, [-1, 1): the first 2^n fill each elementary
-    /// interval of the pixel once ((0, 2)-sequence); sample 0 is the centre.
+    /// interval of the pixel once ((0, 2)-sequence). Sample 0 is next to the centre, less than 1/32
+    /// of a pixel away; none is exactly there, nor on the lines through the centres of pixels.
     static znRTVector2f getSampleShift(unsigned k);
 
     int minX = 0, maxX = 0, minY = 0, maxY = 0;

@@ -3,6 +3,7 @@
 #include "driver/viewFraming.h"
 #include "host/osg/Geometry.h"
 #include "host/osg/Transform.h"
+#include "host/znRaytracingUtilsBase.h"
 
 #include <gtest/gtest.h>
 
@@ -262,6 +263,68 @@ TEST(FrameDriver, EndsWhenNoPixelTakesSamplesAnyMore)
 }
 
 // The background and flat parts end early; the picture stays within what the test calls even.
+// Machines that share the samples of a picture look at different places inside the pixels: the mean
+// of their parts is the picture of one machine, edges included.
+TEST(FrameDriver, SharesTheSamplesOfAPictureBetweenRuns)
+{
+    FrameDriver driver;
+    Stage stage;
+    driver.setScene(stage.root.get());
+    const auto render = [&](int first, int count) {
+        driver.utils().setRaytracingSampleOffset(first);
+        FrameSettings settings = frame(true, count);
+        settings.adaptiveQuality = 5;
+        driver.render(settings, stage.camera.get());
+        driver.utils().setRaytracingSampleOffset(0);
+        return driver.getImage(FrameDriver::Colors::linear);
+    };
+    const io::ImageData all = render(0, 6), early = render(0, 2), late = render(2, 4);
+    u32 different = 0, edges = 0;
+    for (u32 y = 0; y < 96; ++y)
+        for (u32 x = 0; x < 96; ++x) {
+            const float mean = (2.0f * early.getValue(x, y, 3) + 4.0f * late.getValue(x, y, 3)) / 6;
+            different += std::abs(all.getValue(x, y, 3) - mean) > 1e-5f;
+            edges += mean > 0.01f && mean < 0.99f;
+        }
+    EXPECT_GT(edges, 100u);
+    EXPECT_EQ(different, 0u);
+    // The parts themselves differ: a run that began with sample 0 would show what the others do.
+    const io::ImageData again = render(0, 4);
+    u32 moved = 0;
+    for (u32 y = 0; y < 96; ++y)
+        for (u32 x = 0; x < 96; ++x)
+            moved += std::abs(late.getValue(x, y, 3) - again.getValue(x, y, 3)) > 0.1f;
+    EXPECT_GT(moved, 20u);
+}
+
+// A square seen straight on has its diagonal exactly on the centres of pixels. Rays through them
+// could miss both of its triangles: a line of holes.
+TEST(FrameDriver, LeavesNoHolesAlongEdgesSeenStraightOn)
+{
+    FrameDriver driver;
+    Stage stage(false);
+    const osg::GeometryPtr square = osg::Geometry::create();
+    square->setPositions(osg::GeoProperty::create(
+        std::vector<osg::Vec3f>{{-1, 0, -1}, {1, 0, -1}, {1, 0, 1}, {-1, 0, 1}}));
+    square->setIndices(osg::GeoProperty::create(std::vector<u32>{0, 1, 2, 0, 2, 3}));
+    square->setTypes({osg::Geometry::triangles});
+    square->setLengths({6});
+    stage.root->addChild(osg::Node::create(square, "square"));
+    driver.setScene(stage.root.get());
+    for (const int samples : {1, 4, 16}) {
+        FrameSettings settings = frame(true, samples);
+        settings.adaptiveQuality = 5;
+        driver.render(settings, stage.camera.get());
+        const io::ImageData image = driver.getImage(FrameDriver::Colors::linear);
+        // Half the square is 1 / 4 of the distance away from the axis, of tan(22.5 degrees).
+        u32 holes = 0;
+        for (u32 y = 24; y < 72; ++y)
+            for (u32 x = 24; x < 72; ++x)
+                holes += image.getValue(x, y, 3) < 0.999f;
+        EXPECT_EQ(holes, 0u) << samples;
+    }
+}
+
 TEST(FrameDriver, ShowsTheSamePictureWithFewerSamples)
 {
     FrameDriver driver;

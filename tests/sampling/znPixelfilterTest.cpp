@@ -206,9 +206,28 @@ TEST(PixelfilterSampleSet, KeepsItsTableWhenMoved)
     EXPECT_FLOAT_EQ(moved.getWeight(1, 0), 0.5f);
 }
 
-TEST(PixelfilterSampleSet, StartsAtTheCentreOfThePixel)
+TEST(PixelfilterSampleSet, StartsNextToTheCentreOfThePixel)
 {
-    EXPECT_EQ(znPixelfilterSampleSet::getSampleShift(0), znRTVector2f(0.0f, 0.0f));
+    const znRTVector2f shift = znPixelfilterSampleSet::getSampleShift(0);
+    EXPECT_LT(std::max(std::abs(shift.x), std::abs(shift.y)), 2.0f / 32.0f);
+}
+
+// Edges of squares that are seen straight on run along these lines. In units of the net's cells the
+// samples stay 1/31 away from all of them.
+TEST(PixelfilterSampleSet, KeepsSamplesOffLinesOfSmallWholeSlopes)
+{
+    for (unsigned k = 0; k < 1024; ++k) {
+        const znRTVector2f shift = znPixelfilterSampleSet::getSampleShift(k);
+        for (int i = -3; i <= 3; ++i)
+            for (int j = 0; j <= 3; ++j) {
+                if (i == 0 && j == 0)
+                    continue;
+                // 32 cells of the finest net that 1024 samples make, where a cell is 1/1024.
+                const double place = 0.5 * (i * double(shift.x) + j * double(shift.y)) * 1024 * 32;
+                EXPECT_GT(std::abs(place - std::round(place / 32.0) * 32.0), 0.9)
+                    << k << ": " << i << ", " << j;
+            }
+    }
 }
 
 // A (0, 2)-sequence: the first 2^n points put one into each elementary interval of area 2^-n.
