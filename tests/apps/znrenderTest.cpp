@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <csignal>
@@ -395,30 +396,37 @@ TEST(ZnRender, EndsAtOnceWhenItIsStoppedWhileItLoads)
 // Whatever the moment, there is a whole picture and exit code 3, or none and another code.
 TEST(ZnRender, HarmsNoFileWhenItIsStoppedAtAnyTime)
 {
+    constexpr int rounds = 24, atOnce = 6;
+    struct Pauses
+    {
+        int beforeFirst, beforeSecond; ///< milliseconds
+    };
     std::mt19937 random(7);
-    int whole = 0;
-    for (int round = 0; round < 24; ++round) {
+    std::vector<Pauses> pauses(rounds);
+    for (Pauses& p : pauses)
+        p = {int(random() % 120), int(random() % 120)};
+    std::atomic<int> next = 0, whole = 0;
+    const auto playRound = [&](int round) {
         const TemporaryFolder folder;
         const std::string old = "an old file";
         folder.write("a.exr", old);
         const int signal = round % 2 ? SIGTERM : SIGINT;
-        const int pauses[2] = {int(random() % 400), int(random() % 400)};
+        const auto pause = [](int milliseconds) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+        };
         const ProgramResult result = support::runProgram(
             "znrender",
-            {studio, "-o", folder.path("a.exr"), "-r", "320x180", "-s", "4096", "--passes", "all",
-             "--overwrite", "--json-progress"},
+            {studio, "-o", folder.path("a.exr"), "-r", "64x36", "-s", "4096", "--passes", "all",
+             "-t", "1", "--overwrite", "--json-progress"},
             [&](int process, const support::OutputCount& written) {
                 // In one half of the rounds it loads, in the other it renders and writes.
-                for (int i = 0; round >= 12 && i < 6000 && written == 0; ++i)
-                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-                std::this_thread::sleep_for(std::chrono::milliseconds(pauses[0]));
+                for (int i = 0; round >= rounds / 2 && i < 15000 && written == 0; ++i)
+                    pause(2);
+                pause(pauses[std::size_t(round)].beforeFirst);
                 kill(process, signal);
-                std::this_thread::sleep_for(std::chrono::milliseconds(pauses[1]));
+                pause(pauses[std::size_t(round)].beforeSecond);
                 // Twice: out.
-                if (round % 3 == 0)
-                    kill(process, SIGINT);
-                else
-                    kill(process, SIGTERM);
+                kill(process, round % 3 == 0 ? SIGINT : SIGTERM);
             });
         EXPECT_EQ(folder.names(), std::set<std::string>{"a.exr"}) << round;
         if (folder.read("a.exr") == old) {
@@ -427,10 +435,18 @@ TEST(ZnRender, HarmsNoFileWhenItIsStoppedAtAnyTime)
         } else {
             ++whole;
             EXPECT_EQ(result.exitCode, 3) << result.error;
-            EXPECT_EQ(io::readImage(folder.path("a.exr")).width, 320u);
+            EXPECT_EQ(io::readImage(folder.path("a.exr")).width, 64u);
         }
-    }
-    std::printf("%d of 24 pictures were written\n", whole);
+    };
+    std::vector<std::thread> players;
+    for (int player = 0; player < atOnce; ++player)
+        players.emplace_back([&] {
+            for (int round; (round = next++) < rounds;)
+                playRound(round);
+        });
+    for (std::thread& player : players)
+        player.join();
+    std::printf("%d of %d pictures were written\n", whole.load(), rounds);
 }
 
 // The middle of the picture is where the camera looks; the hit lies on the square.
