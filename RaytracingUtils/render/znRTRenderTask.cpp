@@ -34,6 +34,7 @@ void znRTRenderTask::bind(znRaytracerP& view)
     camera = znRTRenderUtils::getCamera();
     workingClamp = sampleClamp;
     tileQueue = &view.m_tileQueue;
+    gridTiles.clear();
 }
 
 void znRTRenderTask::runTileList()
@@ -53,8 +54,17 @@ void znRTRenderTask::runTileGrid()
 {
     const znRTFloatControl flushDenormals;
     const u32 count = std::min(getGridTileCount(), tileQueue->count);
+    const bool isPrepared = gridTiles.size() == getGridTileCount();
     for (u32 index; (index = tileQueue->next.fetch_add(1)) < count;)
-        traceTile(getGridTile(index));
+        traceTile(isPrepared ? gridTiles[index] : getGridTile(index));
+}
+
+void znRTRenderTask::prepareGrid()
+{
+    gridTiles.resize(getGridTileCount());
+    for (u32 i = 0; i < gridTiles.size(); ++i)
+        gridTiles[i] = getGridTile(i);
+    prepareTiles(gridTiles.data(), u32(gridTiles.size()));
 }
 
 u32 znRTRenderTask::getGridTileCount() const

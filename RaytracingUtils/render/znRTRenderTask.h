@@ -8,6 +8,8 @@
 #include "host/pixelFormats.h"
 #include "host/znRTRenderTile.h"
 
+#include <vector>
+
 class znRTCamera;
 class znRaytracerP;
 struct znRTIntegratorRow;
@@ -38,7 +40,8 @@ public:
 
     /// Takes tiles from the bound queue until it is empty; stores in each what it cost.
     virtual void runTileList();
-    /// The same over the tiles of the grid rectangle, counted by the queue's cursor.
+    /// The same over the tiles of the grid rectangle, counted by the queue's cursor: row by row, or
+    /// in the order of prepareGrid.
     virtual void runTileGrid();
     /// Traces one tile. Allocates nothing; needs some 80 KB of stack besides what shading takes.
     virtual void traceTile(const znRTRenderTile& tile) = 0;
@@ -48,6 +51,10 @@ public:
     virtual void bind(znRaytracerP& view);
     /// Runs before the workers of a frame start on its tiles; may bring them into another order.
     virtual void prepareTiles(znRTRenderTile* /*tiles*/, u32 /*count*/) {}
+
+    /// prepareTiles for the grid: several workers may run it then. The rectangle stays from here to
+    /// the end of the frame.
+    void prepareGrid();
 
     /// Tile of the grid by its number, clipped to the rectangle.
     znRTRenderTile getGridTile(u32 index) const;
@@ -68,6 +75,9 @@ protected:
     const znRTCamera* camera = nullptr;
     float workingClamp = 1e23f;
     znRTTileQueue* tileQueue = nullptr;
+
+private:
+    std::vector<znRTRenderTile> gridTiles; ///< of this frame, as they were prepared
 };
 
 /// Copy flags as far as a task depends on them: showing a single layer drops steps, and an output

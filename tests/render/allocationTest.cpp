@@ -68,10 +68,11 @@ class TileAllocations : public RenderTest
 protected:
     std::size_t countInTiles(bool stillFrame, int samples, bool traceAndCopy)
     {
-        Settings::s_interactiveImageSamples = samples;
+        instance->setInteractiveImageSamples(samples);
         view.record.m_traceAndCopy = traceAndCopy;
         resize(64, 48);
         begin(stillFrame);
+        EXPECT_EQ(Settings::s_interactiveImageSamples, samples);
         std::vector<ZN_RGBA32F> output(64 * 48);
         view.record.m_frameOutput = output.data();
         view.record.m_frameOutputSize = output.size() * sizeof(ZN_RGBA32F);
@@ -89,7 +90,7 @@ protected:
         view.record.m_frameOutput = nullptr;
         view.record.m_frameOutputSize = 0;
         view.record.m_traceAndCopy = 0;
-        Settings::s_interactiveImageSamples = 1;
+        instance->setInteractiveImageSamples(1);
         return s_allocations;
     }
 };
@@ -116,9 +117,10 @@ TEST_F(TileAllocations, AreNoneInOtherDisplays)
     view.record.m_currentPass = ZN_PASS_NORMAL;
     EXPECT_EQ(countInTiles(true, 1, false), 0u);
     view.record.m_currentPass = 0;
-    Settings::s_renderer = 5;
+    instance->setRenderer(5);
     EXPECT_EQ(countInTiles(false, 1, true), 0u);
-    Settings::s_renderer = 0;
+    EXPECT_STREQ(view.record.m_renderTask->integrator->name, "znRTDebugIntegrator");
+    instance->setRenderer(0);
 }
 
 TEST_F(TileAllocations, AreNoneWithLayersAndMattes)

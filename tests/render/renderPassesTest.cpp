@@ -82,8 +82,10 @@ protected:
             instance->updateRendertargets(&view.record, false);
             ASSERT_FALSE(trace(1));
         }
-        offsetCamera->setOffsetX(0.0f); // the matrices are those of pixel centres again
-        offsetCamera->setOffsetY(0.0f);
+        // The matrices are again those of the sample next to the centre.
+        const znRTVector2f nearest = znPixelfilterSampleSet::getSampleShift(0);
+        offsetCamera->setOffsetX(nearest.x);
+        offsetCamera->setOffsetY(nearest.y);
         updateCamera();
     }
     const ZN_RGBA32F& at(u32 layer, u32 x, u32 y) const
@@ -420,6 +422,7 @@ TEST_F(RenderPasses, CoverEveryPixelOfASupersampledFrame)
         if (!sphere)
             makeScene();
         renderStill(1);
+        ASSERT_EQ(Settings::s_stillFrameSupersampling, s);
         for (const float weight : view.filterWeights)
             ASSERT_EQ(weight, 1.0f) << s;
     }

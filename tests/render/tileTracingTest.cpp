@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <set>
+#include <thread>
 #include <tuple>
 
 using namespace renderTest;
@@ -18,7 +19,7 @@ class TileTracing : public RenderTest
 protected:
     void TearDown() override
     {
-        Settings::s_interactiveImageSamples = 1;
+        instance->setInteractiveImageSamples(1);
         instance->setStillFrameSupersampling(1);
         znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.0f, 0.0f, 0.0f, 0.0f);
         RenderTest::TearDown();
@@ -44,9 +45,10 @@ TEST_F(TileTracing, WritesEachPixelOfOddImagesOnceForAllSampleCounts)
             for (int samples : {1, 2, 3, 16}) {
                 SCOPED_TRACE(testing::Message() << width << " x " << height << ", tiles of " << size
                                                 << ", " << samples << " samples");
-                Settings::s_interactiveImageSamples = samples;
+                instance->setInteractiveImageSamples(samples);
                 resize(width, height, size);
                 begin();
+                ASSERT_EQ(Settings::s_interactiveImageSamples, samples);
                 ASSERT_FALSE(trace());
                 expectBackgroundEverywhere(1.0f, samples == 1 ? 0.0f : 4e-4f);
             }
@@ -63,6 +65,7 @@ TEST_F(TileTracing, GivesEachPixelOfAStillFrameWeightOneAfterFourIterations)
             instance->setStillFrameSupersampling(s);
             resize(width, height);
             begin(true);
+            ASSERT_EQ(Settings::s_stillFrameSupersampling, s);
             accumulate(4);
             for (std::size_t i = 0; i < view.filterWeights.size(); ++i)
                 ASSERT_EQ(view.filterWeights[i], 1.0f) << i;
@@ -134,6 +137,55 @@ TEST_F(TileTracing, GivesTheSameSplatsForEveryNumberOfTasks)
     }
 }
 
+// The rectangle does not begin on a multiple of the tile size, nor end on one.
+TEST_F(TileTracing, GivesTheSameSplatsOverAGridForEveryNumberOfThreads)
+{
+    add(makeSphere(20, 40));
+    camera->setFilterType(3);
+    camera->setFilterSizeX(6.0f);
+    camera->setFilterSizeY(6.0f);
+    resize(96, 80);
+    const auto render = [this](u32 threads) {
+        begin(true);
+        for (u32 i = 0; i < 8; ++i) {
+            view.record.m_iteration = i;
+            updateCamera();
+            instance->updateRendertargets(&view.record, false);
+            ensureRenderTask(view.record.m_renderTask, view.record, 0);
+            znRTRenderTask& task = *view.record.m_renderTask;
+            task.gridX0 = 5;
+            task.gridX1 = 91;
+            task.gridY0 = 3;
+            task.gridY1 = 70;
+            task.gridWidth = task.gridX1 - task.gridX0;
+            task.gridHeight = task.gridY1 - task.gridY0;
+            view.record.m_tileQueue.next = 0;
+            view.record.m_tileQueue.count = task.getGridTileCount();
+            task.prepareGrid();
+            std::vector<std::thread> workers;
+            for (u32 worker = 1; worker < threads; ++worker)
+                workers.emplace_back([&task] { task.runTileGrid(); });
+            task.runTileGrid();
+            for (std::thread& worker : workers)
+                worker.join();
+        }
+    };
+    render(1);
+    const std::vector<ZN_RGBA32F> frame = view.frame;
+    const std::vector<float> weights = view.filterWeights;
+    // Each pixel of the rectangle took two samples, and the filter reaches 3 pixels beyond it.
+    EXPECT_GT(weights[30 * 96 + 40], 0.0f);
+    EXPECT_GT(weights[1 * 96 + 40], 0.0f);
+    EXPECT_EQ(weights[75 * 96 + 40], 0.0f);
+    for (u32 threads : {1u, 2u, 7u}) {
+        render(threads);
+        EXPECT_EQ(std::memcmp(frame.data(), view.frame.data(), frame.size() * sizeof(ZN_RGBA32F)),
+                  0)
+            << threads;
+        EXPECT_EQ(weights, view.filterWeights) << threads;
+    }
+}
+
 TEST_F(TileTracing, KeepsTheOtherComponentsOfAnInvalidSample)
 {
     constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
@@ -142,9 +194,10 @@ TEST_F(TileTracing, KeepsTheOtherComponentsOfAnInvalidSample)
     instance->setReflectionClampValue(8.0f);
     znRTRenderUtils::s_backgroundColor = znRTColorPacket(0.5f, notANumber, infinite, 1.0f);
     for (int samples : {1, 2}) {
-        Settings::s_interactiveImageSamples = samples;
+        instance->setInteractiveImageSamples(samples);
         resize(33, 17);
         begin();
+        ASSERT_EQ(Settings::s_interactiveImageSamples, samples);
         ASSERT_FALSE(trace());
         for (u32 i = 0; i < 33 * 17; ++i) {
             ASSERT_NEAR(view.frame[i].r, 0.5f, 2e-4f);

@@ -40,7 +40,7 @@ znRTVector3fPacket cosineDirection(const znRTVector2fPacket& sample)
 /// Share of the rays that reach what surrounds the scene, per lane and colour: transparent surfaces
 /// dim them as they dim light.
 znRTColorPacket openShare(const znRTRayPacket& ray, const znRTDataBlockPacket& block,
-                         const znRTPrimaryHits& hits)
+                          const znRTPrimaryHits& hits)
 {
     znRTONB frame;
     frame.set(block.shadingNormal());
