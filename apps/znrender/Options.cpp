@@ -156,6 +156,8 @@ void addOutput(CLI::App& command, Options& options, Words& words)
                     "Channels of passes as they mean them, or always R G B A: named or rgba "
                     "(default named)")
         ->check(CLI::IsMember({"named", "rgba"}));
+    command.add_flag("--exr-host", options.namesHost,
+                     "Put the name of this machine into the header of EXR files (zn/host)");
     command.add_flag("--overwrite", options.overwrite, "Replace existing pictures");
     command.add_option("--snapshot", words.snapshot,
                        "Write the pictures every so often while rendering: 90, 90s, 5m, 2h; SIGHUP "
@@ -202,12 +204,9 @@ void addColor(CLI::App& command, Options& options, Words& words)
     command.add_flag("--no-tonemap", words.noTonemap, "No tone curve: light, exposed, as sRGB");
 }
 
-void addQuality(CLI::App& command, Options& options, Words& words)
+/// How far light is followed.
+void addPaths(CLI::App& command, Words& words)
 {
-    command
-        .add_option("-s,--samples", options.samples,
-                    "Samples per pixel (default 64, or what a look says)")
-        ->check(CLI::Range(1, 65536));
     command.add_option("--gi", words.illumination,
                        fmt::format("How much light is followed, by name or number from 0: {} "
                                    "(default full, or what the scene says)",
@@ -216,6 +215,15 @@ void addQuality(CLI::App& command, Options& options, Words& words)
         ->check(CLI::Range(0, 64));
     command.add_option("--clamp", words.clamp, "Largest value of a sample: fewer bright specks")
         ->check(CLI::Range(1e-4, 1e30));
+}
+
+void addQuality(CLI::App& command, Options& options, Words& words)
+{
+    command
+        .add_option("-s,--samples", options.samples,
+                    "Samples per pixel (default 64, or what a look says)")
+        ->check(CLI::Range(1, 65536));
+    addPaths(command, words);
     command
         .add_option("--noise", words.noise,
                     "Noise at which a pixel is finished early: 0.04 to 0.0025, 0 never (default "
@@ -480,9 +488,7 @@ void takeRender(const Words& words, Options& options)
         takeFilter(*words.filter, options);
     if (words.snapshot)
         options.snapshotSeconds = parseDuration(*words.snapshot, "--snapshot");
-    takeSurroundings(words, options);
     takeColor(words, options);
-    takeQuality(words, options);
     options.still = words.mode == "still";
 }
 
@@ -555,6 +561,7 @@ Options parseOptions(const std::vector<std::string>& arguments)
     info->add_option("--pick", words.pick,
                      "Tell what the pixel X,Y shows, counted from the upper left corner");
     addView(*info, options, words);
+    addLight(*info, options, words);
     addCommon(*info, options, words);
 
     CLI::App* const list =
@@ -592,6 +599,8 @@ Options parseOptions(const std::vector<std::string>& arguments)
         ->required();
     addScenes(*debugPixel, options);
     addView(*debugPixel, options, words);
+    addLight(*debugPixel, options, words);
+    addPaths(*debugPixel, words);
     addCommon(*debugPixel, options, words);
 
     app.require_subcommand(0, 1);
@@ -646,6 +655,8 @@ Options parseOptions(const std::vector<std::string>& arguments)
         takeView(words, options);
         takePasses(words, options);
         takePixel(words, options);
+        takeSurroundings(words, options);
+        takeQuality(words, options);
         if (options.verb == Verb::render)
             takeRender(words, options);
         if (options.verb == Verb::list)

@@ -123,6 +123,7 @@ struct Options
     double snapshotSeconds = 0.0; ///< between pictures written while it renders; 0 = none
     unsigned seed = 0;
     bool nice = false;
+    bool namesHost = false; ///< EXR headers tell the machine's name
 
     LookOptions look;
 

@@ -4,6 +4,7 @@
 #include "commands.h"
 
 #include "chooseView.h"
+#include "lightScene.h"
 #include "loadScene.h"
 
 #include "host/nodePaths.h"
@@ -167,13 +168,18 @@ private:
 
 int runDebugPixel(const Options& options)
 {
-    const io::SceneFile scene = loadScene(options);
-    const View view = chooseView(options, scene);
+    io::SceneFile scene = loadScene(options);
+    View view = chooseView(options, scene);
+    const SceneLight light(options, scene, view);
+    light.show();
     const unsigned x = (*options.pixel)[0], y = (*options.pixel)[1];
     FrameDriver driver;
     driver.setScene(scene.root.get());
+    applyPathOptions(options, driver.utils());
     Recorder recorder(int(x), int(options.height - 1 - y));
-    driver.render(pixelSettings(options), view.camera.get());
+    FrameSettings settings = pixelSettings(options);
+    settings.isStill = true; // the first sample of the picture
+    driver.render(settings, view.camera.get());
     fmt::print("pixel {}, {} of {} x {}: {} rays\n", x, y, options.width, options.height,
                recorder.rays.size());
     TreePrinter(recorder.rays, getNodePaths(scene.root.get())).print();

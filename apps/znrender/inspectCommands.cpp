@@ -3,6 +3,7 @@
 #include "commands.h"
 
 #include "chooseView.h"
+#include "lightScene.h"
 #include "listMaterials.h"
 #include "loadScene.h"
 
@@ -116,10 +117,12 @@ void printFields(const std::string& name)
 }
 
 /// What a pixel shows: the first hit of the ray through its middle.
-void printPick(const Options& options, const io::SceneFile& loaded)
+void printPick(const Options& options, io::SceneFile& loaded)
 {
     const unsigned x = (*options.pixel)[0], y = (*options.pixel)[1];
-    const View view = chooseView(options, loaded);
+    View view = chooseView(options, loaded);
+    const SceneLight light(options, loaded, view);
+    light.show();
     FrameDriver driver;
     driver.setScene(loaded.root.get());
     driver.render(pixelSettings(options), view.camera.get());
@@ -132,15 +135,20 @@ void printPick(const Options& options, const io::SceneFile& loaded)
         fmt::print("node       none, the background\n");
         return;
     }
+    const osg::GeometryPtr geometry =
+        node ? osg::Geometry::Ptr::dcast(node->getCore()) : osg::GeometryPtr();
+    const osg::MaterialPtr shown = geometry ? geometry->getMaterial() : osg::MaterialPtr();
+    if (osg::FCPtr<osg::UEnvironmentMaterial>::dcast(shown)) {
+        // They are infinitely far away.
+        fmt::print("node       none, the surroundings\n");
+        return;
+    }
     osg::Pnt3f from, at;
     osg::Vec3f up;
     view.camera->getFromAtUp(from, at, up);
     const auto paths = getNodePaths(loaded.root.get());
     const auto path = node ? paths.find(node->getId()) : paths.end();
-    const osg::GeometryPtr geometry =
-        node ? osg::Geometry::Ptr::dcast(node->getCore()) : osg::GeometryPtr();
-    const std::string material =
-        geometry && geometry->getMaterial() ? osg::getName(geometry->getMaterial()) : "";
+    const std::string material = shown ? osg::getName(shown) : "";
     fmt::print("node       {}\nmaterial   {}\nposition   {:.6g}, {:.6g}, {:.6g}\n"
                "normal     {:.6g}, {:.6g}, {:.6g}\ndistance   {:.6g}\n",
                path == paths.end() ? "without a name" : io::printable(path->second),
@@ -153,7 +161,7 @@ void printPick(const Options& options, const io::SceneFile& loaded)
 
 int runInfo(const Options& options)
 {
-    const io::SceneFile loaded = loadScene(options);
+    io::SceneFile loaded = loadScene(options);
     const scene::Content content = scene::countContent(loaded.root.get());
     fmt::print("nodes      {}\ninstances  {} of {} meshes\ntriangles  {}\nvertices   {}\n"
                "materials  {}\nlights     {}\ncameras    {}\n",

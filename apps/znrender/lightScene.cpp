@@ -5,6 +5,7 @@
 #include "driver/surroundings.h"
 #include "host/osg/EnvironmentAttachment.h"
 #include "host/znLog.h"
+#include "host/znRaytracingUtilsBase.h"
 #include "io/InputError.h"
 #include "io/imageReader.h"
 
@@ -183,6 +184,34 @@ void SceneLight::expose(const Options& options, FrameDriver& driver, View& view)
                     .c_str());
         }
     }
+    show();
+}
+
+void SceneLight::show() const
+{
     if (environment)
         environment->setPrimaryVisible(showsEnvironment);
+}
+
+void applyPathOptions(const Options& options, znRaytracingUtilsBase& core)
+{
+    const QualityOptions& quality = options.quality;
+    if (quality.illumination) {
+        // The lowest level is the second lowest without the rays that find shadows.
+        const int mode = std::max(1, *quality.illumination);
+        core.setStillFrameQualityMode(mode);
+        core.setInteractiveQualityMode(mode);
+        if (*quality.illumination == 0) {
+            core.setEnvironmentStillQuality(0);
+            core.setEnvironmentInteractiveQuality(0);
+        }
+    }
+    if (quality.bounces) {
+        core.setStillFrameReflectionDepth(*quality.bounces);
+        core.setInteractiveReflectionDepth(*quality.bounces);
+    }
+    if (quality.clamp) {
+        core.setClamping(true);
+        core.setReflectionClampValue(float(*quality.clamp));
+    }
 }

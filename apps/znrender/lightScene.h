@@ -1,7 +1,7 @@
 #pragma once
 
 // The light of a command: what the options put round the scene, or a studio for scenes that bring
-// no light of their own, and the exposure that fits.
+// no light of their own, how much of it is followed, and the exposure that fits.
 
 #include "Options.h"
 #include "chooseView.h"
@@ -19,7 +19,10 @@ public:
     /// Whether the picture shows light rather than a display aid.
     bool isLit() const { return lit; }
 
-    /// Sets the exposure of a camera that nobody exposed, by a small picture of the scene.
+    /// Shows the environment, which is hidden at first, where the options want it seen.
+    void show() const;
+    /// Sets the exposure of a camera that nobody exposed, by a small picture of the scene, and
+    /// shows the environment.
     void expose(const Options& options, FrameDriver& driver, View& view) const;
 
 private:
@@ -36,3 +39,6 @@ private:
     bool isKnownLight = false; ///< the studio: made for an exposure of 0
     bool showsEnvironment = false;
 };
+
+/// What the options say of the paths that light takes; the rest stays as the scene has it.
+void applyPathOptions(const Options& options, znRaytracingUtilsBase& core);

@@ -109,7 +109,12 @@ void writePicture(const Options& options, const std::string& path, const osg::Ub
                                      : write.bits == 16 ? io::ImageData::Type::word
                                                         : io::ImageData::Type::float32);
     }
-    image.metadata["Software"] = fmt::format("znrender {}", ZN_VERSION);
+    if (suffixOf(path) == ".exr") {
+        image.metadata = headerTexts(options, statistics);
+        image.metadata.erase("capDate"); // nothing stands beside it that tells the time zone
+    } else {
+        image.metadata["Software"] = fmt::format("znrender {}", ZN_VERSION);
+    }
     io::writeImage(path, image, write);
 }
 
@@ -168,8 +173,7 @@ void writeOutputs(const Options& options, const osg::UberCameraPtr& camera, Fram
     for (const std::string& output : options.outputs) {
         try {
             if (hasPasses(options, output))
-                writePassFiles(options, output, camera, driver.getCryptomatte(), statistics.samples,
-                               part);
+                writePassFiles(options, output, camera, driver.getCryptomatte(), statistics, part);
             else
                 writePicture(options, output, camera, driver, colors, statistics);
         } catch (const io::OutputError& error) {

@@ -14,6 +14,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <unistd.h>
 
 namespace {
 
@@ -166,12 +167,17 @@ std::optional<osg::Matrix> worldToNdc(const Options& options, const osg::CameraP
     return projection;
 }
 
-/// The time of the picture in the form of the format, UTC. A build or a farm that wants the same
-/// bytes every time sets SOURCE_DATE_EPOCH (reproducible-builds.org).
+/// A build or a farm that wants the same bytes every time sets this time (reproducible-builds.org).
+const char* fixedTime()
+{
+    return std::getenv("SOURCE_DATE_EPOCH");
+}
+
+/// The time of the picture in the form of the format, UTC.
 std::string captureDate()
 {
     std::time_t now = std::time(nullptr);
-    if (const char* const fixed = std::getenv("SOURCE_DATE_EPOCH"))
+    if (const char* const fixed = fixedTime())
         std::from_chars(fixed, fixed + std::strlen(fixed), now);
     std::tm parts{};
     gmtime_r(&now, &parts);
@@ -180,18 +186,19 @@ std::string captureDate()
     return text;
 }
 
-io::ExrDescription descriptionOf(const Options& options, const osg::CameraPtr& camera, int samples)
+/// The machine's name, empty when it has none.
+std::string hostName()
 {
-    const nlohmann::ordered_json settings = {
-        {"mode", options.still ? "still" : "interactive"},
-        {"samples", samples},
-        {"filter", fmt::format("{}:{}", options.filterName, options.filterWidth)}};
+    char name[256] = "";
+    gethostname(name, sizeof name - 1);
+    return name;
+}
+
+io::ExrDescription descriptionOf(const Options& options, const osg::CameraPtr& camera,
+                                 const Statistics& statistics)
+{
     io::ExrDescription description;
-    description.texts = {{"Software", fmt::format("znrender {}", ZN_VERSION)},
-                         {"capDate", captureDate()},
-                         {"zn/version", ZN_VERSION},
-                         {"zn/samples", std::to_string(samples)},
-                         {"zn/settings", settings.dump()}};
+    description.texts = headerTexts(options, statistics);
     if (const auto matrix = worldToCamera(camera))
         description.worldToCamera = toRows(*matrix);
     if (const auto matrix = worldToNdc(options, camera))
@@ -200,6 +207,27 @@ io::ExrDescription descriptionOf(const Options& options, const osg::CameraPtr& c
 }
 
 } // namespace
+
+std::map<std::string, std::string> headerTexts(const Options& options, const Statistics& statistics)
+{
+    const nlohmann::ordered_json settings = {
+        {"mode", options.still ? "still" : "interactive"},
+        {"samples", statistics.samples},
+        {"filter", fmt::format("{}:{}", options.filterName, options.filterWidth)}};
+    std::map<std::string, std::string> texts = {
+        {"Software", fmt::format("znrender {}", ZN_VERSION)},
+        {"capDate", captureDate()},
+        {"zn/version", ZN_VERSION},
+        {"zn/samples", std::to_string(statistics.samples)},
+        {"zn/settings", settings.dump()}};
+    // What differs from run to run stays out of pictures that are to be equal.
+    if (fixedTime())
+        return texts;
+    texts["zn/renderTime"] = fmt::format("{:.3f}", statistics.traceSeconds);
+    if (const std::string host = hostName(); options.namesHost && !host.empty())
+        texts["zn/host"] = host;
+    return texts;
+}
 
 std::vector<std::string> passFiles(const Options& options, const std::string& output)
 {
@@ -212,7 +240,7 @@ std::vector<std::string> passFiles(const Options& options, const std::string& ou
 }
 
 void writePassFiles(const Options& options, const std::string& output, const osg::CameraPtr& camera,
-                    const znRTCryptomatte* matte, int samples,
+                    const znRTCryptomatte* matte, const Statistics& statistics,
                     const std::function<io::ImageData(u32)>& image)
 {
     const std::vector<u32> passes = writtenPasses(options);
@@ -228,7 +256,7 @@ void writePassFiles(const Options& options, const std::string& output, const osg
         options.overwrite ? io::OutputFile::Existing::replace : io::OutputFile::Existing::refuse;
     write.layout = options.passes.layout == PassOptions::Layout::flat ? io::ExrLayout::flat
                                                                       : io::ExrLayout::parts;
-    io::ExrDescription description = descriptionOf(options, camera, samples);
+    io::ExrDescription description = descriptionOf(options, camera, statistics);
     // Readers look for mattes in the first header or in that of the part; both tell.
     for (const MatteType& type : matteTypes) {
         const bool isWritten = std::any_of(passes.begin(), passes.end(),

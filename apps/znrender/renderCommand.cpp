@@ -62,33 +62,8 @@ FrameDriver::Stop stopWanted()
                                          : FrameDriver::Stop::no;
 }
 
-/// What the options say of the render settings; the rest stays as the scene has it.
-void applyQuality(const Options& options, znRaytracingUtilsBase& core)
-{
-    const QualityOptions& quality = options.quality;
-    if (quality.illumination) {
-        // The lowest level is the second lowest without the rays that find shadows.
-        const int mode = std::max(1, *quality.illumination);
-        core.setStillFrameQualityMode(mode);
-        core.setInteractiveQualityMode(mode);
-        if (*quality.illumination == 0) {
-            core.setEnvironmentStillQuality(0);
-            core.setEnvironmentInteractiveQuality(0);
-        }
-    }
-    if (quality.bounces) {
-        core.setStillFrameReflectionDepth(*quality.bounces);
-        core.setInteractiveReflectionDepth(*quality.bounces);
-    }
-    if (quality.clamp) {
-        core.setClamping(true);
-        core.setReflectionClampValue(float(*quality.clamp));
-    }
-    // Pictures of different seeds share no sample before the 30,000th.
-    constexpr int samplesPerSeed = 32749;
-    if (options.seed > 0)
-        core.setRaytracingSampleOffset(int(options.seed) * samplesPerSeed);
-}
+// Pictures of different seeds share no sample before the 30,000th.
+constexpr int samplesPerSeed = 32749;
 
 } // namespace
 
@@ -115,7 +90,9 @@ int runRender(const Options& options)
     const bool showsLight = options.renderMode == 0 && !isDataPass(options.passes.shown);
     const SceneLight light(options, scene, view);
     driver.setScene(scene.root.get());
-    applyQuality(options, driver.utils());
+    applyPathOptions(options, driver.utils());
+    if (options.seed > 0)
+        driver.utils().setRaytracingSampleOffset(int(options.seed) * samplesPerSeed);
     colors.prepare(*view.camera, showsLight && light.isLit());
     if (showsLight)
         light.expose(options, driver, view);
@@ -125,8 +102,10 @@ int runRender(const Options& options)
     Snapshots snapshots(options, [&](const Options& now, int samples) {
         Statistics soFar;
         soFar.samples = samples;
+        soFar.traceSeconds = secondsSince(start);
         writeOutputs(now, view.camera.get(), driver, colors, soFar);
     });
+    start = Clock::now();
     StopSignals::setStage(StopSignals::Stage::firstSample);
     const FrameReport report = driver.render(
         settings, view.camera.get(),

@@ -26,6 +26,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <unistd.h>
 
 using support::ProgramResult;
 
@@ -262,6 +263,10 @@ TEST(Passes, TellWhenAndByWhatTheyWereMade)
     EXPECT_NE(textOf(header, "zn/version"), "");
     EXPECT_EQ(textOf(header, "zn/samples"), "2");
     EXPECT_EQ(nlohmann::json::parse(textOf(header, "zn/settings"))["samples"], 2);
+    const double seconds = std::stod(textOf(header, "zn/renderTime"));
+    EXPECT_GE(seconds, 0.0);
+    EXPECT_LE(seconds, double(std::time(nullptr) - before) + 1.0);
+    EXPECT_EQ(header.find("zn/host"), header.end());
     // Primaries of Rec. 709 and D65.
     const Imf::Chromaticities c = Imf::chromaticities(header);
     EXPECT_EQ(c.red, Imath::V2f(0.64f, 0.33f));
@@ -270,13 +275,25 @@ TEST(Passes, TellWhenAndByWhatTheyWereMade)
     EXPECT_EQ(c.white, Imath::V2f(0.3127f, 0.329f));
 }
 
+// Pictures travel further than their makers may want to be known.
+TEST(Passes, NameTheMachineOnlyWhenAsked)
+{
+    char name[256] = "";
+    ASSERT_EQ(gethostname(name, sizeof name - 1), 0);
+    const RenderedPasses rendered({"--passes", "normal", "-s", "1", "--exr-host"});
+    ExrFile file(rendered.path);
+    EXPECT_EQ(textOf(file.header(0), "zn/host"), name);
+}
+
 TEST(Passes, HaveTheSameBytesWhenTheDateIsGiven)
 {
     setenv("SOURCE_DATE_EPOCH", "86400", 1);
     const RenderedPasses first({"--passes", "all", "-s", "1"}),
         second({"--passes", "all", "-s", "1"});
     unsetenv("SOURCE_DATE_EPOCH");
-    EXPECT_EQ(Imf::capDate(ExrFile(first.path).header(0)), "1970:01:02 00:00:00");
+    ExrFile file(first.path);
+    EXPECT_EQ(Imf::capDate(file.header(0)), "1970:01:02 00:00:00");
+    EXPECT_EQ(file.header(0).find("zn/renderTime"), file.header(0).end());
     const auto bytes = [](const std::string& path) {
         std::ifstream stream(path, std::ios::binary);
         return std::string(std::istreambuf_iterator<char>(stream), {});

@@ -454,8 +454,8 @@ TEST(ZnRender, TellsWhatAPixelShows)
 {
     const TemporaryFolder folder;
     const std::string scene = squareScene(folder.path());
-    const std::vector<std::string> view = {"-r",   "201x101",    "--eye", "0.5,-5,0.25", "-q",
-                                           "--at", "0.5,0,0.25", "--fov", "45"};
+    std::vector<std::string> view = {"-r",         "201x101", "--eye", "0.5,-5,0.25", "-q",  "--at",
+                                     "0.5,0,0.25", "--fov",   "45",    "--env",       "none"};
     const auto run = [&](std::vector<std::string> arguments) {
         arguments.insert(arguments.end(), view.begin(), view.end());
         const ProgramResult result = znrender(arguments);
@@ -483,6 +483,30 @@ TEST(ZnRender, TellsWhatAPixelShows)
     EXPECT_NE(rays.find("[camera]"), std::string::npos) << rays;
     EXPECT_NE(rays.find("distance 5,"), std::string::npos) << rays;
     EXPECT_NE(run({"debug-pixel", "100,2", scene}).find("hits nothing"), std::string::npos);
+
+    // Without "none" the picture has the studio round the scene, and so have these.
+    view.resize(view.size() - 2);
+    EXPECT_NE(run({"info", scene, "--pick", "100,25"}).find("surroundings"), std::string::npos);
+    EXPECT_NE(run({"info", scene, "--pick", "100,25", "--background", "none"}).find("background"),
+              std::string::npos);
+    const std::string lit = run({"debug-pixel", "100,50", scene});
+    EXPECT_NE(lit.find("[environment or occlusion]"), std::string::npos) << lit;
+    EXPECT_EQ(
+        run({"debug-pixel", "100,50", scene, "--gi", "direct"}).find("[environment or occlusion]"),
+        std::string::npos);
+}
+
+// A view that nobody placed has the floor of the picture, below what is to be seen.
+TEST(ZnRender, TellsThatAPixelShowsTheFloor)
+{
+    const TemporaryFolder folder;
+    const std::string scene = squareScene(folder.path());
+    const auto pick = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"info", scene, "--pick", "50,95", "-r", "100x100"});
+        return znrender(arguments).out;
+    };
+    EXPECT_NE(pick({}).find("/floor\n"), std::string::npos) << pick({});
+    EXPECT_EQ(pick({"--no-ground"}).find("floor"), std::string::npos);
 }
 
 // Every further ray of the occlusion view starts where the camera ray ended.
