@@ -232,7 +232,7 @@ public:
     const znRTBoundingBox& getFullBoundingBox() const { return fullBox; }
     const znRTBoundingBox& getPhotonTargetsBoundingBox() const { return photonTargetsBox; }
     const znRTBoundingSphere& getFullBoundingSphere() const { return fullSphere; }
-    /// Sphere around the photon targets.
+    /// Sphere around the photon targets; without any, around all but surroundings.
     const znRTBoundingSphere& getSceneBoundingSphere() const { return sceneSphere; }
     const znRTSceneFigures& getFigures() const { return figures; }
 

@@ -109,7 +109,7 @@ void znRTDynamicAccelerator::collectRecords(std::vector<Entry>& entries,
                                             znDynArray<znRTDynamicAcceleratorNode>* records)
 {
     std::atomic<u64> geometryBytes{0}, intersectorBytes{0}, primitives{0};
-    tbb::enumerable_thread_specific<znRTBoundingBox> fullBoxes, photonBoxes;
+    tbb::enumerable_thread_specific<znRTBoundingBox> fullBoxes, photonBoxes, bodyBoxes;
     const bool hasSelectionTrees = znRTSelectionSettings::current().wireframeAlwaysInFront;
     const tbb::blocked_range<u64> all(0, entries.size());
 
@@ -137,6 +137,8 @@ void znRTDynamicAccelerator::collectRecords(std::vector<Entry>& entries,
         entry.inTree[Tree::preselected] = hasSelectionTrees && node.hasWireframePreselection();
         entry.inTree[Tree::environment] =
             node.getActiveMaterial() && node.getActiveMaterial()->isEnvironment();
+        if (!entry.inTree[Tree::environment])
+            bodyBoxes.local().surround(box);
         primitives += node.getCount();
     };
     tbb::parallel_for(
@@ -174,11 +176,15 @@ void znRTDynamicAccelerator::collectRecords(std::vector<Entry>& entries,
         fullBox.surround(box);
     for (const znRTBoundingBox& box : photonBoxes)
         photonTargetsBox.surround(box);
+    znRTBoundingBox sceneBox = photonTargetsBox;
+    if (!sceneBox.isValid())
+        for (const znRTBoundingBox& box : bodyBoxes)
+            sceneBox.surround(box);
     if (!fullBox.isValid())
         fullBox = nothing;
     if (!photonTargetsBox.isValid())
         photonTargetsBox = nothing;
-    sceneSphere.setBoundingSphere(photonTargetsBox);
+    sceneSphere.setBoundingSphere(sceneBox.isValid() ? sceneBox : nothing);
     fullSphere.setBoundingSphere(fullBox);
     figures.geometryMB = toMB(geometryBytes);
     figures.intersectorMB = toMB(intersectorBytes);

@@ -79,6 +79,7 @@ TEST(DynamicAccelerator, BoundsAllObjectsAndThePhotonTargets)
     expectBox(scene.scene->getPhotonTargetsBoundingBox(), {0, 0, 0}, {0, 0, 0});
     EXPECT_EQ(scene.scene->getFullBoundingSphere().center, znRTVector3f(5, 1, 1.5f));
     EXPECT_FLOAT_EQ(scene.scene->getFullBoundingSphere().radius, std::sqrt(36.0f + 4.0f + 2.25f));
+    EXPECT_EQ(scene.scene->getSceneBoundingSphere().center, znRTVector3f(5, 1, 1.5f));
 
     const osg::Ref<osg::RaytracingGeoAttachment> attachment =
         osg::RaytracingGeoAttachment::create();

@@ -300,7 +300,6 @@ TEST_F(OcclusionDisplay, LooksThroughTransparentSurfacesToWhatIsBehindThem)
     add(above(0.1f), pane);
     scene.build();
     integrate<znRTAORenderingIntegrator>(ray);
-    // Rays that run nearly along the pane leave the range before they reach it: none of these.
     EXPECT_LANES_NEAR(fragment.colour.r, 1.0f, 1.0f, 1.0f, 1.0f, 1e-6f);
     EXPECT_LANES_NEAR(fragment.colour.g, 0.5f, 0.5f, 0.5f, 0.5f, 1e-6f);
     EXPECT_LANES_NEAR(fragment.colour.b, 0.25f, 0.25f, 0.25f, 0.25f, 1e-6f);
@@ -311,6 +310,30 @@ TEST_F(OcclusionDisplay, LooksThroughTransparentSurfacesToWhatIsBehindThem)
     znRTRenderUtils::setRange(0.0f, 1e6f);
     EXPECT_LANES_EQ(fragment.colour.r, 0.0f, 0.0f, 0.0f, 0.0f);
     EXPECT_LANES_EQ(fragment.colour.g, 0.0f, 0.0f, 0.0f, 0.0f);
+}
+
+// The lid is farther away than half the size of what it covers, and stays so when something a
+// hundred times as large surrounds both.
+TEST_F(OcclusionDisplay, ReachesAsFarWithSurroundingsAsWithout)
+{
+    add(makeSquare(), material);
+    add(makeSquare(), material, makeTranslation(0.0f, 0.0f, 0.95f));
+    scene.build();
+    znRTRayDifferentialPacket ray(
+        znRTRayPacket({znFloatType<2>(0.3f), znFloatType<2>(0.1f), znFloatType<2>(0.5f)},
+                      znRTVector3fPacket(0.0f, 0.0f, -1.0f)));
+    ray.pixelX = ray.pixelY = znIntType<2>(0);
+    integrate<znRTAORenderingIntegrator>(ray);
+    EXPECT_LANES_EQ(fragment.colour.r, 1.0f, 1.0f, 1.0f, 1.0f);
+
+    other.environment = true;
+    osg::Matrix large = makeTranslation(0.0f, 0.0f, -100.0f);
+    large[0][0] = large[1][1] = 100.0f;
+    add(makeSquare(), other, large);
+    scene.build();
+    ASSERT_GT(znRTRenderUtils::getFullBoundingSphere().radius, 70.0f);
+    integrate<znRTAORenderingIntegrator>(ray);
+    EXPECT_LANES_EQ(fragment.colour.r, 1.0f, 1.0f, 1.0f, 1.0f);
 }
 
 TEST_F(DebugDisplay, GivesObjectsHuesAndTrianglesBrightnesses)

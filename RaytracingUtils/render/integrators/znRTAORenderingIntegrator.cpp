@@ -21,11 +21,13 @@ int raysPerHit()
 }
 
 /// Reach of occlusion. Without a range of its own a scene darkens what is near in relation to its
-/// size: over the whole scene closed rooms would be black.
+/// size: over the whole scene closed rooms would be black. What surrounds a scene is no part of its
+/// size.
 float occlusionReach()
 {
-    return std::min(znRTRenderUtils::s_maxDistance,
-                    0.5f * znRTRenderUtils::getFullBoundingSphere().radius);
+    const float size = znRTRenderUtils::getSceneBoundingSphere().radius;
+    const float radius = size > 0.0f ? size : znRTRenderUtils::getFullBoundingSphere().radius;
+    return std::min(znRTRenderUtils::s_maxDistance, 0.5f * radius);
 }
 
 /// Direction about +z with a density of cosine / pi.
