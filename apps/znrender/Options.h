@@ -56,7 +56,7 @@ struct ColorOptions
 /// Values that take the place of the scene's settings.
 struct QualityOptions
 {
-    /// 0 lights only, 1 blurred environment with shadows, 2 sampled environment, 3 all light
+    /// 0 light sources only, 1 blurred environment with shadows, 2 sampled environment, 3 all light
     std::optional<int> illumination;
     std::optional<int> bounces;
     std::optional<double> clamp;

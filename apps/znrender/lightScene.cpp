@@ -4,6 +4,7 @@
 #include "driver/studioLight.h"
 #include "driver/surroundings.h"
 #include "host/osg/EnvironmentAttachment.h"
+#include "host/osg/materials/UberMaterial.h"
 #include "host/znLog.h"
 #include "host/znRaytracingUtilsBase.h"
 #include "io/InputError.h"
@@ -99,7 +100,11 @@ SceneLight::SceneLight(const Options& options, io::SceneFile& scene, View& view)
 {
     const SurroundingOptions& wanted = options.surroundings;
     const osg::Ref<osg::UEnvironmentMaterial> own = environmentOf(scene);
-    lit = surroundings::hasLight(scene.root.get()) || own;
+    const bool hasSources = surroundings::hasLight(scene.root.get());
+    lit = hasSources || own;
+    if (!hasSources && options.quality.illumination == 0)
+        znLog::warning("--gi direct: the scene has no light sources, and its surroundings light "
+                       "nothing on this level");
     if (wanted.environment == "none" && !wanted.sun)
         return;
     const bool isGiven = !wanted.environment.empty() || wanted.sun;
@@ -193,17 +198,39 @@ void SceneLight::show() const
         environment->setPrimaryVisible(showsEnvironment);
 }
 
+namespace {
+
+/// Leaves materials with light sources alone: with all that a material does not take already.
+void leaveOutSurroundings()
+{
+    constexpr int directOnly = 4, nothing = 5;
+    const osg::FieldContainerFactory& factory = *osg::FieldContainerFactory::the();
+    const std::size_t count = factory.getContainerCount();
+    std::size_t found = 0;
+    for (u32 id = 1; found < count; ++id) {
+        const osg::FieldContainerPtr container = factory.getContainer(id);
+        found += bool(container);
+        if (const auto material = osg::UberMaterialPtr::dcast(container)) {
+            const bool takesDirectLight = material->getLightingMode() % 2 == 0;
+            material->setLightingMode(takesDirectLight ? directOnly : nothing);
+        }
+    }
+}
+
+} // namespace
+
 void applyPathOptions(const Options& options, znRaytracingUtilsBase& core)
 {
     const QualityOptions& quality = options.quality;
     if (quality.illumination) {
-        // The lowest level is the second lowest without the rays that find shadows.
+        // The lowest level is the second lowest without what surroundings bring.
         const int mode = std::max(1, *quality.illumination);
         core.setStillFrameQualityMode(mode);
         core.setInteractiveQualityMode(mode);
         if (*quality.illumination == 0) {
             core.setEnvironmentStillQuality(0);
             core.setEnvironmentInteractiveQuality(0);
+            leaveOutSurroundings();
         }
     }
     if (quality.bounces) {

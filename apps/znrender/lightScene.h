@@ -41,4 +41,5 @@ private:
 };
 
 /// What the options say of the paths that light takes; the rest stays as the scene has it.
+/// Materials that are already there leave out the light of surroundings where the options say so.
 void applyPathOptions(const Options& options, znRaytracingUtilsBase& core);

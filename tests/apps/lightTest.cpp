@@ -182,8 +182,8 @@ TEST(ZnRenderLight, ExposesByItsMeter)
     EXPECT_GT(meanOf(render(frontView(scene, light), {}, light), 11, 13), 1000.0);
 }
 
-// Under even surroundings a white square that stands alone shows nearly the same on every level. On
-// the floor of the studio, light between surfaces comes on top.
+// Under even surroundings a white square that stands alone shows nearly the same on every level
+// that takes their light. On the floor of the studio, light between surfaces comes on top.
 TEST(ZnRenderLight, FollowsLightAsFarAsItIsTold)
 {
     const TemporaryFolder folder;
@@ -197,8 +197,22 @@ TEST(ZnRenderLight, FollowsLightAsFarAsItIsTold)
     const double sampled = onSquare("environment");
     EXPECT_GT(sampled, 0.5);
     EXPECT_EQ(onSquare("2"), sampled);
-    EXPECT_EQ(onSquare("off"), onSquare("direct"));
-    EXPECT_EQ(onSquare("0"), onSquare("direct"));
+    EXPECT_GT(onSquare("ambient"), 0.5);
+    EXPECT_EQ(onSquare("off"), 0.0);
+    EXPECT_EQ(onSquare("0"), 0.0);
+    // They are seen nevertheless, and light sources shine as they do alone.
+    EXPECT_NEAR(
+        meanOf(render(frontView(scene, picture), {"--env", around, "--gi", "direct"}, picture), 0,
+               2),
+        1.0, 1e-3);
+    const std::string lamp = lampScene(folder, "lamp", 10.0);
+    const auto underLamp = [&](const std::string& environment) {
+        return meanOf(
+            render(frontView(lamp, picture), {"--env", environment, "--gi", "direct"}, picture), 11,
+            13);
+    };
+    EXPECT_GT(underLamp("none"), 0.1);
+    EXPECT_EQ(underLamp(around), underLamp("none"));
     EXPECT_NEAR(onSquare("full"), sampled, 0.1 * sampled);
 
     const auto inStudio = [&](const std::string& level) {
