@@ -219,7 +219,8 @@ znRTColorPacket znRTGlassMaterial::evaluateFresnel(const znFloatType<2>& cosine,
 {
     const znFloatType<2> one(1.0f), zero(0.0f);
     znRTColorPacket reflected(one);
-    if (hasReflectance) {
+    // What frosted glass passes is what its glossy lobe, which knows this formula alone, leaves.
+    if (hasReflectance || frosted) {
         // Schlick's formula takes the angle on the side of the smaller index.
         constexpr int green = 1;
         const znFloatType<2> eta = ratios.get(fromOutside, green);
