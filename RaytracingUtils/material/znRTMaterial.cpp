@@ -4,6 +4,7 @@
 #include "host/znRTRaytracingSettings.h"
 #include "material/ownEnvironmentHolders.h"
 #include "render/znRTMultilayerFragment.h"
+#include "texture/znRTTextureFunctions.h"
 
 #include <algorithm>
 
@@ -107,5 +108,8 @@ bool znRTMaterial::updateStaticSettings()
     const bool changed = renderer != s_renderer || depth != s_maxReflectionDepth;
     s_renderer = renderer;
     s_maxReflectionDepth = depth;
+    znRTTextureFunctions::s_useHighQualityTextureFiltering =
+        znRTRaytracingSettings::s_useHighQualityTextureFiltering;
+    znRTTextureFunctions::setSharpness(znRTRaytracingSettings::textureSharpness());
     return changed;
 }

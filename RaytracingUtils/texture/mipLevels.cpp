@@ -5,7 +5,7 @@
 #include <cmath>
 
 bool znRTTextureFunctions::s_useHighQualityTextureFiltering = true;
-float znRTTextureFunctions::s_textureSharpness = 0.0f;
+float znRTTextureFunctions::s_textureSharpness = 1.0f;
 float znRTTextureFunctions::s_ewaFilterRescale = 1.0f;
 
 namespace {
@@ -36,10 +36,11 @@ znFloatType<2> atLeastOne(znFloatType<2> x)
 
 } // namespace
 
-void znRTTextureFunctions::setSharpness(float octaves)
+void znRTTextureFunctions::setSharpness(float sharpness)
 {
-    s_textureSharpness = octaves;
-    s_ewaFilterRescale = std::exp2(-octaves);
+    constexpr float least = 1e-3f;
+    s_textureSharpness = sharpness > least ? sharpness : least;
+    s_ewaFilterRescale = 1.0f / s_textureSharpness;
 }
 
 znMipLevels znRTTextureFunctions::calculateMipMapLevel(const znRTTextureSampler& sampler,

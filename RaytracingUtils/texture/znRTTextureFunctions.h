@@ -13,11 +13,16 @@
 
 #include "core/znRTColorPacket.h"
 #include "core/znRTVector3fPacket.h"
+#include "host/znDistribution2D.h"
 #include "host/znRTTextureSampler.h"
-#include "texture/textureFootprint.h"
+#include "texture/textureProjections.h"
+
+#include <span>
 
 class znRTTextureAttributes;
+class znRTTriplanarTextureAttributes;
 struct znRTDifferentialGeometry;
+struct znTextureTasks;
 
 class znRTTextureFunctions
 {
@@ -58,6 +63,95 @@ public:
     static znRTColorPacket texture3DBilinear(const znRTTextureSampler& sampler,
                                              const znRTVector2fPacket& uv, const znFloatType<2>& w,
                                              const znFloatType<2>& mask);
+
+    // Projections through space. Position, normal and footprint of a neighbourhood are in the space
+    // of the projection; see znRTDataBlockPacket::setupTriplanarDifferentialGeometry.
+
+    /// By how the attribute lies on the surface: the texture coordinates in force, a plane or
+    /// cylinder, or three axes. Lanes that a projection does not reach show the border.
+    static znRTColorPacket texture2D(const znRTTextureSampler& sampler,
+                                     const znRTTextureAttributes& attributes,
+                                     const znRTDifferentialGeometry& dg,
+                                     const znFloatType<2>& mask);
+    /// At a place that a projection found.
+    static znRTColorPacket texture2D(const znRTTextureSampler& sampler, const znTexturePlace& place,
+                                     const znFloatType<2>& mask);
+    /// Through the sampler's matrix: x and y of the image are u and v. Lanes that face away from a
+    /// one-sided projection, or lie off its depth, are at (-1, -1) and not inside.
+    static znTexturePlace computePlanarTextureProjection(const znRTTextureSampler& sampler,
+                                                         const znRTDifferentialGeometry& dg,
+                                                         const znFloatType<2>& mask);
+    /// The same about the z axis of the matrix: u is the azimuth in turns plus a half, v the
+    /// height. Footprints across the seam are those of a cylinder without one.
+    static znTexturePlace computeCylindricalTextureProjection(const znRTTextureSampler& sampler,
+                                                              const znRTDifferentialGeometry& dg,
+                                                              const znFloatType<2>& mask);
+
+    /// Weights of the three axes. A normal along an axis shows that axis alone; near the diagonals
+    /// two of them mix over a band.
+    /// @param blendWidth  of the band, as a difference of cosines
+    /// @param weight      out: sum 1, and 0 in lanes off the mask
+    static void computeTriplanarBlend(const znRTVector3fPacket& normal, float blendWidth,
+                                      const znFloatType<2>& mask, znFloatType<2> weight[3]);
+    /// Coordinates along one axis. Along z, the image reads from outside as it is on both sides;
+    /// along x and y it is mirrored on both.
+    static znTexturePlace calculateTriplanarAxis(const znRTTriplanarTextureAttributes& attributes,
+                                                 int axis, const znRTDifferentialGeometry& dg);
+    /// The same with the steps of the position along u and v, in the plane across the axis.
+    static znTexturePlace computeTriplanarTextureProjectionCoordinates(
+        const znRTTriplanarTextureAttributes& attributes, int axis,
+        const znRTDifferentialGeometry& dg, znRTVector3fPacket& dPdu, znRTVector3fPacket& dPdv);
+    static znTriplanarProjection prepareTriplanar(const znRTTriplanarTextureAttributes& attributes,
+                                                  const znRTDifferentialGeometry& dg,
+                                                  const znFloatType<2>& mask);
+    static znRTColorPacket texture2DTriplanar(const znRTTextureSampler& sampler,
+                                              const znTriplanarProjection& projection,
+                                              const znFloatType<2>& mask);
+    /// Several images that lie alike.
+    /// @param colors  out: as many as samplers
+    static void texture2DTriplanar(std::span<const znRTTextureSampler* const> samplers,
+                                   const znTriplanarProjection& projection,
+                                   const znFloatType<2>& mask, znRTColorPacket* colors);
+    /// From the finest level alone.
+    static znRTColorPacket texture2DTriplanarLinear(const znRTTextureSampler& sampler,
+                                                    const znTriplanarProjection& projection,
+                                                    const znFloatType<2>& mask);
+
+    // Images as densities over the unit square: places are drawn in proportion to the image. The
+    // first number chooses the row, the second the place along it; results are (u, v).
+
+    /// @param pdf  out: density over the unit square
+    /// @return (0, 0) and density 0 in lanes off the mask
+    static znRTVector2fPacket remapSample(const znDistribution2D& distribution,
+                                          const znRTVector2fPacket& numbers, znFloatType<2>& pdf,
+                                          const znFloatType<2>& mask);
+    static znRTVector2fPacket remapSample(const znDistribution2DDouble& distribution,
+                                          const znRTVector2fPacket& numbers, znFloatType<2>& pdf,
+                                          const znFloatType<2>& mask);
+    /// The density at (u, v).
+    static znFloatType<2> remapPdf(const znDistribution2D& distribution,
+                                   const znRTVector2fPacket& uv, const znFloatType<2>& mask);
+    static znFloatType<2> remapPdf(const znDistribution2DDouble& distribution,
+                                   const znRTVector2fPacket& uv, const znFloatType<2>& mask);
+    /// One place of a row of cells.
+    /// @param index  out: the cell
+    static float getCDFSample(const znDistribution1D& distribution, float number, float& pdf,
+                              int& index);
+    static double getCDFSample(const znDistribution1DDouble& distribution, double number,
+                               double& pdf, int& index);
+    static znFloatType<2> getCDFSample2(const znDistribution1D& distribution,
+                                        const znFloatType<2>& numbers, znFloatType<2>& pdf,
+                                        znIntType<2>& index, const znFloatType<2>& mask);
+    static znFloatType<2> getCDFSample2(const znDistribution1DDouble& distribution,
+                                        const znFloatType<2>& numbers, znFloatType<2>& pdf,
+                                        znIntType<2>& index, const znFloatType<2>& mask);
+    /// Luminance of a texture as a density of a size of its own. On several threads.
+    /// @param sinWeighted  rows count by the sine of the polar angle: images of directions
+    /// @param tasks        to cancel by, see textureTasks.h; null for none
+    /// @return false after a cancel, with the distribution as it was
+    static bool calculateTransformedCdf(const znRTTextureSampler& sampler, int width, int height,
+                                        bool sinWeighted, znDistribution2D& distribution,
+                                        znTextureTasks* tasks = nullptr);
 
     // Directions. Faces of a cube are read as OpenGL reads them.
 
@@ -135,13 +229,13 @@ public:
                                              znMipLevels& levels);
 
     static bool s_useHighQualityTextureFiltering;
-    static float s_textureSharpness;       ///< octaves by which footprints are taken smaller
-    static float s_ewaFilterRescale;       ///< factor on footprints: 2^-sharpness, see setSharpness
+    static float s_textureSharpness;       ///< 1 neutral, above it sharper
+    static float s_ewaFilterRescale;       ///< factor on footprints: 1 / sharpness
     static float s_exposureScale;          ///< of ambient light and skies
     static znRTSampler2D s_dummyTexture2D; ///< without data
 
     /// Between frames.
-    static void setSharpness(float octaves);
+    static void setSharpness(float sharpness);
 
     znRTTextureFunctions() = delete;
 };

@@ -31,7 +31,7 @@ protected:
     ~MipLevels() override
     {
         F::s_useHighQualityTextureFiltering = true;
-        F::setSharpness(0.0f);
+        F::setSharpness(1.0f);
     }
 };
 
@@ -101,7 +101,7 @@ TEST_F(MipLevels, FollowTheShorterAxisWhenDirectionsCount)
     EXPECT_LANES_NEAR(seen.r, 2.0f, 1.0f, 1.0f, 1.5f, 1e-4f);
     EXPECT_LANES_NEAR(seen.a, 2.0f, 1.0f, 1.0f, 1.5f, 1e-4f);
 
-    F::setSharpness(1.0f);
+    F::setSharpness(2.0f);
     F::calculateEWAMipMapLevel(sampler, footprint, found);
     EXPECT_INT_LANES(found.level, 1, 0, 0, 0);
     sampler.maxAnisotropy = 1.0f;
