@@ -69,6 +69,7 @@ struct Parameters
     osg::Vec4f borderColor;
     int wrapS = 0, wrapT = 0, mappingType = 0, uvSet = 0, projectionSpace = 0;
     bool useInfiniteTiling = false, useOwnUV = false, cylindrical = false;
+    bool oneSided = false, limitDepth = false;
     osg::Matrix projection;
 
     bool operator==(const Parameters&) const = default;
@@ -116,6 +117,8 @@ Parameters parametersOf(const osg::UTextureSettings* settings, znTextureUse use)
     p.useInfiniteTiling = settings->getUseInfiniteTiling();
     p.useOwnUV = settings->getUseOwnUV();
     p.cylindrical = settings->getCylindrical();
+    p.oneSided = settings->getOneSided();
+    p.limitDepth = settings->getLimitDepth();
     p.projection = settings->getProjection();
     return p;
 }
@@ -174,6 +177,15 @@ struct SharedSampler
     void update(const osg::UTextureSettings& settings, const Parameters& next, znTextureUse use);
 };
 
+/// In which direction the projected z grows.
+znRTVector3f depthDirection(const znMatrix4x4& m)
+{
+    const float x = m[0][2], y = m[1][2], z = m[2][2];
+    const float length = std::sqrt(x * x + y * y + z * z);
+    return length > 0.0f ? znRTVector3f(x / length, y / length, z / length)
+                         : znRTVector3f(0.0f, 0.0f, 1.0f);
+}
+
 void SharedSampler::update(const osg::UTextureSettings& settings, const Parameters& next,
                            znTextureUse use)
 {
@@ -202,6 +214,9 @@ void SharedSampler::update(const osg::UTextureSettings& settings, const Paramete
     constexpr int projected = znRTTextureAttributes::mappingProjection;
     sampler->projectionMode = next.mappingType != projected ? 0 : next.cylindrical ? 2 : 1;
     sampler->projection = znMatrix4x4(next.projection);
+    sampler->projectionNormal = depthDirection(sampler->projection);
+    sampler->projectOneSide = next.oneSided;
+    sampler->limitDepth = next.limitDepth;
     sampler->isActive = next.isActive;
     if (sampler->prepareData() && reload && next.mipmaps && use != znTextureUse::height)
         sampler->createMipmaps();
@@ -249,6 +264,7 @@ void znRTMaterialSlots::begin(const osg::UTriplanarSettings* triplanar)
     else
         triplanarAttributes = {};
     ownMapping = nullptr;
+    liesAlongAxes = false;
     unitsPerMetre = znSceneDataManager::getUnitsPerMetre();
     wasFilled = true;
 }
@@ -272,7 +288,7 @@ void znRTMaterialSlots::assign(const char* name, const osg::UTextureSettingsPtr&
 
     slot->attributes = {};
     znRTTextureAttributes& a = slot->attributes;
-    a.setMappingType(p.mappingType);
+    a.setMappingType(liesAlongAxes ? int(znRTTextureAttributes::mappingTriplanar) : p.mappingType);
     a.uvSet = std::clamp(p.uvSet, 0, 7);
     a.useInfiniteTiling = p.useInfiniteTiling;
     a.repeat = settings ? znRTVector2f(p.repeat) : znRTVector2f(1.0f, 1.0f);
@@ -280,11 +296,21 @@ void znRTMaterialSlots::assign(const char* name, const osg::UTextureSettingsPtr&
     a.projectionSpace = p.projectionSpace;
     a.cylindrical = p.cylindrical;
     a.mapping = ownMapping                                                 ? ownMapping
-                : p.mappingType == znRTTextureAttributes::mappingTriplanar ? &triplanarAttributes
+                : a.mappingType == znRTTextureAttributes::mappingTriplanar ? &triplanarAttributes
                                                                            : nullptr;
     a.hasMapping = a.mapping != nullptr;
     a.hasTexture = active;
     attributes = &a;
+}
+
+void znRTMaterialSlots::layAlongAxes()
+{
+    liesAlongAxes = true;
+    for (const auto& [name, slot] : slots) {
+        slot->attributes.setMappingType(znRTTextureAttributes::mappingTriplanar);
+        slot->attributes.mapping = &triplanarAttributes;
+        slot->attributes.hasMapping = true;
+    }
 }
 
 void znRTMaterialSlots::replaceMapping(const char* name, znRTTextureMapping* mapping)

@@ -89,18 +89,30 @@ void znRTDataBlockPacket::updateCosIncidence(const znRTRayDifferentialPacket& ra
     cosIncidence = select(mask, -dot(ray.direction, dg.shadingNormal), cosIncidence);
 }
 
-void znRTDataBlockPacket::setupTriplanarDifferentialGeometry(znRTDifferentialGeometry& out) const
+void znRTDataBlockPacket::selectTextureSet(int set, znRTDifferentialGeometry& out) const
+{
+    if (set == 0 || !((uvValid >> set) & 1u))
+        return;
+    const TextureSetDerivatives& derivatives = uvDerivatives[set];
+    out.uv = uv[set];
+    out.dUVdx = derivatives.dUVdx;
+    out.dUVdy = derivatives.dUVdy;
+    out.dPdu = derivatives.dPdu;
+    out.dPdv = derivatives.dPdv;
+}
+
+void znRTDataBlockPacket::setupTriplanarDifferentialGeometry(znRTDifferentialGeometry& out,
+                                                             const znFloatType<2>& lanes) const
 {
     out = dg;
-    if (!anyLane(objectLanes))
+    if (!anyLane(lanes))
         return;
-    out.position.setMasked(objectPosition, objectLanes);
-    out.shadingNormal.setMasked(objectNormal, objectLanes);
+    out.position.setMasked(objectPosition, lanes);
+    out.shadingNormal.setMasked(objectNormal, lanes);
     out.geometricNormal.setMasked(
-        znRTVectorMath::transformAsNormal(dg.geometricNormal, nodeToWorld).getNormalized(),
-        objectLanes);
-    out.dPdx.setMasked(znRTVectorMath::transformAsDirection(dg.dPdx, worldToNode), objectLanes);
-    out.dPdy.setMasked(znRTVectorMath::transformAsDirection(dg.dPdy, worldToNode), objectLanes);
-    out.dPdu.setMasked(znRTVectorMath::transformAsDirection(dg.dPdu, worldToNode), objectLanes);
-    out.dPdv.setMasked(znRTVectorMath::transformAsDirection(dg.dPdv, worldToNode), objectLanes);
+        znRTVectorMath::transformAsNormal(dg.geometricNormal, nodeToWorld).getNormalized(), lanes);
+    out.dPdx.setMasked(znRTVectorMath::transformAsDirection(dg.dPdx, worldToNode), lanes);
+    out.dPdy.setMasked(znRTVectorMath::transformAsDirection(dg.dPdy, worldToNode), lanes);
+    out.dPdu.setMasked(znRTVectorMath::transformAsDirection(dg.dPdu, worldToNode), lanes);
+    out.dPdv.setMasked(znRTVectorMath::transformAsDirection(dg.dPdv, worldToNode), lanes);
 }

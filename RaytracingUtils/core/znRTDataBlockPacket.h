@@ -66,7 +66,16 @@ public:
 
     /// Neighbourhood for projections that stick to the object: position, normals and footprint in
     /// object space in the lanes of objectLanes, in world space in the others.
-    void setupTriplanarDifferentialGeometry(znRTDifferentialGeometry& out) const;
+    void setupTriplanarDifferentialGeometry(znRTDifferentialGeometry& out) const
+    {
+        setupTriplanarDifferentialGeometry(out, objectLanes);
+    }
+    /// The same, in object space in lanes of the caller's.
+    void setupTriplanarDifferentialGeometry(znRTDifferentialGeometry& out,
+                                            const znFloatType<2>& lanes) const;
+    /// Puts a further set of texture coordinates in force: coordinates, footprint and derivatives.
+    /// Surfaces without the set keep what they have.
+    void selectTextureSet(int set, znRTDifferentialGeometry& out) const;
 
     znRTVector3fPacket& position() { return dg.position; }
     const znRTVector3fPacket& position() const { return dg.position; }
@@ -95,6 +104,14 @@ public:
     znFloatType<2> b0;       ///< barycentric of the first vertex, 1 - u - v
 
     znRTVector2fPacket uv[maxTextureSets];
+    /// Footprints and derivatives of the sets behind the first, see selectTextureSet; filled where
+    /// dUVdx and dPdu are.
+    struct TextureSetDerivatives
+    {
+        znRTVector2fPacket dUVdx, dUVdy;
+        znRTVector3fPacket dPdu, dPdv;
+    };
+    TextureSetDerivatives uvDerivatives[maxTextureSets];
     u32 uvValid;           ///< bit per texture set that was filled
     u32 hasNodeTransforms; ///< not 0 when a hit node has a transform
 

@@ -27,19 +27,22 @@ znRTMesh::Edges znRTMesh::edgesOf(const Corners& corners) const
     edges.uv[0] = edges.uv[1] = znRTVector2fPacket(0.0f, 0.0f);
     edges.alongU = Step(1.0f, 0.0f);
     edges.alongV = Step(0.0f, 1.0f);
-    if (!texCoords[0])
-        return edges;
-    const znRTVector2fPacket uv1 = corners.uv[1] - corners.uv[0];
-    const znRTVector2fPacket uv2 = corners.uv[2] - corners.uv[0];
+    if (texCoords[0])
+        setTexture(edges, corners.uv);
+    return edges;
+}
+
+void znRTMesh::setTexture(Edges& edges, const znRTVector2fPacket (&uv)[3])
+{
+    const znRTVector2fPacket uv1 = uv[1] - uv[0], uv2 = uv[2] - uv[0];
     const znFloatType<2> determinant = uv1.x * uv2.y - uv1.y * uv2.x;
     const znFloatType<2> inverse = reciprocalOrZero(determinant);
     // Where the texture coordinates have no area, the barycentrics stand in.
     const znFloatType<2> hasArea = determinant != znFloatType<2>(0.0f);
     edges.uv[0] = uv1;
     edges.uv[1] = uv2;
-    edges.alongU = select(hasArea, Step(uv2.y * inverse, -uv1.y * inverse), edges.alongU);
-    edges.alongV = select(hasArea, Step(-uv2.x * inverse, uv1.x * inverse), edges.alongV);
-    return edges;
+    edges.alongU = select(hasArea, Step(uv2.y * inverse, -uv1.y * inverse), Step(1.0f, 0.0f));
+    edges.alongV = select(hasArea, Step(-uv2.x * inverse, uv1.x * inverse), Step(0.0f, 1.0f));
 }
 
 /// Least squares along the two edges: exact for offsets in the plane of the triangle.
@@ -85,6 +88,33 @@ void znRTMesh::fillDerivatives(const znRTRayDifferentialPacket& ray, znRTDataBlo
         fillTextureFootprint(data, edges, alongX, alongY, mask);
     if (needsNormals)
         fillNormalDerivatives(data, corners, edges, alongX, alongY);
+    if (attributes & vertexAttribute::textureCoordinates)
+        fillFurtherSets(data, corners, edges, alongX, alongY);
+}
+
+void znRTMesh::fillFurtherSets(znRTDataBlockPacket& data, const Corners& corners,
+                               const Edges& edges, const znRTVector2fPacket& alongX,
+                               const znRTVector2fPacket& alongY) const
+{
+    const znFloatType<2> mask = expandLanes(corners.lanes);
+    for (unsigned set = 1; set < s_textureSets; ++set) {
+        znRTDataBlockPacket::TextureSetDerivatives& out = data.uvDerivatives[set];
+        if (texCoords[set]) {
+            Edges own = edges;
+            setTexture(own, {gatherUV(set, corners, 0), gatherUV(set, corners, 1),
+                             gatherUV(set, corners, 2)});
+            out.dUVdx.setMasked(along(alongX, own.uv[0], own.uv[1]), mask);
+            out.dUVdy.setMasked(along(alongY, own.uv[0], own.uv[1]), mask);
+            out.dPdu.setMasked(along(own.alongU, own.position[0], own.position[1]), mask);
+            out.dPdv.setMasked(along(own.alongV, own.position[0], own.position[1]), mask);
+        } else if (corners.lanes != 15) {
+            // Another lane's mesh may have the set, which makes it valid for all.
+            out.dUVdx.setMasked({0.0f, 0.0f}, mask);
+            out.dUVdy.setMasked({0.0f, 0.0f}, mask);
+            out.dPdu.setMasked(data.dg.dPdu, mask);
+            out.dPdv.setMasked(data.dg.dPdv, mask);
+        }
+    }
 }
 
 void znRTMesh::fillTextureTangents(znRTDataBlockPacket& data, const Edges& edges,

@@ -129,6 +129,10 @@ private:
     };
 
     Edges edgesOf(const Corners& corners) const;
+    /// From three places of a texture.
+    static void setTexture(Edges& edges, const znRTVector2fPacket (&uv)[3]);
+    void fillFurtherSets(znRTDataBlockPacket& data, const Corners& corners, const Edges& edges,
+                         const znRTVector2fPacket& alongX, const znRTVector2fPacket& alongY) const;
     void fillDerivatives(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                          const Corners& corners, u32 requirements, u32 attributes) const;
     void fillTextureTangents(znRTDataBlockPacket& data, const Edges& edges,

@@ -9,41 +9,70 @@
 
 #include <algorithm>
 
+znRTAttributeTexture::Lies znRTAttributeTexture::layOf(const znRTTextureAttributes& attributes)
+{
+    if (attributes.mappingType == znRTTextureAttributes::mappingProjection)
+        return attributes.projectionSpace == 0 ? inObject : inWorld;
+    if (attributes.mappingType == znRTTextureAttributes::mappingTriplanar && attributes.mapping &&
+        attributes.mapping->typeId == znRTTextureMapping::triplanar) {
+        const auto& axes = static_cast<const znRTTriplanarTextureAttributes&>(*attributes.mapping);
+        return axes.space[0] == 0 ? inObject : inWorld;
+    }
+    return attributes.uvSet > 0 ? bySet : byFirstSet;
+}
+
 void znRTAttributeTexture::set(const znRTTextureSampler* newSampler, bool isActive,
                                const znRTTextureAttributes* newAttributes)
 {
     static znRTOnceWarning noPixels(
         "A texture has no pixels that can be read: its surface shows the uniform value.");
-    static znRTOnceWarning noProjection(
-        "Projected textures are not there yet: they follow the texture coordinates.");
     clear();
     if (newSampler && !isActive)
         noPixels();
     if (!newSampler || !isActive)
         return;
-    if (newAttributes && newAttributes->hasTextureProjection)
-        noProjection();
     sampler = newSampler;
-    uvSet = newAttributes
-                ? std::clamp(newAttributes->uvSet, 0, znRTDataBlockPacket::maxTextureSets - 1)
-                : 0;
+    attributes = newAttributes;
+    lies = attributes ? layOf(*attributes) : byFirstSet;
 }
 
 znRTColorPacket znRTAttributeTexture::fetch(const znRTDataBlockPacket& data,
                                             const znFloatType<2>& mask) const
 {
-    const znRTVector2fPacket& uv = uvSet == 0 ? data.dg.uv : data.uv[uvSet];
+    const bool hasFootprint = data.requirements & shadingRequirement::footprint;
+    if (lies == byFirstSet)
+        return hasFootprint ? znRTTextureFunctions::texture2D(*sampler, data.dg.uv,
+                                                              {data.dg.dUVdx, data.dg.dUVdy}, mask)
+                            : znRTTextureFunctions::texture2D(*sampler, data.dg.uv, mask);
+    if (lies != bySet)
+        return fetchProjected(data, mask);
+    const int set = std::min(attributes->uvSet, znRTDataBlockPacket::maxTextureSets - 1);
+    const bool hasSet = (data.uvValid >> set) & 1u;
+    const auto& [dUVdx, dUVdy, dPdu, dPdv] = data.uvDerivatives[set];
+    return !hasSet ? znRTTextureFunctions::texture2D(*sampler, data.dg.uv, mask)
+           : hasFootprint
+               ? znRTTextureFunctions::texture2D(*sampler, data.uv[set], {dUVdx, dUVdy}, mask)
+               : znRTTextureFunctions::texture2D(*sampler, data.uv[set], mask);
+}
+
+znRTColorPacket znRTAttributeTexture::fetchProjected(const znRTDataBlockPacket& data,
+                                                     const znFloatType<2>& mask) const
+{
+    const znFloatType<2> all = znFloatType<2>::allLanes();
+    znRTDifferentialGeometry dg;
+    data.setupTriplanarDifferentialGeometry(dg, !data.hasNodeTransforms ? znFloatType<2>::noLanes()
+                                                : lies == inObject      ? all
+                                                                        : data.objectLanes);
     if (!(data.requirements & shadingRequirement::footprint))
-        return znRTTextureFunctions::texture2D(*sampler, uv, mask);
-    // Further sets mostly lie on the surface as the first one does: its footprint serves them all.
-    return znRTTextureFunctions::texture2D(*sampler, uv, {data.dg.dUVdx, data.dg.dUVdy}, mask);
+        dg.dPdx = dg.dPdy = znRTVector3fPacket(0.0f, 0.0f, 0.0f);
+    return znRTTextureFunctions::texture2D(*sampler, *attributes, dg, mask);
 }
 
 znRTColorPacket znRTAttributeTexture::fetchPlain(const znRTDifferentialGeometry& dg,
                                                  const znFloatType<2>& mask) const
 {
-    return uvSet == 0 ? znRTTextureFunctions::texture2D(*sampler, dg.uv, mask)
-                      : znRTColorPacket(1.0f) & mask;
+    return lies == byFirstSet ? znRTTextureFunctions::texture2D(*sampler, dg.uv, mask)
+                              : znRTColorPacket(1.0f) & mask;
 }
 
 znRTColor znRTAttributeTexture::getMean() const
@@ -56,7 +85,9 @@ void znRTAttributeTexture::addRequirements(znRTMaterialState& state) const
 {
     if (!isActive())
         return;
-    state.materialAttributes |= vertexAttribute::textureCoordinates;
+    // Projections work with the position, and with the object's matrices, which come along.
+    if (!isProjected())
+        state.materialAttributes |= vertexAttribute::textureCoordinates;
     state.shadingRequirements |= shadingRequirement::footprint;
 }
 
@@ -64,6 +95,7 @@ void znRTAttributeTexture::addShadowRequirements(znRTMaterialState& state) const
 {
     if (!isActive())
         return;
-    state.transparencyAttributes |= vertexAttribute::textureCoordinates;
+    if (!isProjected())
+        state.transparencyAttributes |= vertexAttribute::textureCoordinates;
     state.shadowShadingRequirements |= shadingRequirement::footprint;
 }

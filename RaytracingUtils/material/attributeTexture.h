@@ -1,7 +1,8 @@
 #pragma once
 
-// An image that lies on a surface, as one attribute of a material reads it. Reading needs what
-// addRequirements asks the geometry for.
+// An image that lies on a surface, as one attribute of a material reads it: by a set of texture
+// coordinates, or projected through space. Reading needs what addRequirements asks the geometry
+// for.
 
 #include "core/znRTColorPacket.h"
 
@@ -20,11 +21,12 @@ public:
              const znRTTextureAttributes* newAttributes);
     void clear() { sampler = nullptr; }
     bool isActive() const { return sampler != nullptr; }
+    bool isProjected() const { return lies != byFirstSet && lies != bySet; }
 
     /// Colour at the hits; 0 outside the mask. Active textures only.
     znRTColorPacket fetch(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const;
-    /// The same where nothing is known but the first set of texture coordinates; 1 for textures
-    /// that read others.
+    /// The same where nothing is known but position and the first set of texture coordinates; 1 for
+    /// textures that lie otherwise.
     znRTColorPacket fetchPlain(const znRTDifferentialGeometry& dg,
                                const znFloatType<2>& mask) const;
     /// Mean colour of the image.
@@ -36,6 +38,13 @@ public:
     void addShadowRequirements(znRTMaterialState& state) const;
 
 private:
+    enum Lies { byFirstSet, bySet, inObject, inWorld };
+
+    static Lies layOf(const znRTTextureAttributes& attributes);
+    znRTColorPacket fetchProjected(const znRTDataBlockPacket& data,
+                                   const znFloatType<2>& mask) const;
+
     const znRTTextureSampler* sampler = nullptr;
-    int uvSet = 0;
+    const znRTTextureAttributes* attributes = nullptr; ///< null for the first set
+    Lies lies = byFirstSet;
 };

@@ -1,5 +1,8 @@
 #include "material/colorAttribute.h"
 
+#include "core/shadingRequirements.h"
+#include "core/znRTDataBlockPacket.h"
+#include "host/znRTMaterialState.h"
 #include "material/znRTBRDFMaterial.h"
 
 void znRTColorAttribute::set(const znRTVector3f& color, const osg::Spectrum* spectrum)
@@ -7,11 +10,23 @@ void znRTColorAttribute::set(const znRTVector3f& color, const osg::Spectrum* spe
     uniform = znRTBRDFMaterial::getSpectrum(spectrum, color);
 }
 
-znRTColorPacket znRTColorAttribute::fetchTextured(const znRTDataBlockPacket& data,
-                                                  const znFloatType<2>& mask) const
+void znRTColorAttribute::addRequirements(znRTMaterialState& state) const
 {
-    const znRTColorPacket texel = texture.fetch(data, mask);
-    return {texel.r * uniform.r, texel.g * uniform.g, texel.b * uniform.b, 1.0f};
+    texture.addRequirements(state);
+    if (hasVertexColors)
+        state.materialAttributes |= vertexAttribute::vertexColor;
+}
+
+znRTColorPacket znRTColorAttribute::fetchVarying(const znRTDataBlockPacket& data,
+                                                 const znFloatType<2>& mask) const
+{
+    znRTColorPacket color(uniform);
+    if (texture.isActive())
+        color *= texture.fetch(data, mask);
+    if (hasVertexColors)
+        color *= data.vertexColor & mask;
+    color.a = 1.0f;
+    return color;
 }
 
 znRTColor znRTColorAttribute::getMean() const

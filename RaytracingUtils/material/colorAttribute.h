@@ -10,7 +10,7 @@ namespace osg {
 class Spectrum;
 }
 
-/// A colour; an image is multiplied with it.
+/// A colour; an image is multiplied with it, and the colours of the vertices where they count.
 class znRTColorAttribute
 {
 public:
@@ -25,12 +25,17 @@ public:
         texture.set(sampler, isActive, attributes);
     }
     void set(const znRTColor& color) { uniform = color; }
+    /// Whether the colours of the vertices are factors; off at first.
+    void useVertexColors(bool use) { hasVertexColors = use; }
     const znRTAttributeTexture& getTexture() const { return texture; }
+    /// Adds what a shade has to know for image and vertices.
+    void addRequirements(znRTMaterialState& state) const;
 
     /// Colour at the hits; alpha is 1.
     znRTColorPacket fetch(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const
     {
-        return texture.isActive() ? fetchTextured(data, mask) : znRTColorPacket(uniform);
+        return texture.isActive() || hasVertexColors ? fetchVarying(data, mask)
+                                                     : znRTColorPacket(uniform);
     }
     const znRTColor& getUniform() const { return uniform; }
     /// Luminance of the surface's mean colour.
@@ -39,11 +44,11 @@ public:
     znRTColor getMean() const;
 
 private:
-    znRTColorPacket fetchTextured(const znRTDataBlockPacket& data,
-                                  const znFloatType<2>& mask) const;
+    znRTColorPacket fetchVarying(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const;
 
     znRTColor uniform{0.0f, 0.0f, 0.0f, 1.0f};
     znRTAttributeTexture texture;
+    bool hasVertexColors = false;
 };
 
 /// A number; an image, of which the red channel counts, takes its place.

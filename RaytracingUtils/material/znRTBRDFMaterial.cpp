@@ -28,6 +28,8 @@ constexpr float opaque = 0.99999f;
 constexpr float invisible = 0.0001f;
 /// Value of a cutout from which a surface is there.
 constexpr float solidFrom = 0.5f;
+/// Of the uses of vertex colours: their alpha counts, too.
+constexpr int vertexColorsAndOpacity = 2;
 
 znFloatType<2> weightOf(const znRTRayPacket& ray)
 {
@@ -86,7 +88,8 @@ bool znRTBRDFMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attribu
     // A surface brings no light of its own to what passes.
     transparencyColor = {within01(color.r), within01(color.g), within01(color.b), 1.0f};
     opacity = std::max(0.0f, 1.0f - photometricValue(transparencyColor));
-    attributes.transparent = opacity < opaque;
+    hasVertexOpacity = attributes.vertexColors == vertexColorsAndOpacity;
+    attributes.transparent = opacity < opaque || hasVertexOpacity;
 
     const znRTColor light = znRTLight::calculateLightSpectrum(
         attributes.incandescenceSpectrum, attributes.incandescenceIntensity,
@@ -146,6 +149,10 @@ void znRTBRDFMaterial::setPlainRequirements()
     }
     incandescenceTexture.addRequirements(materialState);
     occlusionTexture.addRequirements(materialState);
+    if (hasVertexOpacity)
+        materialState.transparencyAttributes |= vertexAttribute::vertexColor;
+    if (hasVertexOpacity || hasVertexEmission)
+        materialState.materialAttributes |= vertexAttribute::vertexColor;
     if (surfaceStructure->perturbs())
         materialState.materialAttributes |= vertexAttribute::bumpDefault;
 }
@@ -228,6 +235,11 @@ znRTColorPacket znRTBRDFMaterial::evaluateTransparencyColor(const znRTDataBlockP
         passed.clampRGB(zero, one);
         passed.a = maximum(one - luminance(passed), zero);
     }
+    if (hasVertexOpacity) {
+        const znFloatType<2> share = clamp01(data.vertexColor.a);
+        const auto behind = [&](const znFloatType<2>& x) { return one - share * (one - x); };
+        passed = {behind(passed.r), behind(passed.g), behind(passed.b), share * passed.a};
+    }
     if (cutoutTexture.isActive()) {
         const znFloatType<2> isSolid =
             cutoutTexture.fetch(data, mask).r >= znFloatType<2>(solidFrom);
@@ -262,6 +274,11 @@ znRTColorPacket znRTBRDFMaterial::evaluateEmissionColor(const znRTDataBlockPacke
     if (incandescenceTexture.isActive()) {
         emission *= incandescenceTexture.fetch(data, mask);
         emission.a = znFloatType<2>(incandescenceColor.a) & mask;
+    }
+    if (hasVertexEmission) {
+        emission.r *= data.vertexColor.r;
+        emission.g *= data.vertexColor.g;
+        emission.b *= data.vertexColor.b;
     }
     return emission;
 }

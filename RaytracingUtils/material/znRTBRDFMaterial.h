@@ -103,6 +103,8 @@ protected:
     float opacity = 1.0f;
     znRTColor incandescenceColor{0.0f, 0.0f, 0.0f, 1.0f};
     znRTAttributeTexture transparencyTexture, cutoutTexture, incandescenceTexture, occlusionTexture;
+    /// Colours of the vertices are factors on the opacity, on the emission.
+    bool hasVertexOpacity = false, hasVertexEmission = false;
     float occlusionIntensity = 1.0f;
     znRTColor occlusionColor{0.0f, 0.0f, 0.0f, 1.0f};
 };

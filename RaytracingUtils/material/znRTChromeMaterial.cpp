@@ -29,6 +29,7 @@ void znRTChromeMaterial::update()
         return;
     color.set(record.reflection, record.reflectionSpectrum, record.reflectionSampler,
               record.reflectionActive, record.reflectionAttributes);
+    color.useVertexColors(record.vertexColors != 0);
     readMetal(record, record.exponent);
 }
 
@@ -59,7 +60,7 @@ void znRTChromeMaterial::setupMetal(float exponent, u32 table, float reflectance
     texturedGlossyLobe.setSamplePower(znRTGlossinessTexture::exponentPower);
     setPlainRequirements();
     addMirrorRequirements(usesVertexTangents);
-    color.getTexture().addRequirements(materialState);
+    color.addRequirements(materialState);
     glossiness.getTexture().addRequirements(materialState);
 }
 

@@ -24,6 +24,7 @@ void znRTLightMaterial::update()
         record.emissiveComponentSpectrum, record.intensity, color.x, color.y, color.z);
     incandescenceTexture.set(record.emissiveComponentSampler, record.emissiveComponentActive,
                              record.emissiveComponentAttributes);
+    hasVertexEmission = record.vertexColors != 0;
     if (!changed)
         return;
     readColors(record);

@@ -56,6 +56,7 @@ void znRTSubstanceMaterial::readRecord(const Record& record)
              record.name##Attributes)
     ZN_SET_COLOR(baseColor);
     ZN_SET_COLOR(emissive);
+    baseColor.useVertexColors(record.vertexColors != 0);
     ZN_SET(metallic);
     ZN_SET(roughness);
     ZN_SET(specularLevel);
@@ -96,7 +97,7 @@ void znRTSubstanceMaterial::setupLobes()
 void znRTSubstanceMaterial::addTextureRequirements()
 {
     for (const znRTColorAttribute* color : {&baseColor, &emissive})
-        color->getTexture().addRequirements(materialState);
+        color->addRequirements(materialState);
     for (const znRTNumberAttribute* number :
          {&metallic, &roughness, &specularLevel, &ambientOcclusion, &surfaceOpacity,
           &anisotropyLevel, &anisotropyAngle})

@@ -1,21 +1,9 @@
 #include "material/znRTTriplanarMaterial.h"
 
 #include "host/osg/materials/lobeMaterials.h"
-#include "render/notAvailable.h"
 
 const znRTTypeId znRTTriplanarMaterial::id("znRTTriplanarMaterial");
 const znRTTypeId znRTReflectiveTriplanarMaterial::id("znRTReflectiveTriplanarMaterial");
-
-namespace {
-
-void tellOfProjections()
-{
-    static znRTOnceWarning notThere(
-        "Projections along the axes are not there yet: triplanar materials show uniform colours.");
-    notThere();
-}
-
-} // namespace
 
 znRTTriplanarMaterial::znRTTriplanarMaterial(const osg::MaterialPtr& material)
     : znRTPlasticMaterial(id, material)
@@ -31,7 +19,6 @@ void znRTTriplanarMaterial::update()
     auto& record = host->getRaytracingAttributes();
     if (!setRaytracingCommonSettings(record, true))
         return;
-    tellOfProjections();
     readColors(record);
     setupLobes(plasticLayerOf(record));
 }
@@ -50,7 +37,6 @@ void znRTReflectiveTriplanarMaterial::update()
     auto& record = host->getRaytracingAttributes();
     if (!setRaytracingCommonSettings(record, true))
         return;
-    tellOfProjections();
     readColors(record);
     readCoat(record);
     finish(plasticLayerOf(record), record.usesVertexTangents);

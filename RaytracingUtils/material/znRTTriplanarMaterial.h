@@ -1,7 +1,7 @@
 #pragma once
 
-// Plastic and coated plastic whose textures are projected along the axes. As long as there are no
-// projections they show their uniform colours, and say so once.
+// Plastic and coated plastic whose textures are projected along the axes: their slots say so, and
+// everything else is that of the plain kinds.
 
 #include "material/znRTReflectivePlasticMaterial.h"
 

@@ -15,9 +15,9 @@ void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::setupLobes(const znRTBxDFAttr
     blend.setup(record, unsigned(std::max(0, getEnvironmentQuality())));
     blend.setMix(diffuse.getPhotometricValue(), glossy.getPhotometricValue());
     setPlainRequirements();
+    diffuse.addRequirements(materialState);
     for (const znRTAttributeTexture* texture :
-         {&diffuse.getTexture(), &glossy.getTexture(), &translucency.getTexture(),
-          &glossiness.getTexture()})
+         {&glossy.getTexture(), &translucency.getTexture(), &glossiness.getTexture()})
         texture->addRequirements(materialState);
 }
 

@@ -58,6 +58,7 @@ protected:
         readOcclusion(record);
         readBump(record);
         ambient.set(record.ambient, record.ambientSpectrum);
+        diffuse.useVertexColors(record.vertexColors != 0);
         if constexpr (requires { record.glossinessActive; })
             glossiness.read(record);
         if constexpr (requires { record.translucencyMode; })

@@ -29,6 +29,10 @@ class UTextureSettings : public AttachmentContainer
     ZN_FLAG(useOwnUV, UseOwnUV, false)
     ZN_ENUM(projectionSpace, ProjectionSpace, 0, "object", "world")
     ZN_FLAG(cylindrical, Cylindrical, false) ///< projection; else planar
+    /// Surfaces that face away from the projection's z axis show the border.
+    ZN_FLAG(oneSided, OneSided, false)
+    /// A plane projects no further than 0.5 along its z axis.
+    ZN_FLAG(limitDepth, LimitDepth, false)
     /// World or object space to texture space of a projection.
     ZN_FIELD(Matrix, projection, Projection, osg::Matrix(), "",
              -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity())

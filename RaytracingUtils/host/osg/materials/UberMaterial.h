@@ -40,6 +40,8 @@
     R(COLOR, (transparencyColor, TransparencyColor, 0.0f, 0.0f, 0.0f))                             \
     R(TEXTURE, (transparency, Transparency, color))                                                \
     R(TEXTURE, (cutout, Cutout, data))                                                             \
+    /* Colours of the vertices: factors on the colour of the body, and on its opacity. */          \
+    R(CHOICE, (vertexColors, VertexColors, 0, "off", "color", "colorAndOpacity"))                  \
     /* Parameters of the fast preview; transparency and shininess of simple shading. */            \
     R(NUMBER, (float, analyticShininess, AnalyticShininess, 20.0f, "", 1e-3f, 1e6f))               \
     R(NUMBER, (float, analyticTransparency, AnalyticTransparency, 0.0f, "", 0.0f, 1.0f))           \

@@ -28,6 +28,7 @@ struct znRTTriplanarBlock
     void assignFrom(const M&, znRTMaterialSlots& slots)
     {
         triplanar = &slots.getTriplanar();
+        slots.layAlongAxes();
     }
 };
 

@@ -56,6 +56,8 @@ public:
     void setOwnMapping(znRTTextureMapping* mapping) { ownMapping = mapping; }
     /// The same for a slot that was assigned already; unknown names are ignored.
     void replaceMapping(const char* name, znRTTextureMapping* mapping);
+    /// All slots of the material lie along the three axes, whatever their settings say.
+    void layAlongAxes();
     /// Fills the three members of a slot. Without settings or image the slot is not active.
     void assign(const char* name, const osg::UTextureSettingsPtr& settings, znTextureUse use,
                 znRTTextureSampler*& sampler, bool& active,
@@ -76,5 +78,5 @@ private:
     znRTTriplanarTextureAttributes triplanarAttributes;
     znRTTextureMapping* ownMapping = nullptr;
     float unitsPerMetre = 1.0f;
-    bool wasFilled = false;
+    bool wasFilled = false, liesAlongAxes = false;
 };

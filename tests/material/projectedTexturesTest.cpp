@@ -1,0 +1,228 @@
+// Textures that do not follow the first set of coordinates: projected through space, laid along the
+// axes, on further sets; and colours of vertices.
+
+#include "host/osg/Image.h"
+#include "host/osg/UTextureSettings.h"
+#include "materialFixture.h"
+
+using namespace materialTest;
+
+namespace {
+
+using TexturePtr = osg::Ref<osg::UTextureSettings>;
+
+/// Grey texels, linear, nothing mixed beyond the edges.
+TexturePtr makeTexture(u32 width, u32 height, const std::vector<u8>& texels)
+{
+    const osg::Ref<osg::Image> image = osg::Image::create();
+    EXPECT_TRUE(
+        image->take(osg::Image::L, width, height, std::vector<u8>(texels), osg::Image::UInt8));
+    const TexturePtr texture = osg::UTextureSettings::create();
+    texture->setImage(image.get());
+    texture->setIsActive(true);
+    texture->setGamma(1.0f);
+    texture->setMipmaps(false);
+    texture->setWrapS(znRTTextureSampler::clamp);
+    texture->setWrapT(znRTTextureSampler::clamp);
+    return texture;
+}
+
+/// u = (x + 1) / 2, v = (y + 1) / 2 over the square, z as it is.
+osg::Matrix overSquare()
+{
+    osg::Matrix m;
+    m[0][0] = m[1][1] = 0.5f;
+    m[3][0] = m[3][1] = 0.5f;
+    return m;
+}
+
+const znFloatType<2> texelX(-0.75f, 0.75f, -0.75f, 0.75f), texelY(-0.6f, -0.6f, 0.6f, 0.6f);
+
+class ProjectedTextures : public MaterialTest
+{
+protected:
+    void place(const PhongPtr& material, const osg::Matrix& matrix)
+    {
+        squares.push_back(makeSquare());
+        squares.back()->setMaterial(material);
+        scene.add(squares.back().get(), matrix);
+        scene.scene->initMaterials();
+        scene.build();
+    }
+    znRTColorPacket seen() { return shade(texelX, texelY).color; }
+};
+
+} // namespace
+
+TEST_F(ProjectedTextures, ReadAPlaneInTheWorldOrWithTheObject)
+{
+    const PhongPtr material = makeDiffuse(1.0f);
+    const TexturePtr texture = makeTexture(2, 2, {0, 51, 102, 204});
+    texture->setMappingType(znRTTextureAttributes::mappingProjection);
+    texture->setProjection(overSquare());
+    texture->setProjectionSpace(1);
+    material->setDiffuseTexture(texture.get());
+    // Half a turn about the vertical.
+    osg::Matrix turned;
+    turned[0][0] = turned[1][1] = -1.0f;
+    place(material, turned);
+    addSun();
+    EXPECT_LANES_NEAR(seen().r, 0.0f, 0.2f, 0.4f, 0.8f, 1e-5f);
+    texture->setProjectionSpace(0);
+    scene.scene->applyMaterialChanges();
+    EXPECT_LANES_NEAR(seen().r, 0.8f, 0.4f, 0.2f, 0.0f, 1e-5f);
+}
+
+TEST_F(ProjectedTextures, LeaveTheBackOfAOneSidedPlaneToTheBorder)
+{
+    const PhongPtr material = makeDiffuse(1.0f);
+    const TexturePtr texture = makeTexture(2, 2, {51, 51, 51, 51});
+    texture->setMappingType(znRTTextureAttributes::mappingProjection);
+    osg::Matrix downward = overSquare();
+    downward[2][2] = -1.0f;
+    texture->setProjection(downward);
+    texture->setBorderColor(osg::Vec4f(0.5f, 0.5f, 0.5f, 1.0f));
+    material->setDiffuseTexture(texture.get());
+    place(material, osg::Matrix());
+    addSun();
+    EXPECT_LANES_NEAR(seen().r, 0.2f, 0.2f, 0.2f, 0.2f, 1e-5f);
+    texture->setOneSided(true);
+    scene.scene->applyMaterialChanges();
+    EXPECT_LANES_NEAR(seen().r, 0.5f, 0.5f, 0.5f, 0.5f, 1e-5f);
+}
+
+// The four texels lie around the axis, one in each quarter of the plane.
+TEST_F(ProjectedTextures, WindAroundACylinder)
+{
+    const PhongPtr material = makeDiffuse(1.0f);
+    const TexturePtr texture = makeTexture(4, 1, {51, 102, 153, 204});
+    texture->setMappingType(znRTTextureAttributes::mappingProjection);
+    texture->setCylindrical(true);
+    material->setDiffuseTexture(texture.get());
+    place(material, osg::Matrix());
+    addSun();
+    const znFloatType<2> x(-0.5f, 0.5f, 0.5f, -0.5f), y(-0.5001f, -0.5001f, 0.5001f, 0.5001f);
+    const float tolerance = 1e-3f; // of the middle of a texel
+    EXPECT_LANES_NEAR(shade(x, y).color.r, 0.2f, 0.4f, 0.6f, 0.8f, tolerance);
+}
+
+TEST_F(ProjectedTextures, LieAlongTheAxesOnTriplanarKinds)
+{
+    const auto triplanar = osg::UTriplanarMaterial::create();
+    triplanar->setDiffuse(gray(1.0f));
+    triplanar->setGlossy(gray(0.0f));
+    const TexturePtr texture = makeTexture(2, 2, {0, 51, 102, 204});
+    triplanar->setDiffuseTexture(texture.get());
+    const auto axes = osg::UTriplanarSettings::create();
+    axes->setTextureSize(osg::Vec2f(2.0f, 2.0f));
+    axes->setOffsetU(osg::Vec3f(0.5f, 0.5f, 0.5f));
+    axes->setOffsetV(osg::Vec3f(0.5f, 0.5f, 0.5f));
+    triplanar->setTriplanar(axes);
+    addSquare(triplanar);
+    addSun();
+    const znRTColorPacket color = seen();
+    // What the same square shows without an image.
+    triplanar->setDiffuseTexture(nullptr);
+    scene.scene->applyMaterialChanges();
+    const float white = seen().r[0];
+    EXPECT_GT(white, 0.5f);
+    EXPECT_LANES_NEAR(color.r * (1.0f / white), 0.0f, 0.2f, 0.4f, 0.8f, 2e-3f);
+}
+
+TEST_F(ProjectedTextures, DriveNumbersAndOpacityToo)
+{
+    const auto substance = osg::USubstanceMaterial::create();
+    substance->setBaseColor(gray(0.0f));
+    substance->setSpecularLevel(0.0f);
+    const TexturePtr texture = makeTexture(2, 2, {0, 51, 255, 204});
+    texture->setMappingType(znRTTextureAttributes::mappingProjection);
+    texture->setProjection(overSquare());
+    substance->setOpacityTexture(texture.get());
+    addSquare(substance);
+    znRTRenderUtils::s_backgroundColor = {1.0f, 1.0f, 1.0f, 0.0f};
+    EXPECT_LANES_NEAR(seen().r, 1.0f, 0.8f, 0.0f, 0.2f, 1e-5f);
+    // Shadow rays read it, too.
+    const PhongPtr below = makeDiffuse(0.5f);
+    addSquare(below, -1.0f);
+    addSun();
+    const znRTRayDifferentialPacket between(znRTRayPacket(znRTVector3fPacket(texelX, texelY, -0.5f),
+                                                          znRTVector3fPacket(0.0f, 0.0f, -1.0f)));
+    EXPECT_LANES_NEAR(shade(between).color.r, 0.5f, 0.4f, 0.0f, 0.1f, 1e-5f);
+    znRTRenderUtils::s_backgroundColor = {0.0f, 0.0f, 0.0f, 0.0f};
+}
+
+// Of a further set the footprint counts, not that of the first: here the first one is a thousandth
+// of its size.
+TEST_F(ProjectedTextures, FilterByTheFootprintOfTheirOwnSet)
+{
+    const PhongPtr material = makeDiffuse(1.0f);
+    std::vector<u8> stripes;
+    for (int i = 0; i < 64; ++i)
+        stripes.push_back(i & 1 ? 255 : 0);
+    const TexturePtr texture = makeTexture(64, 1, stripes);
+    texture->setMipmaps(true);
+    texture->setUvSet(2);
+    material->setDiffuseTexture(texture.get());
+    squares.push_back(makeSquare());
+    const std::vector<osg::Vec2f> tiny = {{0, 0}, {1e-3f, 0}, {1e-3f, 1e-3f}, {0, 1e-3f}};
+    const std::vector<osg::Vec2f> whole = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    squares.back()->setTexCoords(osg::GeoProperty::create(std::span<const osg::Vec2f>(tiny)));
+    squares.back()->setTexCoordSet(2, osg::GeoProperty::create(std::span<const osg::Vec2f>(whole)));
+    squares.back()->setMaterial(material);
+    scene.add(squares.back().get(), osg::Matrix());
+    scene.scene->initMaterials();
+    scene.build();
+    addSun();
+    // A pixel as wide as sixteen texels.
+    znRTRayDifferentialPacket ray = downward(texelX, texelY);
+    ray.hasDifferentials = true;
+    ray.rxOrigin = ray.origin + znRTVector3fPacket(0.5f, 0.0f, 0.0f);
+    ray.ryOrigin = ray.origin + znRTVector3fPacket(0.0f, 0.5f, 0.0f);
+    ray.rxDirection = ray.ryDirection = ray.direction;
+    EXPECT_LANES_NEAR(shade(ray).color.r, 0.5f, 0.5f, 0.5f, 0.5f, 0.01f);
+    const znRTDataBlockPacket data = blockOf(ray);
+    znRTDifferentialGeometry dg = data.dg;
+    data.selectTextureSet(2, dg);
+    EXPECT_LANES_NEAR(dg.dUVdx.x, 0.25f, 0.25f, 0.25f, 0.25f, 1e-5f);
+    EXPECT_LANES_NEAR(dg.dUVdy.y, 0.25f, 0.25f, 0.25f, 0.25f, 1e-5f);
+    data.selectTextureSet(5, dg);
+    EXPECT_LANES_NEAR(dg.dUVdx.x, 0.25f, 0.25f, 0.25f, 0.25f, 1e-5f) << "no such set";
+}
+
+TEST_F(ProjectedTextures, ShareTheSurfaceWithColoursOfVertices)
+{
+    const PhongPtr material = makeDiffuse(1.0f);
+    material->setVertexColors(1);
+    const TexturePtr texture = makeTexture(2, 1, {255, 51});
+    material->setDiffuseTexture(texture.get());
+    squares.push_back(makeSquare());
+    // Red grows to the right, green upwards; the alpha of the first two is a half.
+    const std::vector<osg::Vec4f> colors = {
+        {0, 0, 1, 0.5f}, {1, 0, 1, 0.5f}, {1, 1, 1, 0.5f}, {0, 1, 1, 0.5f}};
+    squares.back()->setColors(osg::GeoProperty::create(std::span<const osg::Vec4f>(colors)));
+    squares.back()->setMaterial(material);
+    scene.add(squares.back().get(), osg::Matrix());
+    scene.scene->initMaterials();
+    scene.build();
+    addSun();
+    znRTRenderUtils::s_backgroundColor = {3.0f, 3.0f, 3.0f, 0.0f};
+    znRTColorPacket color = seen();
+    EXPECT_LANES_NEAR(color.r, 0.125f, 0.2f * 0.875f, 0.125f, 0.2f * 0.875f, 1e-5f);
+    EXPECT_LANES_NEAR(color.g, 0.2f, 0.2f * 0.2f, 0.8f, 0.2f * 0.8f, 1e-5f);
+    EXPECT_LANES_NEAR(color.b, 1.0f, 0.2f, 1.0f, 0.2f, 1e-5f);
+    material->setVertexColors(2);
+    scene.scene->applyMaterialChanges();
+    color = seen();
+    EXPECT_LANES_NEAR(color.b, 2.0f, 1.6f, 2.0f, 1.6f, 1e-5f);
+    EXPECT_TRUE(scene.scene->createMaterial(material)->isTransparent());
+    znRTRenderUtils::s_backgroundColor = {0.0f, 0.0f, 0.0f, 0.0f};
+}
+
+TEST_F(ProjectedTextures, LeaveSurfacesWithoutColoursOfVerticesAsTheyAre)
+{
+    const PhongPtr material = makeDiffuse(0.5f);
+    material->setVertexColors(2);
+    addSquare(material);
+    addSun();
+    EXPECT_LANES_NEAR(seen().r, 0.5f, 0.5f, 0.5f, 0.5f, 1e-5f);
+}
