@@ -100,7 +100,7 @@ public:
     {
     }
 
-    void write() const
+    void write(bool hasVertexColors) const
     {
         if (type == "ULightMaterial")
             writeLight();
@@ -114,6 +114,11 @@ public:
             writeEmission();
             writeNormals();
             writeAlpha();
+        }
+        if (hasVertexColors) {
+            enum { color = 1, colorAndOpacity = 2 };
+            fields.number("vertexColors",
+                          s.alpha == GltfSurface::Alpha::blend ? colorAndOpacity : color);
         }
     }
 
@@ -288,9 +293,31 @@ GltfMaterials::GltfMaterials(GltfDocument& document_, GltfTextures& textures_)
             variants.push_back(text(variant, "name"));
 }
 
-osg::MaterialPtr GltfMaterials::byNumber(std::optional<u64> index)
+void GltfMaterials::decodeImagesAhead()
 {
-    const auto [found, isNew] = materials.try_emplace(index);
+    std::set<u64> used;
+    const auto use = [&](const Json& object) {
+        if (const auto index = wholeNumber(object, "material"))
+            used.insert(*index);
+    };
+    for (const Json& mesh : listOf(document.getRoot(), "meshes"))
+        for (const Json& primitive : listOf(mesh, "primitives")) {
+            try {
+                use(primitive);
+                if (const Json* block = extension(primitive, "KHR_materials_variants"))
+                    for (const Json& mapping : listOf(*block, "mappings"))
+                        use(mapping);
+            } catch (const GltfFault&) {
+                // Told of when the primitive is read.
+            }
+        }
+    textures.decodeAhead(used);
+}
+
+osg::MaterialPtr GltfMaterials::byNumber(const Key& key)
+{
+    const std::optional<u64> index = key.index;
+    const auto [found, isNew] = materials.try_emplace(key);
     if (!isNew)
         return found->second;
     // Meshes without a material: a matt white dielectric, which shows their form best.
@@ -300,15 +327,16 @@ osg::MaterialPtr GltfMaterials::byNumber(std::optional<u64> index)
     if (name.empty())
         name = index ? fmt::format("material{}", *index) : "default";
     try {
-        found->second = read(description, name);
+        found->second = read(description, name, key.hasVertexColors);
     } catch (const GltfFault& fault) {
         document.warn(fmt::format("material \"{}\" takes its defaults: {}", name, fault.what()));
-        found->second = read(usual, name);
+        found->second = read(usual, name, key.hasVertexColors);
     }
     return found->second;
 }
 
-osg::Ref<osg::Material> GltfMaterials::read(const Json& description, const std::string& name)
+osg::Ref<osg::Material> GltfMaterials::read(const Json& description, const std::string& name,
+                                            bool hasVertexColors)
 {
     const GltfSurface surface(description);
     const Rule rule = ruleFor(surface);
@@ -319,7 +347,7 @@ osg::Ref<osg::Material> GltfMaterials::read(const Json& description, const std::
     setName(material.get(), name);
     {
         const osg::EditScope edit(material.get());
-        SurfaceWriter(*material, surface, textures).write();
+        SurfaceWriter(*material, surface, textures).write(hasVertexColors);
     }
     const std::string label = printable(document.getName()) + ": material \"" + printable(name);
     znLog::info(fmt::format("{}\" becomes {}: {}", label, rule.type, rule.reason).c_str());
@@ -330,27 +358,31 @@ osg::Ref<osg::Material> GltfMaterials::read(const Json& description, const std::
 
 osg::MaterialPtr GltfMaterials::get(const Json& primitive)
 {
+    const Json* attributes = member(primitive, "attributes");
+    const bool hasVertexColors = attributes && member(*attributes, "COLOR_0");
     osg::MaterialPtr usual;
     try {
-        usual = byNumber(wholeNumber(primitive, "material"));
+        usual = byNumber({wholeNumber(primitive, "material"), hasVertexColors});
     } catch (const GltfFault& fault) {
         document.warn(fmt::format("a default material is used: {}", fault.what()));
-        usual = byNumber(std::nullopt);
+        usual = byNumber({std::nullopt, hasVertexColors});
     }
     const Json* block = extension(primitive, "KHR_materials_variants");
     if (!block || variants.empty())
         return usual;
-    switches.push_back(variantSwitch(listOf(*block, "mappings"), usual));
+    switches.push_back(variantSwitch(listOf(*block, "mappings"), usual, hasVertexColors));
     return switches.back() ? switches.back().get() : usual;
 }
 
 osg::Ref<osg::Material> GltfMaterials::variantSwitch(const Json& mappings,
-                                                     const osg::MaterialPtr& usual)
+                                                     const osg::MaterialPtr& usual,
+                                                     bool hasVertexColors)
 {
     // Without a variant the primitive keeps its usual material: the choice behind the others.
     std::vector<osg::FieldContainerPtr> choices(variants.size() + 1, usual);
     for (const Json& mapping : mappings) {
-        const osg::MaterialPtr material = byNumber(wholeNumber(mapping, "material"));
+        const osg::MaterialPtr material =
+            byNumber({wholeNumber(mapping, "material"), hasVertexColors});
         for (const Json& variant : listOf(mapping, "variants"))
             if (variant.is_number_unsigned() && variant.get<u64>() < variants.size())
                 choices[variant.get<u64>()] = material;

@@ -31,17 +31,30 @@ public:
     /// when no kind of material can be created at all.
     osg::MaterialPtr get(const Json& primitive);
 
+    /// Decodes the images of all materials that meshes of the file use, on all cores.
+    void decodeImagesAhead();
+
     const std::vector<std::string>& getVariants() const { return variants; }
 
 private:
-    osg::MaterialPtr byNumber(std::optional<u64> index);
-    osg::Ref<osg::Material> read(const Json& description, const std::string& name);
-    osg::Ref<osg::Material> variantSwitch(const Json& mappings, const osg::MaterialPtr& usual);
+    /// A material of the file, null for none, and whether the vertices have colours.
+    struct Key
+    {
+        std::optional<u64> index;
+        bool hasVertexColors;
+        auto operator<=>(const Key&) const = default;
+    };
+
+    osg::MaterialPtr byNumber(const Key& key);
+    osg::Ref<osg::Material> read(const Json& description, const std::string& name,
+                                 bool hasVertexColors);
+    osg::Ref<osg::Material> variantSwitch(const Json& mappings, const osg::MaterialPtr& usual,
+                                          bool hasVertexColors);
 
     GltfDocument& document;
     GltfTextures& textures;
     std::vector<std::string> variants;
-    std::map<std::optional<u64>, osg::Ref<osg::Material>> materials;
+    std::map<Key, osg::Ref<osg::Material>> materials;
     std::vector<osg::Ref<osg::Material>> switches;
 };
 

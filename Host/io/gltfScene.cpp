@@ -62,6 +62,7 @@ SceneFile GltfScene::read()
     scene.root = osg::Node::create(turnToZUp(), fileNameOf(document.getName()));
     scene.variants = materials.getVariants();
     createNodes(scene);
+    materials.decodeImagesAhead();
     for (const u64 index : inScene)
         fillNode(scene, index);
     scene.cameras = scene::findCameras(scene.root.get());

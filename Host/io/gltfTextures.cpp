@@ -1,38 +1,18 @@
 #include "io/gltfTextures.h"
 
 #include "io/InputError.h"
-#include "io/imageReader.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <fmt/format.h>
 #include <numbers>
+#include <string_view>
+#include <tbb/parallel_for.h>
 
 namespace io {
 
 namespace {
-
-/// The same pixels as a container of the scene: rows from the bottom to the top.
-osg::Ref<osg::Image> toSceneImage(const ImageData& source)
-{
-    static constexpr u32 formats[5] = {0, osg::Image::L, osg::Image::LA, osg::Image::RGB,
-                                       osg::Image::RGBA};
-    static constexpr u32 types[4] = {osg::Image::UInt8, osg::Image::UInt16, osg::Image::Float16,
-                                     osg::Image::Float32};
-    if (source.channels == 0 || source.channels > 4)
-        throw GltfFault(fmt::format("has {} channels", source.channels));
-    std::vector<u8> pixels(source.values.size());
-    const u64 row = source.getRowSize();
-    for (u64 y = 0; y < source.height; ++y)
-        std::memcpy(pixels.data() + y * row, source.values.data() + (source.height - 1 - y) * row,
-                    row);
-    const osg::Ref<osg::Image> image = osg::Image::create();
-    if (!image->take(formats[source.channels], source.width, source.height, std::move(pixels),
-                     types[int(source.type)]))
-        throw GltfFault("has no pixels");
-    return image;
-}
 
 int wrapModeOf(u64 mode)
 {
@@ -79,30 +59,111 @@ std::optional<u64> GltfTextures::imageOf(const Json& texture) const
     return wholeNumber(texture, "source");
 }
 
+EncodedImage GltfTextures::encodedImage(u64 index)
+{
+    const Json& description = document.element("images", index);
+    EncodedImage encoded;
+    encoded.name = fmt::format("image {} of {}", index, document.getName());
+    if (const auto view = wholeNumber(description, "bufferView"))
+        encoded.bytes = document.bufferView(*view).bytes;
+    else {
+        encoded.ownBytes = document.readUri(text(description, "uri"));
+        encoded.bytes = encoded.ownBytes;
+    }
+    return encoded;
+}
+
+osg::Ref<osg::Image> GltfTextures::sceneImage(u64 index, DecodedImage&& decoded)
+{
+    if (!decoded.fault.empty())
+        throw GltfFault(decoded.fault);
+    static constexpr u32 formats[5] = {0, osg::Image::L, osg::Image::LA, osg::Image::RGB,
+                                       osg::Image::RGBA};
+    static constexpr u32 types[4] = {osg::Image::UInt8, osg::Image::UInt16, osg::Image::Float16,
+                                     osg::Image::Float32};
+    ImageData& pixels = decoded.pixels;
+    if (pixels.channels == 0 || pixels.channels > 4)
+        throw GltfFault(fmt::format("has {} channels", pixels.channels));
+    // What a file says of its curve does not count here: the slot decides.
+    const osg::Ref<osg::Image> result = osg::Image::create();
+    if (!result->take(formats[pixels.channels], pixels.width, pixels.height,
+                      std::move(pixels.values), types[int(pixels.type)]))
+        throw GltfFault("has no pixels");
+    const Json& description = document.element("images", index);
+    const std::string uri = text(description, "uri");
+    if (!uri.starts_with("data:"))
+        result->setFileName(uri);
+    setName(result.get(), text(description, "name"));
+    return result;
+}
+
 osg::ImagePtr GltfTextures::image(u64 index)
 {
     const auto [found, isNew] = images.try_emplace(index);
     if (!isNew)
         return found->second;
-    const Json& description = document.element("images", index);
-    const std::string label = fmt::format("image {} of {}", index, document.getName());
     try {
-        ImageData data;
-        if (const auto view = wholeNumber(description, "bufferView"))
-            data = readImage(document.bufferView(*view).bytes, label, document.getLimits());
-        else {
-            const std::vector<u8> bytes = document.readUri(text(description, "uri"));
-            data = readImage(bytes, label, document.getLimits());
-        }
-        found->second = toSceneImage(data);
-        const std::string uri = text(description, "uri");
-        if (!uri.starts_with("data:"))
-            found->second->setFileName(uri);
-        setName(found->second.get(), text(description, "name"));
+        const EncodedImage encoded = encodedImage(index);
+        found->second =
+            sceneImage(index, std::move(decodeImages({&encoded, 1}, document.getLimits())[0]));
     } catch (const InputError& error) {
         throw GltfFault(error.what());
     }
     return found->second;
+}
+
+namespace {
+
+/// Numbers of the textures that a material refers to, in any of its blocks.
+void findTextures(const Json& block, std::set<u64>& textures)
+{
+    constexpr std::string_view suffix = "Texture";
+    for (const auto& [key, value] : block.items()) {
+        if (!value.is_object())
+            continue;
+        if (std::string_view(key).ends_with(suffix)) {
+            if (const std::optional<u64> index = wholeNumber(value, "index"))
+                textures.insert(*index);
+        } else
+            findTextures(value, textures);
+    }
+}
+
+} // namespace
+
+void GltfTextures::decodeAhead(const std::set<u64>& materials)
+{
+    std::set<u64> wanted;
+    std::vector<u64> numbers;
+    std::vector<EncodedImage> encoded;
+    // Whatever is wrong is told of by the material that asks.
+    const auto quietly = [](auto&& attempt) {
+        try {
+            attempt();
+        } catch (const GltfFault&) {
+        } catch (const InputError&) {
+        }
+    };
+    std::set<u64> textures;
+    for (const u64 material : materials)
+        quietly([&] { findTextures(document.element("materials", material), textures); });
+    for (const u64 texture : textures)
+        quietly([&] {
+            if (const auto source = imageOf(document.element("textures", texture)))
+                wanted.insert(*source);
+        });
+    for (const u64 index : wanted)
+        if (!images.contains(index))
+            quietly([&] {
+                encoded.push_back(encodedImage(index));
+                numbers.push_back(index);
+            });
+    std::vector<DecodedImage> decoded = decodeImages(encoded, document.getLimits());
+    for (std::size_t i = 0; i < decoded.size(); ++i)
+        quietly([&] {
+            osg::Ref<osg::Image> result = sceneImage(numbers[i], std::move(decoded[i]));
+            images[numbers[i]] = std::move(result);
+        });
 }
 
 osg::ImagePtr GltfTextures::channelImage(u64 index, const Channel& channel)
@@ -116,9 +177,9 @@ osg::ImagePtr GltfTextures::channelImage(u64 index, const Channel& channel)
     const u32 width = source->getWidth(), height = source->getHeight();
     const bool isWide = source->getDataType() != osg::Image::UInt8;
     std::vector<u8> pixels(u64(width) * height * (isWide ? sizeof(float) : 1));
-    u64 at = 0;
-    for (u32 y = 0; y < height; ++y)
-        for (u32 x = 0; x < width; ++x, ++at) {
+    tbb::parallel_for(u32(0), height, [&](u32 y) {
+        for (u32 x = 0; x < width; ++x) {
+            const u64 at = u64(y) * width + x;
             float value = channel.offset + channel.factor * source->getPixel(x, y)[channel.channel];
             if (channel.threshold != noThreshold)
                 value = value >= channel.threshold ? 1.0f : 0.0f;
@@ -127,6 +188,7 @@ osg::ImagePtr GltfTextures::channelImage(u64 index, const Channel& channel)
             else
                 pixels[at] = u8(std::lround(std::clamp(value, 0.0f, 1.0f) * 255.0f));
         }
+    });
     found->second = osg::Image::create();
     found->second->take(osg::Image::L, width, height, std::move(pixels),
                         isWide ? osg::Image::Float32 : osg::Image::UInt8);

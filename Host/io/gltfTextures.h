@@ -1,12 +1,14 @@
 #pragma once
 
-// Images and texture slots of a glTF file. An image is decoded once, and only when a material asks
-// for it.
+// Images and texture slots of a glTF file. An image is decoded once, and only if a material that is
+// in use refers to it.
 
 #include "host/osg/UTextureSettings.h"
+#include "io/decodeImages.h"
 #include "io/gltfDocument.h"
 
 #include <map>
+#include <set>
 
 namespace io {
 
@@ -14,6 +16,10 @@ class GltfTextures
 {
 public:
     explicit GltfTextures(GltfDocument& document_) : document(document_) {}
+
+    /// Decodes the images of some materials on all cores. Others are decoded when they are asked
+    /// for, and so are these without this call.
+    void decodeAhead(const std::set<u64>& materials);
 
     /// What the values of an image mean.
     enum class Kind { color, data };
@@ -42,6 +48,8 @@ private:
 
     std::optional<u64> imageOf(const Json& texture) const;
     osg::ImagePtr image(u64 index);
+    EncodedImage encodedImage(u64 index);
+    osg::Ref<osg::Image> sceneImage(u64 index, DecodedImage&& decoded);
     osg::ImagePtr channelImage(u64 index, const Channel& channel);
     osg::Ref<osg::UTextureSettings> makeSlot(const Json& block, const char* textureMember,
                                              Kind kind, const Channel* channel);

@@ -267,6 +267,117 @@ TEST(GltfTextures, FollowTheTransformOfTheirCoordinates)
     }
 }
 
+TEST(GltfMaterials, TakeColoursOfVerticesOnlyWhereTheyAre)
+{
+    GltfBuilder file = withMaterial(pbr(0.0, 1.0));
+    const int plain = file.triangle();
+    file.root["meshes"][plain]["primitives"][0]["material"] = 0;
+    file.root["meshes"][plain]["primitives"][0]["attributes"]["COLOR_0"] =
+        file.accessor(std::vector<float>(12, 0.5f), "VEC4", 4, GltfBuilder::real);
+    file.node({{"mesh", plain}});
+    const auto usesOf = [](const io::SceneFile& scene) {
+        std::vector<int> uses;
+        for (const FoundGeometry& found : geometriesOf(scene)) {
+            const osg::MaterialPtr material = found.geometry->getMaterial();
+            uses.push_back(
+                std::get<int>(material->getType().findField("vertexColors")->get(*material)));
+        }
+        return uses;
+    };
+    const io::SceneFile opaque = readGltfText(file.text());
+    EXPECT_EQ(usesOf(opaque), (std::vector<int>{0, 1}));
+    file.root["materials"][0]["alphaMode"] = "BLEND";
+    const io::SceneFile blended = readGltfText(file.text());
+    EXPECT_EQ(usesOf(blended), (std::vector<int>{0, 2}));
+}
+
+// The wrap modes of the format and ours: clamp 3, mirrored 1, repeat 0, which is also the default.
+TEST(GltfTextures, WrapAsTheirSamplerSays)
+{
+    const std::pair<int, int> modes[] = {{33071, 3}, {33648, 1}, {10497, 0}, {0, 0}};
+    for (const auto& [mode, expected] : modes) {
+        GltfBuilder file = withMaterial(pbr(0.0, 1.0, {{"baseColorTexture", {{"index", 0}}}}),
+                                        {{255, 255, 255, 255}});
+        if (mode) {
+            file.root["samplers"] = {{{"wrapS", mode}, {"wrapT", mode}, {"minFilter", 9729}}};
+            file.root["textures"][0]["sampler"] = 0;
+        }
+        const Imported imported(file);
+        const auto texture = imported.texture("baseColorTexture");
+        ASSERT_TRUE(texture);
+        EXPECT_EQ(texture->getWrapS(), expected);
+        EXPECT_EQ(texture->getWrapT(), expected);
+        EXPECT_EQ(texture->getMipmaps(), mode == 0);
+    }
+}
+
+TEST(GltfTextures, AreReadAtAnyShape)
+{
+    // One texel, a column, and as wide as large images are.
+    for (const auto& [width, height] : {std::pair<u16, u16>(1, 1), {1, 7}, {16384, 1}}) {
+        const std::vector<std::array<u8, 4>> pixels(std::size_t(width) * height, {10, 20, 30, 255});
+        const Imported imported(withMaterial(pbr(0.0, 1.0, {{"baseColorTexture", {{"index", 0}}}}),
+                                             pixels, width, height));
+        const auto texture = imported.texture("baseColorTexture");
+        ASSERT_TRUE(texture);
+        EXPECT_EQ(texture->getImage()->getWidth(), width);
+        EXPECT_EQ(texture->getImage()->getHeight(), height);
+        EXPECT_EQ(texture->getImage()->getPixel(width - 1u, height - 1u)[2], 30.0f / 255.0f);
+    }
+}
+
+// Grey with alpha becomes colour with alpha; a byte of the file is a byte of memory.
+TEST(GltfTextures, KeepTheTypeOfTheirFile)
+{
+    GltfBuilder file =
+        withMaterial(pbr(0.0, 1.0, {{"baseColorTexture", {{"index", 0}}}}), {{9, 9, 9, 128}});
+    // Plain grey, one byte per pixel.
+    std::vector<u8> grey{0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 1, 0, 8, 0x20, 40, 200};
+    file.root["images"][0]["bufferView"] = file.bufferView(grey);
+    const Imported imported(file);
+    const auto texture = imported.texture("baseColorTexture");
+    ASSERT_TRUE(texture);
+    EXPECT_EQ(texture->getImage()->getPixelFormat(), osg::Image::L);
+    EXPECT_EQ(texture->getImage()->getDataType(), osg::Image::UInt8);
+    EXPECT_EQ(texture->getImage()->getSize(), 2u);
+}
+
+// Several cores decode the images of all materials before the first is asked for.
+TEST(GltfTextures, BelongToTheirMaterialsHoweverManyThereAre)
+{
+    constexpr int count = 24;
+    GltfBuilder file;
+    const int broken = 5;
+    for (int i = 0; i < count; ++i) {
+        const int mesh = file.triangle();
+        file.root["meshes"][mesh]["primitives"][0]["material"] = i;
+        file.node({{"mesh", mesh}});
+        const u8 value = u8(10 * i);
+        std::vector<u8> image = tga(1, 1, {{value, value, value, 255}});
+        if (i == broken)
+            image.resize(19);
+        file.root["images"].push_back({{"bufferView", file.bufferView(image)}});
+        file.root["textures"].push_back({{"source", i}});
+        file.root["materials"].push_back(pbr(0.0, 1.0, {{"baseColorTexture", {{"index", i}}}}));
+    }
+    LogCatcher log;
+    const io::SceneFile scene = readGltfText(file.text());
+    const auto found = geometriesOf(scene);
+    ASSERT_EQ(found.size(), std::size_t(count));
+    for (int i = 0; i < count; ++i) {
+        const osg::MaterialPtr material = found[std::size_t(i)].geometry->getMaterial();
+        const auto* field = material->getType().findField("baseColorTexture");
+        const auto texture = field ? osg::UTextureSettings::Ptr::dcast(
+                                         std::get<osg::FieldContainerPtr>(field->get(*material)))
+                                   : osg::UTextureSettings::Ptr();
+        EXPECT_EQ(bool(texture), i != broken) << i;
+        if (texture) {
+            EXPECT_EQ(texture->getImage()->getPixel(0, 0)[0], float(10 * i) / 255.0f);
+        }
+    }
+    EXPECT_NE(log.warnings.find("image 5"), std::string::npos) << log.warnings;
+}
+
 TEST(GltfMaterials, MakeASwitchOfVariants)
 {
     GltfBuilder file = withMaterial(pbr(0, 0.9));
