@@ -1,6 +1,11 @@
 // How many places of a texture are read in a second: by storage type and filter, for neighbouring
 // places and for random ones, beside a plain loop over single places in the same run. One thread.
 // One line of JSON per case; rates are millions of places a second, the median of the repeats.
+//
+//   textures [REPEATS]
+//   textures frame [REPEATS]   whole frames instead, see texturedFrames.h
+
+#include "texturedFrames.h"
 
 #include "texture/znRTTextureFunctions.h"
 
@@ -171,6 +176,11 @@ const Filter filters[] = {
 
 int main(int argc, char** argv)
 {
+    if (argc > 1 && std::strcmp(argv[1], "frame") == 0) {
+        const int repeats = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
+        std::cout << measureTexturedFrames(repeats).dump() << '\n';
+        return 0;
+    }
     const int repeats = argc > 1 ? std::max(1, std::atoi(argv[1])) : 9;
     bool agrees = true;
     const std::pair<int, const char*> types[] = {{Sampler::typeRGBA8, "rgba8"},
