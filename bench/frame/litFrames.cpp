@@ -96,7 +96,7 @@ Frame renderOwn(const std::string& name, const LitOptions& o)
     settings.renderMode = 0;
     settings.threads = o.threads;
     const auto render = [&](int first, int count) {
-        Settings::s_raytracingSampleOffset = first;
+        quality->setRaytracingSampleOffset(first);
         settings.samples = count;
         const double start = getProcessorSeconds();
         driver.render(settings, scene.camera.get());
@@ -109,7 +109,6 @@ Frame renderOwn(const std::string& name, const LitOptions& o)
     frame.secondsPerSample = render(o.samples, o.reference) / o.reference;
     frame.setUpSeconds = few - o.samples * frame.secondsPerSample;
     frame.reference = driver.getImage(FrameDriver::Colors::linear);
-    Settings::s_raytracingSampleOffset = 0;
     driver.setScene(nullptr);
     return frame;
 }

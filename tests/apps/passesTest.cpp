@@ -367,6 +367,48 @@ TEST(Passes, TellHowManySamplesTheyHave)
     EXPECT_EQ(textOf(ExrFile(stopped.path).header(0), "zn/samples"), "1");
 }
 
+// Paint, china, glass and steel under lamps and a sky, some of it against the sky: the layers of
+// light that are no light by itself hold the picture between them.
+TEST(Passes, AddUpToTheBeauty)
+{
+    const std::vector<std::string> terms = {"diffuse_ibl",
+                                            "diffuse_light",
+                                            "glossy_ibl",
+                                            "glossy_light",
+                                            "specular_reflection",
+                                            "translucency",
+                                            "incandescence",
+                                            "diffuse_indirect",
+                                            "glossy_indirect",
+                                            "background_color",
+                                            "fog"};
+    std::string list;
+    for (const std::string& term : terms)
+        list += (list.empty() ? "" : ",") + term;
+    const RenderedPasses rendered({"--passes", list, "-s", "2", "--exr-float", "all", "--env",
+                                   "sky", "--eye", "0.33,-0.52,0.225", "--at", "0,0,0.25", "--fov",
+                                   "100"});
+    ExrFile file(rendered.path);
+    std::map<std::string, double> totals;
+    for (const char* channel : {".R", ".G", ".B"}) {
+        const Channel beauty = file.read("beauty", channel + 1);
+        std::vector<double> sums(beauty.values.size(), 0.0);
+        for (const std::string& term : terms) {
+            const Channel layer = file.read(term, term + channel);
+            for (std::size_t i = 0; i < sums.size(); ++i) {
+                sums[i] += double(layer.values[i]);
+                totals[term] += double(layer.values[i]);
+            }
+        }
+        for (std::size_t i = 0; i < sums.size(); ++i)
+            ASSERT_NEAR(sums[i], beauty.values[i], 1e-4 * std::max(1.0f, beauty.values[i]))
+                << "pixel " << i << channel;
+    }
+    for (const char* term : {"diffuse_ibl", "diffuse_light", "glossy_ibl", "glossy_light",
+                             "specular_reflection", "diffuse_indirect", "background_color"})
+        EXPECT_GT(totals[term], 1.0) << term;
+}
+
 // A cropped file says where in the image its pixels stand.
 TEST(Passes, KeepTheirPlaceWhenCropped)
 {
