@@ -67,12 +67,27 @@ double radianceOf(const SoftBox& box, const Direction& d)
     return box.radiance * inside * fall;
 }
 
-/// Walls fade from the horizon to a darker ceiling; the floor is lit from above.
-double roomRadiance(double z)
+constexpr double horizon = 0.62;
+
+/// Walls fade from the horizon to a darker ceiling.
+double wallRadiance(double z)
 {
-    constexpr double horizon = 0.62, ceiling = 0.34, floor = 0.42;
-    return z >= 0.0 ? horizon + (ceiling - horizon) * smoothStep(0.0, 0.9, z)
-                    : horizon + (floor - horizon) * smoothStep(0.0, 0.35, -z);
+    constexpr double ceiling = 0.34;
+    return horizon + (ceiling - horizon) * smoothStep(0.0, 0.9, z);
+}
+
+/// The floor rises to the walls without an edge.
+/// @param irradiance  of the floor
+double floorRadiance(double z, double irradiance)
+{
+    constexpr double reflectance = 0.5;
+    return horizon + (reflectance * irradiance / pi - horizon) * smoothStep(0.0, 0.4, -z);
+}
+
+Direction directionOf(u32 x, u32 y, u32 width, u32 height)
+{
+    const double theta = pi * (y + 0.5) / height, phi = 2.0 * pi * (x + 0.5) / width;
+    return {std::sin(theta) * std::sin(phi), std::sin(theta) * std::cos(phi), std::cos(theta)};
 }
 
 } // namespace
@@ -84,21 +99,31 @@ io::ImageData makeStudioImage(u32 height)
     image.allocate(width, height, 3, io::ImageData::Type::float32);
     image.gamma = 1.0f;
     float* const texels = reinterpret_cast<float*>(image.values.data());
+    const auto fill = [&](u32 x, u32 y, double radiance) {
+        std::fill_n(texels + (u64(y) * width + x) * 3, 3, float(radiance));
+    };
     double onFloor = 0.0; // irradiance of a surface that faces up
-    for (u32 y = 0; y < height; ++y) {
+    const u32 middle = height / 2;
+    for (u32 y = 0; y < middle; ++y) {
         const double theta = pi * (y + 0.5) / height;
         const double area = std::sin(theta) * (pi / height) * (2.0 * pi / width);
         for (u32 x = 0; x < width; ++x) {
-            const double phi = 2.0 * pi * (x + 0.5) / width;
-            const Direction d = {std::sin(theta) * std::sin(phi), std::sin(theta) * std::cos(phi),
-                                 std::cos(theta)};
-            double radiance = roomRadiance(d[2]);
+            const Direction d = directionOf(x, y, width, height);
+            double radiance = wallRadiance(d[2]);
             for (const SoftBox& box : softBoxes)
                 radiance += radianceOf(box, d);
-            onFloor += radiance * std::max(d[2], 0.0) * area;
-            std::fill_n(texels + (u64(y) * width + x) * 3, 3, float(radiance));
+            onFloor += radiance * d[2] * area;
+            fill(x, y, radiance);
         }
     }
+    for (u32 y = middle; y < height; ++y)
+        for (u32 x = 0; x < width; ++x) {
+            const Direction d = directionOf(x, y, width, height);
+            double radiance = floorRadiance(d[2], onFloor);
+            for (const SoftBox& box : softBoxes)
+                radiance += radianceOf(box, d);
+            fill(x, y, radiance);
+        }
     const float scale = float(0.9 * pi / onFloor);
     std::transform(texels, texels + u64(width) * height * 3, texels,
                    [scale](float v) { return v * scale; });

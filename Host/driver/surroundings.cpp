@@ -2,6 +2,7 @@
 
 #include "host/osg/Geometry.h"
 #include "host/osg/Materials.h"
+#include "host/osg/RaytracingGeoAttachment.h"
 #include "host/osg/UberLight.h"
 #include "host/osg/nodeCores.h"
 #include "host/znColor.h"
@@ -137,21 +138,26 @@ osg::Ref<osg::Node> makeDome(const osg::MaterialPtr& environment, const osg::Pnt
 
 osg::Ref<osg::Node> makeFloor(const osg::Box& box, float radius)
 {
-    const osg::Ref<osg::UPhongMaterial> material = osg::UPhongMaterial::create();
-    material->setDiffuse(osg::ColorComponent(0.55f));
-    material->setGlossy(osg::ColorComponent(0.0f));
+    const osg::Ref<osg::UShadowMaterial> material = osg::UShadowMaterial::create();
     osg::setName(material.get(), "floor");
     const float x = 0.5f * (box.minimum[0] + box.maximum[0]);
     const float y = 0.5f * (box.minimum[1] + box.maximum[1]);
     // A hair below what stands on it, so that undersides and floor are never in one plane.
     const float z = box.minimum[2] - 1e-5f * radius;
     const osg::Vec3f up(0.0f, 0.0f, 1.0f);
-    return makeNode("floor",
-                    {{x - radius, y - radius, z},
-                     {x + radius, y - radius, z},
-                     {x + radius, y + radius, z},
-                     {x - radius, y + radius, z}},
-                    {up, up, up, up}, {0, 1, 2, 0, 2, 3}, material.get());
+    const osg::Ref<osg::Node> floor =
+        makeNode("floor",
+                 {{x - radius, y - radius, z},
+                  {x + radius, y - radius, z},
+                  {x + radius, y + radius, z},
+                  {x - radius, y + radius, z}},
+                 {up, up, up, up}, {0, 1, 2, 0, 2, 3}, material.get());
+    // The light of the surroundings comes from below too: it is the floor that they show.
+    const auto sight = osg::RaytracingGeoAttachment::create();
+    sight->setCastShadows(false);
+    sight->setVisibleInGlossyReflections(false);
+    floor->addAttachment(sight);
+    return floor;
 }
 
 void addInWorld(const osg::NodePtr& root, const osg::NodePtr& node)

@@ -28,7 +28,7 @@ void rotate(osg::UEnvironmentMaterial& environment, float degrees);
 osg::Ref<osg::Node> makeDome(const osg::MaterialPtr& environment, const osg::Pnt3f& centre,
                              float radius);
 
-/// A grey floor below a box.
+/// A floor below a box that shows what is behind it and the shadows on it.
 /// @param radius  half of its edge
 osg::Ref<osg::Node> makeFloor(const osg::Box& box, float radius);
 

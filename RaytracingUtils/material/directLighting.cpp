@@ -8,6 +8,7 @@
 #include "light/znRTUAreaLight.h"
 #include "material/lightSample.h"
 #include "material/shadowOrigin.h"
+#include "material/znRTMaterial.h"
 #include "render/znRTRenderUtils.h"
 
 #include <algorithm>
@@ -102,13 +103,15 @@ public:
     const znFloatType<2> mask;
     const znRTShadingState& state;
     const znIntType<2> visibility;
+    bool catchesShadows = false; ///< see znRTMaterial
     znRTColorPacket diffuse, glossy;
 
 private:
     /// Lanes that a light takes part in at all.
     znFloatType<2> litLanes(const znRTLight& light, const znFloatType<2>& lanes) const
     {
-        if (!light.isOn() || light.getDirectWithPhotons())
+        if (!light.isOn() || light.getDirectWithPhotons() ||
+            (catchesShadows && !light.getIlluminateShadowMaterial()))
             return znFloatType<2>::noLanes();
         const znFloatType<2> local = localLanes(light, data, lanes);
         return anyLane(local) ? light.cullLight(dg.position, dg.shadingNormal, local) : local;
@@ -198,10 +201,11 @@ void evaluateLights(const znRTRayDifferentialPacket& ray, const znRTDataBlockPac
 void evaluateDirectLighting(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
                             const znRTDifferentialGeometry& dg, const znRTLobeSet& lobes,
                             const znRTVector3fPacket& wo, const znFloatType<2>& mask,
-                            const znRTMaterial&, const znRTShadingState& state,
+                            const znRTMaterial& material, const znRTShadingState& state,
                             znRTColorPacket& diffuse, znRTColorPacket& glossy)
 {
     Estimate estimate(ray, data, dg, lobes, wo, mask, state);
+    estimate.catchesShadows = material.catchesShadows();
     const znDynArray<znRTLight*>& lights = znRTRenderUtils::getLights();
     const znDistribution1D* const distribution = znRTRenderUtils::getLightDistribution();
     const bool drawsLights =

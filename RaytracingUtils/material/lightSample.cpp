@@ -66,6 +66,8 @@ void LightEvalSample::take(const znRTLight& light, const znRTUAreaLight* area,
     diffuse.maskedUpdate(arriving(light.getDiffuseColor(), sight, factor), reached);
     glossy.maskedUpdate(arriving(light.getGlossyColor(), sight, factor), reached);
     shadowIntensity = select(reached, light.getShadowIntensity(), shadowIntensity);
+    groundShadowIntensity =
+        select(reached, light.getGroundShadowIntensity(), groundShadowIntensity);
     mask |= reached;
 }
 

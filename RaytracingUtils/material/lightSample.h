@@ -40,4 +40,5 @@ struct LightEvalSample : znAlignedBase16
     znRTColorPacket diffuse; ///< light over density, for diffuse lobes
     znRTColorPacket glossy;  ///< the same for glossy lobes
     znFloatType<2> shadowIntensity;
+    znFloatType<2> groundShadowIntensity; ///< the same on surfaces that catch shadows
 };

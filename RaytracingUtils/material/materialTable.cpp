@@ -12,6 +12,7 @@
 #include "material/znRTPlainMaterial.h"
 #include "material/znRTPlasticMaterial.h"
 #include "material/znRTReflectivePlasticMaterial.h"
+#include "material/znRTShadowMaterial.h"
 #include "material/znRTSimpleMaterial.h"
 #include "material/znRTSkylightMaterial.h"
 #include "material/znRTSphereEnvironmentMaterial.h"
@@ -97,7 +98,7 @@ const MaterialRow materialTable[] = {
     substituted<osg::USVBRDFMaterial, Coated>("znRTSVBRDFMaterial"),
     row<osg::USubstanceMaterial, znRTSubstanceMaterial>(),
     substituted<osg::ULineChromeMaterial, Metal>("znRTLineChromeMaterial"),
-    substituted<osg::UShadowMaterial, Plain>("znRTShadowMaterial"),
+    row<osg::UShadowMaterial, znRTShadowMaterial>(),
     substituted<osg::UGlowMaterial, Dummy>("znRTGlowMaterial"),
     substituted<osg::UXrayMaterial, Plain>("znRTXRayMaterial"),
     substituted<osg::UVolumeScatterMaterial, Dummy>("znRTVolumeScatterMaterial"),

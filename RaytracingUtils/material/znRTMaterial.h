@@ -149,6 +149,8 @@ public:
     /// refraction rays behind a backplate.
     virtual bool isEnvironment() const { return false; }
     virtual bool isParticipatingMedia() const { return false; }
+    /// Surfaces that show shadows and nothing else: only lights that are told to shine on them.
+    virtual bool catchesShadows() const { return false; }
 
     bool isRayLight() const { return materialState.rayLight; }
     bool isPhotonTarget() const { return photonTarget; }

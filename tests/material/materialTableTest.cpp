@@ -10,6 +10,7 @@
 #include "material/znRTPhongMaterial.h"
 #include "material/znRTPlainMaterial.h"
 #include "material/znRTPlasticMaterial.h"
+#include "material/znRTShadowMaterial.h"
 #include "material/znRTSimpleMaterial.h"
 #include "material/znRTSkylightMaterial.h"
 #include "material/znRTSphereEnvironmentMaterial.h"
@@ -51,6 +52,7 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                         {"UGlassMaterial", znRTGlassMaterial::id},
                         {"ULightMaterial", znRTLightMaterial::id},
                         {"USphereEnvironmentMaterial", znRTSphereEnvironmentMaterial::id},
+                        {"UShadowMaterial", znRTShadowMaterial::id},
                         {"USubstanceMaterial", znRTSubstanceMaterial::id},
                         {"USkylightMaterial", znRTSkylightMaterial::id},
                         {"SimpleMaterial", znRTSimpleMaterial::id},
@@ -77,7 +79,6 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                             {"UTireMaterial", znRTCoatedStandIn::id},
                             {"USVBRDFMaterial", znRTCoatedStandIn::id},
                             {"ULineChromeMaterial", znRTMetalStandIn::id},
-                            {"UShadowMaterial", znRTPlainMaterial::id},
                             {"UXrayMaterial", znRTPlainMaterial::id}};
     for (const Row& row : standIns) {
         const osg::Ref<osg::Material> host(make(row.host));
