@@ -131,7 +131,7 @@ SceneLight::SceneLight(const Options& options, io::SceneFile& scene, View& view)
     addEnvironment(studio.get(), options, scene, view);
     isKnownLight = true;
     // A view that was placed by hand may look from below, and cameras of files show what they show.
-    if (view.beacon && !options.view.isPlaced() && wanted.floor && wanted.background)
+    if (view.beacon && !options.view.isPlaced() && wanted.floor)
         addFloor(scene);
     znLog::info("The scene has no light; it stands in a studio (--env none leaves it dark)");
 }

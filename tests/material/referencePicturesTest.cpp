@@ -91,7 +91,7 @@ TEST(ReferencePictures, AgreeInAMirror)
     scene.sky.width = 4;
     scene.sky.height = 2;
     scene.sky.texels.assign(8, Color{0.2, 0.25, 0.3});
-    expectAgreement(scene, 0, 32, 20);
+    expectAgreement(scene, 0, 64, 40);
 }
 
 // Two lamps above the floor, one half behind the ball, one seen through a pane.
