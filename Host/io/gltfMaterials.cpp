@@ -158,8 +158,12 @@ private:
     void writeGlass() const
     {
         const bool isSolid = s.thickness > 0.0;
-        fields.number("ior", s.ior > 0.0 ? s.ior : 1.5);
-        fields.number("dispersion", s.dispersion);
+        const double ior = s.ior > 0.0 ? s.ior : 1.5;
+        fields.number("ior", ior);
+        // Without a volume a surface is a thin wall, which bends no rays.
+        fields.flag("useIor", isSolid);
+        // KHR_materials_dispersion: half the spread of the index over the visible colours.
+        fields.number("dispersion", (ior - 1.0) * 0.025 * s.dispersion);
         fields.number("finish", s.roughness > 0.01 ? 1 : 0);
         numberWithTexture("roughness", s.roughness, s.pbr, "metallicRoughnessTexture", 1);
         if (isSolid && s.attenuationDistance > 0.0) {

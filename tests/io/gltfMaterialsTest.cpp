@@ -146,6 +146,7 @@ TEST(GltfMaterials, TakeAbsorptionOfGlassFromItsVolume)
     const Imported thin(withMaterial(material));
     EXPECT_EQ(thin.number("attenuationDistance"), 0.0f);
     EXPECT_EQ(thin.color("transmission"), osg::Vec3f(0.5f, 0.25f, 0.125f));
+    EXPECT_FALSE(std::get<bool>(thin.field("useIor")));
     material = extended(material, "KHR_materials_volume",
                         {{"thicknessFactor", 1},
                          {"attenuationDistance", 0.25},
@@ -155,6 +156,18 @@ TEST(GltfMaterials, TakeAbsorptionOfGlassFromItsVolume)
     EXPECT_EQ(solid.number("attenuationDistance"), 0.25f);
     EXPECT_EQ(solid.color("transmission"), osg::Vec3f(0.1f, 0.2f, 0.3f));
     EXPECT_FLOAT_EQ(solid.number("ior"), 1.33f);
+    EXPECT_TRUE(std::get<bool>(solid.field("useIor")));
+}
+
+// Half of (n - 1) / V between red and blue, with 20 / V in the file.
+TEST(GltfMaterials, SpreadTheIndexOfGlassByItsDispersion)
+{
+    Json material = extended(pbr(0, 0), "KHR_materials_transmission", {{"transmissionFactor", 1}});
+    material = extended(material, "KHR_materials_volume", {{"thicknessFactor", 1}});
+    material = extended(material, "KHR_materials_ior", {{"ior", 1.6}});
+    material = extended(material, "KHR_materials_dispersion", {{"dispersion", 0.5}});
+    EXPECT_NEAR(Imported(withMaterial(material)).number("dispersion"), 0.5 * 0.6 * 0.5 / 20.0,
+                1e-7);
 }
 
 TEST(GltfMaterials, MultiplyEmissionByItsStrength)
