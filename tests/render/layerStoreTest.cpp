@@ -446,6 +446,28 @@ TEST_F(LayerStore, KeepsTheDataOfTheSampleNextToTheCentre)
     EXPECT_EQ(at(ZN_PASS_NORMAL, 4, 3).r, 4.0f) << "unless it continues the one before";
 }
 
+// Black is left out only where a cleared pixel has it already.
+TEST_F(LayerStore, TakesTheNearestSampleForItsWordThatNothingIsThere)
+{
+    const auto sample = [&](u32 iteration, float shift, float value, unsigned hitMask) {
+        fragment.clear();
+        for (u32 i : {31u, 39u, 40u, 41u, 42u})
+            fragment.layers[i] = znRTColorPacket(znFloatType<2>(value, value, value, 0.0f));
+        fragment.coverage = znFloatType<2>(hitMask ? 1.0f : 0.0f);
+        hit.hitMask = hitMask;
+        bindStill(iteration, shift, 0.0f);
+        accumulate();
+    };
+    sample(0, 0.5f, 1.0f, 7);
+    sample(4, 0.25f, 0.0f, 0);
+    for (u32 i : {31u, 39u, 40u, 41u, 42u})
+        for (u32 x = 4; x < 8; ++x)
+            EXPECT_EQ(at(i, x, 3).r, 0.0f) << i << " at " << x;
+    sample(8, 0.125f, 2.0f, 7);
+    EXPECT_EQ(at(ZN_PASS_NORMAL, 6, 3).r, 2.0f);
+    EXPECT_EQ(at(ZN_PASS_NORMAL, 7, 3).r, 0.0f);
+}
+
 TEST_F(LayerStore, GivesTheMatteTheWeightsOfTheFilter)
 {
     znRTCryptomatte matte{int(width), int(height)};

@@ -191,6 +191,23 @@ protected:
 } // namespace
 
 // The names of the layers say what is in them: lobe and light, the lobe's colour, the light alone.
+TEST_F(MultilayerFragment, FindsWhatALaneHoldsSoThatClearingThatIsEnough)
+{
+    znRTMultilayerFragment used;
+    used.clear();
+    EXPECT_EQ(used.findUsedLayers(), 0u);
+    for (u32 i = 0; i < u32(znRenderPassCount); ++i) {
+        used.layers[i][int(i % 4)].set(int(i / 4 % 4), i % 2 ? notANumber : 1e-30f);
+        EXPECT_EQ(used.findUsedLayers(), u64(1) << i);
+        used.clear(used.findUsedLayers());
+        EXPECT_EQ(used.findUsedLayers(), 0u);
+    }
+    used.colour.g = znFloatType<2>(1.0f);
+    EXPECT_EQ(used.findUsedLayers(), u64(1) << ZN_PASS_BEAUTY);
+    used.clear(0);
+    EXPECT_EQ(used.findUsedLayers(), 0u) << "the colour is always cleared";
+}
+
 TEST_F(MultilayerFragment, KeepsEveryTermInTheLayerNamedAfterIt)
 {
     for (const auto& [update, lobes] : updates) {
