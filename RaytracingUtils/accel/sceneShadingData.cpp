@@ -9,6 +9,8 @@
 #include "material/znRTDummyMaterial.h"
 #include "material/znRTLampMaterial.h"
 
+#include <bit>
+
 namespace {
 
 bool showsEdges(const znRTGeometryNode& node)
@@ -23,17 +25,22 @@ znRTMaterial* materialOf(const znRTGeometryNode& node)
     return node.getActiveMaterial() ? node.getActiveMaterial() : znRTDummyMaterial::getShared();
 }
 
-/// What a node says about a lane by itself, whatever the hit.
-void enterNode(znRTDataBlockPacket& data, int lane, znRTGeometryNode& node)
+/// What a node says about its lanes by itself, whatever the hits.
+void enterNode(znRTDataBlockPacket& data, int lanes, znRTGeometryNode& node)
 {
-    data.nodes[lane] = &node;
-    data.hasNodeTransforms |= node.hasTransform();
-    if (node.getLocalLights().size > 0) {
-        data.localLights[lane] = &node.getLocalLights();
-        data.hasLocalLights = 1;
+    const bool hasLocalLights = node.getLocalLights().size > 0;
+    for (int rest = lanes; rest; rest &= rest - 1) {
+        const int lane = std::countr_zero(unsigned(rest));
+        data.nodes[lane] = &node;
+        if (hasLocalLights)
+            data.localLights[lane] = &node.getLocalLights();
     }
+    data.hasNodeTransforms |= node.hasTransform();
+    data.hasLocalLights |= hasLocalLights;
+    const znFloatType<2> mask = expandLanes(lanes);
     for (int i = 0; i < 3; ++i)
-        data.ambientOcclusion[i].set(lane, node.getAmbientOcclusionColor()[i]);
+        data.ambientOcclusion[i] =
+            select(mask, node.getAmbientOcclusionColor()[i], data.ambientOcclusion[i]);
 }
 
 struct Wanted
@@ -48,11 +55,6 @@ Wanted wantedBy(const znRTMaterial& material, bool shadow, u32 extraAttributes,
                                         : material.getShadingRequirements()),
             extraAttributes |
                 (shadow ? material.getTransparencyAttributes() : material.getMaterialAttributes())};
-}
-
-bool hasOneGeometry(const znRTHitInfoPacket& hit)
-{
-    return hit.hitMask == 15 && moveMask(hit.geometry == znIntType<2>(hit.geometry[0])) == 15;
 }
 
 } // namespace
@@ -83,30 +85,31 @@ void znRTDynamicAccelerator::getShadingData(const znRTRayDifferentialPacket& ray
         return wanted;
     };
 
-    znRTGeometryNode* const common =
-        hasOneGeometry(data.hit) ? getSceneNode(u32(data.hit.geometry[0])) : nullptr;
-    if (common) {
-        for (int lane = 0; lane < 4; ++lane)
-            enterNode(data, lane, *common);
-        const Wanted wanted = enterMaterial(*common, 15);
-        common->getShadingDataFull(ray, data, wanted.requirements, wanted.attributes);
-    } else
-        for (int lane = 0; lane < 4; ++lane) {
-            if (!((data.hit.hitMask >> lane) & 1))
-                continue;
-            znRTGeometryNode* const node = getSceneNode(u32(data.hit.geometry[lane]));
-            if (!node) {
-                if (znRTMaterial* const material = getLamps().getShadingData(ray, data, lane)) {
-                    const u32 place = data.addMaterial(material, 1u << lane);
-                    data.materialRequirements[place] |= extraRequirements;
-                    data.requirements |= extraRequirements;
-                }
-                continue;
+    const auto enterLamps = [&](int lanes) {
+        for (; lanes; lanes &= lanes - 1) {
+            const int lane = std::countr_zero(unsigned(lanes));
+            if (znRTMaterial* const material = getLamps().getShadingData(ray, data, lane)) {
+                const u32 place = data.addMaterial(material, 1u << lane);
+                data.materialRequirements[place] |= extraRequirements;
+                data.requirements |= extraRequirements;
             }
-            enterNode(data, lane, *node);
-            const Wanted wanted = enterMaterial(*node, 1u << lane);
-            node->getShadingData(ray, data, lane, wanted.requirements, wanted.attributes);
         }
+    };
+    for (int rest = int(data.hit.hitMask & 15), own; rest; rest &= ~own) {
+        const int index = data.hit.geometry[std::countr_zero(unsigned(rest))];
+        own = moveMask(asFloat(data.hit.geometry == znIntType<2>(index))) & rest;
+        znRTGeometryNode* const node = getSceneNode(u32(index));
+        if (!node) {
+            enterLamps(own);
+            continue;
+        }
+        enterNode(data, own, *node);
+        const Wanted wanted = enterMaterial(*node, u32(own));
+        if (own == 15)
+            node->getShadingDataFull(ray, data, wanted.requirements, wanted.attributes);
+        else
+            node->getShadingDataLanes(ray, data, own, wanted.requirements, wanted.attributes);
+    }
     data.saveSurface();
 }
 
@@ -125,7 +128,7 @@ void znRTDynamicAccelerator::getAmbientOcclusionData(znRTDataBlockPacket& data) 
         znRTGeometryNode* const node = getSceneNode(u32(data.hit.geometry[lane]));
         if (!node)
             continue;
-        enterNode(data, lane, *node);
+        enterNode(data, 1 << lane, *node);
         node->getAmbientOcclusionData(data, lane);
     }
 }

@@ -81,6 +81,12 @@ void znRTMesh::getShadingData(const znRTRayDifferentialPacket& ray, znRTDataBloc
     fillShadingData(ray, data, 1 << lane, requirements, attributes);
 }
 
+void znRTMesh::getShadingDataLanes(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                                   int laneBits, u32 requirements, u32 attributes) const
+{
+    fillShadingData(ray, data, laneBits, requirements, attributes);
+}
+
 void znRTMesh::fillShadingData(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                                int laneBits, u32 requirements, u32 attributes) const
 {

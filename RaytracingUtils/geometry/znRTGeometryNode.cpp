@@ -307,6 +307,15 @@ bool znRTGeometryNode::isPhotonTarget() const
     return photonTarget || (activeMaterial && activeMaterial->isPhotonTarget());
 }
 
+void znRTGeometryNode::getShadingDataLanes(const znRTRayDifferentialPacket& ray,
+                                           znRTDataBlockPacket& data, int laneBits,
+                                           u32 requirements, u32 attributes) const
+{
+    for (int lane = 0; lane < 4; ++lane)
+        if ((laneBits >> lane) & 1)
+            getShadingData(ray, data, lane, requirements, attributes);
+}
+
 znFloatType<2> znRTGeometryNode::evaluateCutout(const znRTRayPacket&, const znRTHitInfoPacket&,
                                                 const znFloatType<2>& opacity,
                                                 const znFloatType<2>&) const

@@ -91,6 +91,11 @@ public:
     virtual void checkGeometryLight();
     virtual void checkLightPortal();
     virtual void checkParticipatingMedia();
+    /// Fills some lanes, with one look at what they share where the node knows how.
+    /// @param laneBits  lanes with a hit on this node
+    virtual void getShadingDataLanes(const znRTRayDifferentialPacket& ray,
+                                     znRTDataBlockPacket& data, int laneBits, u32 requirements,
+                                     u32 attributes) const;
 
     /// Visibility of a node in the mode in which a projector's attachment decides.
     /// @param a  virtual object, @param b  receiver of the projection, @param c  shadow only

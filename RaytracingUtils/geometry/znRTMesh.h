@@ -33,6 +33,8 @@ public:
                             u32 requirements, u32 attributes) const override;
     void getShadingData(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data, int lane,
                         u32 requirements, u32 attributes) const override;
+    void getShadingDataLanes(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
+                             int laneBits, u32 requirements, u32 attributes) const override;
     void computeDifferentials(znRTDataBlockPacket& data, int lane) const override;
     void computeDifferentials(znRTDataBlockPacket& data) const override;
     void computeNormalDifferentials(znRTDataBlockPacket& data, int lane) const override;
