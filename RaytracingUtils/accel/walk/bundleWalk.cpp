@@ -45,11 +45,13 @@ private:
     {
         unsigned first; ///< first active packet; count of packets when the child is missed
         int lanes;
-        znFloatType<2> near;
+        /// Where its surfaces begin: the near end, or the far one around the origin. What stands
+        /// inside of a dome or a room comes before it.
+        znFloatType<2> start;
     };
 
     int testPacket(unsigned packet, const float* const* planes, int side,
-                   znFloatType<2>& near) const;
+                   znFloatType<2>& start) const;
     bool isOutside(const float* const* planes, int side) const;
     Child testChild(const znRTBVHNodeLayout& node, int side, unsigned first) const;
     bool isSparse(const znRTIntersector& object, const float* const* planes, int side) const;
@@ -69,10 +71,10 @@ private:
 
 /// Lanes of a packet that meet a child's box.
 int BundleWalk::testPacket(unsigned packet, const float* const* planes, int side,
-                           znFloatType<2>& near) const
+                           znFloatType<2>& start) const
 {
     const znRTRayPacket& ray = bundle.rays[packet];
-    near = tMin[packet];
+    znFloatType<2> near = tMin[packet];
     znFloatType<2> far = hits.hits[packet].t;
     // The running value is the second operand: the NaN of a ray inside a plane is dropped.
     for (int axis = 0; axis < 3; ++axis) {
@@ -81,6 +83,7 @@ int BundleWalk::testPacket(unsigned packet, const float* const* planes, int side
         near = maximum((a - ray.origin[axis]) * ray.invDirection[axis], near);
         far = minimum((b - ray.origin[axis]) * ray.invDirection[axis], far);
     }
+    start = select(near > tMin[packet], near, far);
     return moveMask(near <= far) & masks[packet];
 }
 
@@ -106,14 +109,14 @@ BundleWalk::Child BundleWalk::testChild(const znRTBVHNodeLayout& node, int side,
     const float* const planes[3] = {node.x, node.y, node.z};
     Child child;
     child.first = first;
-    child.lanes = testPacket(first, planes, side, child.near);
+    child.lanes = testPacket(first, planes, side, child.start);
     if (child.lanes)
         return child;
     if (!isOutside(planes, side))
         for (++child.first; child.first < bundle.count; ++child.first) {
             if (!masks[child.first])
                 continue;
-            child.lanes = testPacket(child.first, planes, side, child.near);
+            child.lanes = testPacket(child.first, planes, side, child.start);
             if (child.lanes)
                 return child;
         }
@@ -152,8 +155,8 @@ void BundleWalk::visit(u64 reference, const znRTBVHNodeLayout* parent, int side,
     for (unsigned i = first; i < bundle.count; ++i) {
         if (!masks[i])
             continue;
-        znFloatType<2> near;
-        narrowed[i] = testPacket(i, planes, side, near);
+        znFloatType<2> start;
+        narrowed[i] = testPacket(i, planes, side, start);
         if (!narrowed[i] || !isSplit)
             continue;
         const znRTRayPacket& ray = bundle.rays[i];
@@ -195,7 +198,7 @@ void BundleWalk::run(u64 root)
             // packets say nothing about each other.
             const bool leftFirst = left.first != right.first
                                        ? left.first < right.first
-                                       : (moveMask(left.near <= right.near) & left.lanes) != 0;
+                                       : (moveMask(left.start <= right.start) & left.lanes) != 0;
             stack[depth++] = entries[leftFirst ? 1 : 0];
             stack[depth++] = entries[leftFirst ? 0 : 1];
         } else if (left.lanes)

@@ -11,6 +11,7 @@ constexpr float s_infinity = std::numeric_limits<float>::infinity();
 /// register of member l of register r is 4 r + 1 + l; what follows the last are the packets.
 constexpr unsigned s_registers = 21;
 constexpr unsigned s_firstPacketRegister = 5; ///< of those whose members are packets
+constexpr unsigned s_slotsPerBlock = 16;      ///< packets below one of the four blocks
 
 /// Slots of the packets of a square in Z order, so that neighbours in the image are neighbours in
 /// the pyramid.
@@ -106,7 +107,8 @@ private:
 
     void addPacket(unsigned slot, const znRTRayPacketBundle& bundle, unsigned packet,
                    const znMatrix4x4* transform, int mask);
-    void finishLevel(unsigned begin, unsigned end);
+    void finishPackets(unsigned group);
+    void finishMembers(unsigned group);
     void start(unsigned group);
     bool isUniform(const Members& m, int mask, int* nearPlanes) const;
     void walk(unsigned group, int mask);
@@ -136,6 +138,7 @@ private:
     znRTHitInfoPacketBundle& hits;
 
     znRTVector3fPacket origin;
+    unsigned top; ///< register of all packets: that of the first block if there is no other
     Members members[s_registers];
     znRTVector3fPacket inverse[s_slots], direction[s_slots];
     znFloatType<2> near[s_slots], far[s_slots]; ///< far is -infinity in lanes without ray
@@ -164,51 +167,66 @@ void Pyramid<Sides>::addPacket(unsigned slot, const znRTRayPacketBundle& bundle,
     far[slot] = select(expandLanes(mask), hits.hits[packet].t, -s_infinity);
 }
 
-/// Makes the registers of a level from those, or the packets, that are their members.
+/// Makes a register of the four packets that are its members.
 template <int Sides>
-void Pyramid<Sides>::finishLevel(unsigned begin, unsigned end)
+void Pyramid<Sides>::finishPackets(unsigned group)
 {
-    for (unsigned group = begin; group < end; ++group) {
-        Members& m = members[group];
-        const unsigned child = 4 * group + 1;
-        znFloatType<2> rows[4];
-        const auto gather = [&](const auto& value) {
-            for (unsigned i = 0; i < 4; ++i)
-                rows[i] = value(child + i);
-            return rows;
-        };
-        for (int axis = 0; axis < 3; ++axis) {
-            m.low[axis] = minimumOfEach(gather([&](unsigned c) {
-                return c < s_registers ? members[c].low[axis]
-                                       : select(far[c - s_registers] > -s_infinity,
-                                                inverse[c - s_registers][axis], s_infinity);
-            }));
-            m.high[axis] = maximumOfEach(gather([&](unsigned c) {
-                return c < s_registers ? members[c].high[axis]
-                                       : select(far[c - s_registers] > -s_infinity,
-                                                inverse[c - s_registers][axis], -s_infinity);
-            }));
-        }
-        m.near = minimumOfEach(gather([&](unsigned c) {
-            return c < s_registers ? members[c].near
-                                   : select(far[c - s_registers] > -s_infinity,
-                                            near[c - s_registers], s_infinity);
-        }));
-        m.far = maximumOfEach(gather([&](unsigned c) { return getFar(c); }));
-        m.active = moveMask(m.far > -s_infinity);
+    Members& m = members[group];
+    const unsigned slot = 4 * group + 1 - s_registers;
+    znFloatType<2> hasRay[4], rows[4];
+    const auto gather = [&](const auto& value) {
+        for (unsigned i = 0; i < 4; ++i)
+            rows[i] = value(i);
+        return rows;
+    };
+    for (unsigned i = 0; i < 4; ++i)
+        hasRay[i] = far[slot + i] > -s_infinity;
+    for (int axis = 0; axis < 3; ++axis) {
+        m.low[axis] = minimumOfEach(gather(
+            [&](unsigned i) { return select(hasRay[i], inverse[slot + i][axis], s_infinity); }));
+        m.high[axis] = maximumOfEach(gather(
+            [&](unsigned i) { return select(hasRay[i], inverse[slot + i][axis], -s_infinity); }));
     }
+    m.near = minimumOfEach(
+        gather([&](unsigned i) { return select(hasRay[i], near[slot + i], s_infinity); }));
+    m.far = maximumOfEach(far + slot);
+    m.active = moveMask(m.far > -s_infinity);
+}
+
+/// The same of four registers.
+template <int Sides>
+void Pyramid<Sides>::finishMembers(unsigned group)
+{
+    Members& m = members[group];
+    const Members* const child = members + 4 * group + 1;
+    znFloatType<2> rows[4];
+    const auto gather = [&](const auto& value) {
+        for (unsigned i = 0; i < 4; ++i)
+            rows[i] = value(child[i]);
+        return rows;
+    };
+    for (int axis = 0; axis < 3; ++axis) {
+        m.low[axis] = minimumOfEach(gather([&](const Members& c) { return c.low[axis]; }));
+        m.high[axis] = maximumOfEach(gather([&](const Members& c) { return c.high[axis]; }));
+    }
+    m.near = minimumOfEach(gather([&](const Members& c) { return c.near; }));
+    m.far = maximumOfEach(gather([&](const Members& c) { return c.far; }));
+    m.active = moveMask(m.far > -s_infinity);
 }
 
 template <int Sides>
 bool Pyramid<Sides>::set(const znRTRayPacketBundle& bundle, const znMatrix4x4* transform,
                          const int* masks, unsigned first)
 {
-    for (unsigned slot = 0; slot < s_slots; ++slot) {
+    const bool isOneBlock = bundle.count <= s_slotsPerBlock;
+    const unsigned slots = isOneBlock ? s_slotsPerBlock : s_slots;
+    top = isOneBlock ? 1 : 0;
+    for (unsigned slot = 0; slot < slots; ++slot) {
         near[slot] = 0.0f;
         far[slot] = -s_infinity;
         lanesOf[slot] = 0;
     }
-    members[0].active = 0;
+    members[top].active = 0;
     bool isFirst = true;
     znRTVector3fPacket common(0.0f, 0.0f, 0.0f);
     for (unsigned i = first; i < bundle.count; ++i) {
@@ -228,9 +246,12 @@ bool Pyramid<Sides>::set(const znRTRayPacketBundle& bundle, const znMatrix4x4* t
     if (isFirst)
         return true;
     origin = transform ? znRTVectorMath::transformAsLocation(common, *transform) : common;
-    finishLevel(s_firstPacketRegister, s_registers);
-    finishLevel(1, s_firstPacketRegister);
-    finishLevel(0, 1);
+    for (unsigned i = 0; i < slots / 4; ++i)
+        finishPackets(s_firstPacketRegister + i);
+    for (unsigned i = 0; i < slots / s_slotsPerBlock; ++i)
+        finishMembers(1 + i);
+    if (!isOneBlock)
+        finishMembers(0);
     return true;
 }
 
@@ -255,8 +276,8 @@ bool Pyramid<Sides>::isUniform(const Members& m, int mask, int* nearPlanes) cons
 template <int Sides>
 void Pyramid<Sides>::run()
 {
-    if (members[0].active)
-        start(0);
+    if (members[top].active)
+        start(top);
 }
 
 /// Walks the members of a register together, or, where their signs differ, one by one.
@@ -458,7 +479,7 @@ void Pyramid<Sides>::visitLeaf(unsigned group, int mask, const znRTBVHNodeLayout
         return;
     }
     const LeafVisit at{planes, triangles, toA, height, first};
-    if (visitMembers(group, mask, at) && group > 0)
+    if (visitMembers(group, mask, at) && group > top)
         narrow((group - 1) / 4);
 }
 
@@ -536,7 +557,7 @@ void Pyramid<Sides>::narrow(unsigned group)
         for (unsigned i = 0; i < 4; ++i)
             rows[i] = getFar(4 * group + 1 + i);
         members[group].far = maximumOfEach(rows);
-        if (group == 0)
+        if (group == top)
             return;
         group = (group - 1) / 4;
     }
