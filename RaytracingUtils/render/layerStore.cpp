@@ -41,15 +41,6 @@ znFloatType<2> beautyCoverage(const znRTLayerPacket& packet)
                   znFloatType<2>(1.0f));
 }
 
-bool hasNegativeWeight(const znPixelfilterSampleSet& filter)
-{
-    for (int j = filter.minY; j <= filter.maxY; ++j)
-        for (int i = filter.minX; i <= filter.maxX; ++i)
-            if (filter.getWeight(i, j) < 0.0f)
-                return true;
-    return false;
-}
-
 /// The next layer that samples bring something to; its memory can be on its way meanwhile.
 u32 nextLayer(const znRTLayerSamples& samples, u32 layer)
 {
@@ -275,7 +266,8 @@ znRTSplatTarget znRTLayerStore::splatTarget() const
             Settings::s_imageLeftBound,
             Settings::s_imageRightBound,
             Settings::s_imageBottomBound,
-            Settings::s_imageTopBound};
+            Settings::s_imageTopBound,
+            hasLobes};
 }
 
 namespace {
@@ -299,27 +291,16 @@ void znRTLayerStore::splat(const znRTLayerSamples& samples) const
     znRTFootprint footprints[znRTLayerSamples::limit];
     for (u32 i = 0; i < samples.count; ++i) {
         footprints[i] = footprintOf(target, *filter, samples.samples[i].x, samples.samples[i].y);
-        forEachSplatPixel(target, *filter, footprints[i], [&](const znRTSplatPixel& pixel) {
-            filterWeights[pixel.index] += pixel.weight;
-        });
+        addWeights(target, *filter, footprints[i]);
     }
     const znRTPixelRectangle bounds = boundsOf(footprints, samples.count);
     for (u32 layer = 0; layer < znFilteredLayers;) {
         const u32 next = nextLayer(samples, layer);
         if (next < znFilteredLayers)
             fetchPixels(buffers[next], rowStride, bounds);
-        ZN_RGBA32F* const frame = buffers[layer];
-        for (u32 i = 0; i < samples.sizes[layer]; ++i) {
-            const znRTFootprint& footprint = footprints[samples.owners[layer][i]];
-            const __m128 value = samples.values[layer][i];
-            const auto add = [=](const znRTSplatPixel& pixel) {
-                addWeighted(frame[pixel.index], pixel.weight, value);
-            };
-            if (hasLobes)
-                forEachSplatPixel(target, *filter, footprint, add);
-            else
-                forEachFootprintPixel(footprint, rowStride, *filter, add);
-        }
+        for (u32 i = 0; i < samples.sizes[layer]; ++i)
+            addToFootprint(target, *filter, footprints[samples.owners[layer][i]], buffers[layer],
+                           samples.values[layer][i]);
         layer = next;
     }
 }

@@ -23,7 +23,18 @@ struct znRTSplatTarget
     const u8* activePixels;
     u32 stride;                   ///< pixels per row
     u32 left, right, bottom, top; ///< pixels that may be written; right and top one past the end
+    /// Some weights of the filter are negative, so that every pixel has to be looked at.
+    bool hasLobes = true;
 };
+
+inline bool hasNegativeWeight(const znPixelfilterSampleSet& filter)
+{
+    for (int j = filter.minY; j <= filter.maxY; ++j)
+        for (int i = filter.minX; i <= filter.maxX; ++i)
+            if (filter.getWeight(i, j) < 0.0f)
+                return true;
+    return false;
+}
 
 /// The pixels that a sample counts for: a rectangle, empty where all of it lies outside the image.
 struct znRTFootprint
@@ -80,6 +91,29 @@ void forEachSplatPixel(const znRTSplatTarget& target, const znPixelfilterSampleS
     });
 }
 
+/// Adds the weights of a footprint to those of its pixels.
+inline void addWeights(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter,
+                       const znRTFootprint& footprint)
+{
+    if (target.hasLobes) {
+        forEachSplatPixel(target, filter, footprint, [&](const znRTSplatPixel& pixel) {
+            target.filterWeights[pixel.index] += pixel.weight;
+        });
+        return;
+    }
+    const u32 stride = target.stride, width = footprint.width, height = footprint.height;
+    const int tableStride = filter.stride;
+    const float* weights = footprint.weights;
+    float* row = target.filterWeights + u64(footprint.y) * stride + footprint.x;
+    for (u32 j = 0; j < height; ++j, row += stride, weights += tableStride) {
+        u32 i = 0;
+        for (; i + 4 <= width; i += 4)
+            _mm_storeu_ps(row + i, _mm_add_ps(_mm_loadu_ps(row + i), _mm_loadu_ps(weights + i)));
+        for (; i < width; ++i)
+            row[i] += weights[i];
+    }
+}
+
 /// A weighted sample into a sum.
 inline void addWeighted(ZN_RGBA32F& pixel, float weight, __m128 colour)
 {
@@ -87,16 +121,26 @@ inline void addWeighted(ZN_RGBA32F& pixel, float weight, __m128 colour)
                  _mm_add_ps(_mm_load_ps(&pixel.r), _mm_mul_ps(_mm_set1_ps(weight), colour)));
 }
 
+/// Adds a sample to its pixels, to each by its weight.
+inline void addToFootprint(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter,
+                           const znRTFootprint& footprint, ZN_RGBA32F* frame, __m128 sample)
+{
+    const auto add = [=](const znRTSplatPixel& pixel) {
+        addWeighted(frame[pixel.index], pixel.weight, sample);
+    };
+    if (target.hasLobes)
+        forEachSplatPixel(target, filter, footprint, add);
+    else
+        forEachFootprintPixel(footprint, target.stride, filter, add);
+}
+
 /// Adds a sample of pixel (x, y) to all pixels that it counts for. Workers on neighbouring tiles
 /// meet in the margin of a filter: each takes its turn before (render/tileSeams.h).
 inline void splatSample(const znRTSplatTarget& target, const znPixelfilterSampleSet& filter, u32 x,
                         u32 y, __m128 colour)
 {
-    const bool isColoured = !isNothing(colour);
-    forEachSplatPixel(target, filter, footprintOf(target, filter, x, y),
-                      [&](const znRTSplatPixel& pixel) {
-                          target.filterWeights[pixel.index] += pixel.weight;
-                          if (isColoured)
-                              addWeighted(target.frame[pixel.index], pixel.weight, colour);
-                      });
+    const znRTFootprint footprint = footprintOf(target, filter, x, y);
+    addWeights(target, filter, footprint);
+    if (!isNothing(colour))
+        addToFootprint(target, filter, footprint, target.frame, colour);
 }

@@ -8,12 +8,14 @@
 #include "render/znRTTileTraceTask.h"
 
 #include <algorithm>
+#include <bit>
 
 void znRTStillFrameTileLoop::bind(znRaytracerP& view)
 {
     znRTRenderTask::bind(view);
     activePixels = view.m_activePixels;
     filterWeights = view.m_filterWeights;
+    hasLobes = hasNegativeWeight(camera->pixelFilterSet);
 }
 
 void znRTStillFrameTileLoop::prepareTiles(znRTRenderTile* tiles, u32 count)
@@ -77,19 +79,25 @@ void znRTStillFrameTileLoop::addToPixels(const znRTPacketBlock& block, int count
     // In locals: stores of floats could change members as far as the compiler knows.
     ZN_RGBA32F* const frame = target;
     float* const weights = filterWeights;
-    const u8* const active = activePixels;
     const u64 stride = camera->rowStride;
-    forEachLane(block, count, [=](u32 x, u32 y, const ZN_RGBA32F& colour) {
-        const u64 i = y * stride + x;
-        if (active[i] == 0)
-            return;
-        weights[i] += 1.0f;
-        const __m128 sample = _mm_load_ps(&colour.r);
-        if (isNothing(sample))
-            return;
-        float* const pixel = &frame[i].r;
-        _mm_store_ps(pixel, _mm_add_ps(_mm_load_ps(pixel), sample));
-    });
+    for (int i = 0; i < count; ++i) {
+        const znRTRayPacket& ray = block.rays.rays[i];
+        __m128 samples[4];
+        for (int lane = 0; lane < 4; ++lane)
+            samples[lane] = _mm_load_ps(&block.colours[4 * i + lane].r);
+        const bool areNothing = isNothing(
+            _mm_or_ps(_mm_or_ps(samples[0], samples[1]), _mm_or_ps(samples[2], samples[3])));
+        // Finished pixels have no lane: the lens leaves them out.
+        for (unsigned lanes = unsigned(block.laneMasks[i]); lanes; lanes &= lanes - 1) {
+            const int lane = std::countr_zero(lanes);
+            const u64 place = u32(ray.pixelY[lane]) * stride + u32(ray.pixelX[lane]);
+            weights[place] += 1.0f;
+            if (areNothing)
+                continue;
+            float* const pixel = &frame[place].r;
+            _mm_store_ps(pixel, _mm_add_ps(_mm_load_ps(pixel), samples[lane]));
+        }
+    }
 }
 
 void znRTStillFrameTileLoop::splat(const znRTPacketBlock& block, int count)
@@ -102,7 +110,8 @@ void znRTStillFrameTileLoop::splat(const znRTPacketBlock& block, int count)
                                       Settings::s_imageLeftBound,
                                       Settings::s_imageRightBound,
                                       Settings::s_imageBottomBound,
-                                      Settings::s_imageTopBound};
+                                      Settings::s_imageTopBound,
+                                      hasLobes};
     const znPixelfilterSampleSet& filter = camera->pixelFilterSet;
     forEachLane(block, count, [&](u32 x, u32 y, const ZN_RGBA32F& colour) {
         if (activePixels[y * u64(splatTarget.stride) + x] != 0)

@@ -71,6 +71,7 @@ private:
     znRTIntegrateBlock integrateBlock;
     const u8* activePixels = nullptr;
     float* filterWeights = nullptr;
+    bool hasLobes = false; ///< some weights of the filter are negative
     znRTTileSeams seams;
 };
 

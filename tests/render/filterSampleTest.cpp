@@ -104,6 +104,26 @@ TEST(FilterSplat, WritesNothingOutsideTheBounds)
     EXPECT_EQ(splat.sumOfWeights(), before);
 }
 
+// Weights that are not negative go to every pixel, finished or not.
+TEST(FilterSplat, NeedsNoLookAtPixelsUnlessWeightsAreNegative)
+{
+    for (int type : {2, 3, 6})
+        for (float size : {2.0f, 3.0f, 4.0f, 6.0f}) {
+            Splat careful(type, size), quick(type, size);
+            ASSERT_FALSE(hasNegativeWeight(quick.filter));
+            quick.target.hasLobes = false;
+            for (Splat* splat : {&careful, &quick}) {
+                std::fill(splat->active.begin(), splat->active.end(), u8(0));
+                for (u32 x : {0u, 4u, 5u})
+                    splatSample(splat->target, splat->filter, x, 3, _mm_set1_ps(0.1f));
+            }
+            for (u32 i = 0; i < quick.width * quick.height; ++i) {
+                EXPECT_EQ(quick.weights[i], careful.weights[i]) << type << ", " << size;
+                EXPECT_EQ(quick.frame[i].b, careful.frame[i].b) << type << ", " << size;
+            }
+        }
+}
+
 TEST(FilterSplat, ReachesFinishedPixelsWithPositiveWeightsAlone)
 {
     Splat splat(5, 6.0f); // three lobes: negative weights around the first
