@@ -55,8 +55,13 @@ void znRTRenderTask::runTileGrid()
     const znRTFloatControl flushDenormals;
     const u32 count = std::min(getGridTileCount(), tileQueue->count);
     const bool isPrepared = gridTiles.size() == getGridTileCount();
-    for (u32 index; (index = tileQueue->next.fetch_add(1)) < count;)
-        traceTile(isPrepared ? gridTiles[index] : getGridTile(index));
+    for (u32 index; (index = tileQueue->next.fetch_add(1)) < count;) {
+        // The prepared tile itself: copies have no turn at the pixels that tiles share.
+        if (isPrepared)
+            traceTile(gridTiles[index]);
+        else
+            traceTile(getGridTile(index));
+    }
 }
 
 void znRTRenderTask::prepareGrid()
