@@ -14,7 +14,7 @@
 #include "material/shadePipeline.h"
 #include "material/surroundingLight.h"
 #include "render/znRTMultilayerFragment.h"
-#include "texture/znRTBumpTexture.h"
+#include "texture/structures/projectedBumpTextures.h"
 
 #include <algorithm>
 
@@ -108,9 +108,8 @@ void znRTBRDFMaterial::readBump(const znRTBRDFMaterialAttributes& attributes)
     const auto kind = attributes.bumpKind == znRTBumpTexture::normalMap ? znRTBumpTexture::normalMap
                                                                         : znRTBumpTexture::heights;
     const float scale = kind == znRTBumpTexture::heights ? attributes.bumpScale : 1.0f;
-    surfaceStructure.set(std::make_unique<znRTBumpTexture>(*attributes.bumpSampler,
-                                                           attributes.bumpAttributes, kind,
-                                                           attributes.bumpAmplitude * scale));
+    surfaceStructure.set(makeBumpTexture(*attributes.bumpSampler, attributes.bumpAttributes, kind,
+                                         attributes.bumpAmplitude * scale));
 }
 
 void znRTBRDFMaterial::readOcclusion(const znRTBRDFMaterialAttributes& attributes)
@@ -155,6 +154,10 @@ void znRTBRDFMaterial::setPlainRequirements()
         materialState.materialAttributes |= vertexAttribute::vertexColor;
     if (surfaceStructure->perturbs())
         materialState.materialAttributes |= vertexAttribute::bumpDefault;
+    if (readsOwnCoordinates(surfaceStructure->getTextureAttributes())) {
+        materialState.materialAttributes |= vertexAttribute::textureCoordinates;
+        materialState.shadingRequirements |= surfaceDefault;
+    }
 }
 
 void znRTBRDFMaterial::fetchShared(const znRTDataBlockPacket& data, const znFloatType<2>& mask,
@@ -186,9 +189,10 @@ void znRTBRDFMaterial::bendNormal(const znRTRayDifferentialPacket& ray,
     }
     if (!structure.perturbs())
         return;
-    const znRTVector3fPacket normal = structure.is(liesInObject)
-                                          ? structure.getNormal(ray, data, mask)
-                                          : structure.getNormalAt(hit.dg, mask);
+    const bool isApart =
+        structure.is(liesInObject) || readsOwnCoordinates(structure.getTextureAttributes());
+    const znRTVector3fPacket normal =
+        isApart ? structure.getNormal(ray, data, mask) : structure.getNormalAt(hit.dg, mask);
     const znRTVector3fPacket mirrored =
         mirrorAboveSurface(ray.direction, normal, hit.dg.geometricNormal);
     hit.dg.shadingNormal.setMasked(normalOfMirror(ray.direction, mirrored, hit.dg.shadingNormal),

@@ -2,7 +2,7 @@
 
 #include "brdf/znRTBxDFAttributes.h"
 #include "host/osg/materials/measuredMaterials.h"
-#include "texture/znRTBumpTexture.h"
+#include "texture/structures/projectedBumpTextures.h"
 
 #include <algorithm>
 
@@ -68,9 +68,9 @@ void znRTSubstanceMaterial::readRecord(const Record& record)
     if (!record.hasAnisotropyLevel)
         anisotropyLevel = {};
     if (record.normalActive)
-        surfaceStructure.set(std::make_unique<znRTBumpTexture>(
-            *record.normalSampler, record.normalAttributes, znRTBumpTexture::normalMap,
-            record.bumpAmplitude, record.normalFormat == pointsDown));
+        surfaceStructure.set(makeBumpTexture(*record.normalSampler, record.normalAttributes,
+                                             znRTBumpTexture::normalMap, record.bumpAmplitude,
+                                             record.normalFormat == pointsDown));
     else
         readBump(record);
     setupLobes();

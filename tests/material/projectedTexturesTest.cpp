@@ -4,6 +4,7 @@
 #include "host/osg/Image.h"
 #include "host/osg/UTextureSettings.h"
 #include "materialFixture.h"
+#include "texture/znRTTextureFunctions.h"
 
 using namespace materialTest;
 
@@ -225,4 +226,69 @@ TEST_F(ProjectedTextures, LeaveSurfacesWithoutColoursOfVerticesAsTheyAre)
     addSquare(material);
     addSun();
     EXPECT_LANES_NEAR(seen().r, 0.5f, 0.5f, 0.5f, 0.5f, 1e-5f);
+}
+
+// A map that leans everything by 0.6 along u, in the light of a sun at 30 degrees: what u means
+// decides whether the surface turns toward it.
+TEST_F(ProjectedTextures, BendNormalsAlongTheirOwnMapping)
+{
+    const osg::Ref<osg::Image> image = osg::Image::create();
+    image->take(osg::Image::RGB, 1, 1, std::vector<u8>{204, 128, 230}, osg::Image::UInt8);
+    const TexturePtr map = osg::UTextureSettings::create();
+    map->setImage(image.get());
+    map->setIsActive(true);
+    map->setGamma(1.0f);
+    const PhongPtr material = makeDiffuse(1.0f);
+    material->setBumpTexture(map.get());
+    material->setBumpKind(1);
+
+    squares.push_back(makeSquare());
+    const std::vector<osg::Vec2f> turned = {{1, 1}, {0, 1}, {0, 0}, {1, 0}};
+    squares.back()->setTexCoordSet(1,
+                                   osg::GeoProperty::create(std::span<const osg::Vec2f>(turned)));
+    squares.back()->setMaterial(material);
+    // Half a turn about the vertical.
+    osg::Matrix half;
+    half[0][0] = half[1][1] = -1.0f;
+    scene.add(squares.back().get(), half);
+    scene.scene->initMaterials();
+    scene.build();
+    addSun(30.0);
+
+    const double z = 2.0 * 230.0 / 255.0 - 1.0, length = std::sqrt(0.36 + z * z);
+    const auto expectLean = [&](double x, const char* how) {
+        scene.scene->applyMaterialChanges();
+        const float expected = float((0.5 * x + std::sqrt(0.75) * z) / length);
+        EXPECT_LANES_NEAR(seen().r, expected, expected, expected, expected, 1e-4f) << how;
+    };
+    expectLean(-0.6, "first set, turned with the object");
+    map->setUvSet(1);
+    expectLean(0.6, "second set, turned against the first");
+    map->setUvSet(0);
+    map->setMappingType(znRTTextureAttributes::mappingProjection);
+    map->setProjection(overSquare());
+    expectLean(-0.6, "plane in the object");
+    map->setProjectionSpace(1);
+    expectLean(0.6, "plane in the world");
+    map->setMappingType(znRTTextureAttributes::mappingTriplanar);
+    expectLean(-0.6, "axes of the object");
+    const auto axes = osg::UTriplanarSettings::create();
+    axes->setSpace(1);
+    material->setTriplanar(axes);
+    expectLean(0.6, "axes of the world");
+}
+
+TEST_F(ProjectedTextures, AreFilteredAsTheSettingsSay)
+{
+    using F = znRTTextureFunctions;
+    Settings::s_interactiveTextureSharpness = 2.0f;
+    Settings::s_useHighQualityTextureFiltering = false;
+    znRTMaterial::updateStaticSettings();
+    EXPECT_EQ(F::s_ewaFilterRescale, 0.5f);
+    EXPECT_FALSE(F::s_useHighQualityTextureFiltering);
+    Settings::s_interactiveTextureSharpness = 1.0f;
+    Settings::s_useHighQualityTextureFiltering = true;
+    znRTMaterial::updateStaticSettings();
+    EXPECT_EQ(F::s_ewaFilterRescale, 1.0f);
+    EXPECT_TRUE(F::s_useHighQualityTextureFiltering);
 }

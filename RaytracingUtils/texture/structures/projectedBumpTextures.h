@@ -1,0 +1,39 @@
+#pragma once
+
+// Bumps whose image does not follow the first set of texture coordinates: it lies on a further set,
+// is projected through space by a plane or a cylinder, or along the three axes at once. Normals
+// come from getNormal, which knows the hits' object and all their coordinates; heights and maps are
+// read as znRTBumpTexture reads them, over derivatives along the mapping in place of those of the
+// mesh.
+
+#include "texture/znRTBumpTexture.h"
+
+/// By a set of coordinates, a plane or a cylinder.
+class znRTProjectedBumpTexture : public znRTBumpTexture
+{
+public:
+    using znRTBumpTexture::znRTBumpTexture;
+
+    znRTVector3fPacket getNormal(const znRTRayDifferentialPacket& ray,
+                                 const znRTDataBlockPacket& data,
+                                 const znFloatType<2>& mask) const override;
+};
+
+/// Along the axes: the normals of the projections, mixed by the weights of the axes.
+class znRTTriplanarBumpTexture : public znRTBumpTexture
+{
+public:
+    using znRTBumpTexture::znRTBumpTexture;
+
+    znRTVector3fPacket getNormal(const znRTRayDifferentialPacket& ray,
+                                 const znRTDataBlockPacket& data,
+                                 const znFloatType<2>& mask) const override;
+};
+
+/// The bump of a slot, by how its image lies.
+std::unique_ptr<znRTBumpTexture> makeBumpTexture(const znRTTextureSampler& sampler,
+                                                 const znRTTextureAttributes* attributes,
+                                                 znRTBumpTexture::Kind kind, float amplitude,
+                                                 bool isDownward = false);
+/// Whether normals of an image come from getNormal alone.
+bool readsOwnCoordinates(const znRTTextureAttributes* attributes);
