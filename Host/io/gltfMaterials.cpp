@@ -181,8 +181,7 @@ private:
         numberWithTexture("metallic", s.metallic, s.pbr, "metallicRoughnessTexture", 2);
         // Reflectance is 0.08 times the level.
         fields.number("specularLevel", s.reflectance() / 0.08);
-        fields.texture("ambientOcclusionTexture",
-                       textures.channelSlot(s.material, "occlusionTexture", Channel{0}));
+        writeOcclusion("ambientOcclusionTexture");
         if (s.anisotropy > 0.0) {
             fields.flag("hasAnisotropyLevel", true);
             fields.number("anisotropyLevel", s.anisotropy);
@@ -218,7 +217,13 @@ private:
         if (type == "UFlipflopMaterial")
             fields.color("paintB", colorOf(complement().data()));
         if (s.clearcoat > 0.0)
-            fields.color("clearcoat", osg::ColorComponent(float(s.clearcoat)));
+            writeClearcoat();
+        // Texels of glossiness: 1 minus the roughness.
+        const Channel glossiness{1, -float(s.roughness), 1.0f, GltfTextures::noThreshold};
+        if (fields.has("glossinessTexture"))
+            fields.texture("glossinessTexture",
+                           textures.channelSlot(s.pbr, "metallicRoughnessTexture", glossiness));
+        writeOcclusion("occlusionTexture");
         fields.number("roughness", s.roughness);
         if (s.anisotropy > 0.0) {
             // KHR_materials_anisotropy: alpha along the direction grows towards 1.
@@ -229,6 +234,24 @@ private:
             fields.number("anisotropyAngle", s.anisotropyRotation * degrees);
         } else
             fields.number("roughnessV", s.roughness);
+    }
+
+    void writeClearcoat() const
+    {
+        const Json* block = extension(s.material, "KHR_materials_clearcoat");
+        fields.color("clearcoat", osg::ColorComponent(float(s.clearcoat)));
+        fields.texture("clearcoatTexture",
+                       textures.channelSlot(*block, "clearcoatTexture", Channel{0}));
+    }
+
+    /// Strength 0 leaves everything open.
+    void writeOcclusion(const char* name) const
+    {
+        if (fields.has(name))
+            fields.texture(name, textures.channelSlot(s.material, "occlusionTexture",
+                                                      Channel{0, float(s.occlusionStrength),
+                                                              1.0f - float(s.occlusionStrength),
+                                                              GltfTextures::noThreshold}));
     }
 
     /// The base colour with its hue turned half round: what interference shows at grazing angles.
@@ -355,6 +378,11 @@ osg::Ref<osg::Material> GltfMaterials::read(const Json& description, const std::
     }
     const std::string label = printable(document.getName()) + ": material \"" + printable(name);
     znLog::info(fmt::format("{}\" becomes {}: {}", label, rule.type, rule.reason).c_str());
+    if (extension(description, "KHR_materials_pbrSpecularGlossiness") &&
+        !member(description, "pbrMetallicRoughness"))
+        document.warn(fmt::format("material \"{}\": specular and glossiness are only approximated, "
+                                  "export it again with metallic and roughness",
+                                  name));
     if (rule.isApproximate)
         document.warn(fmt::format("material \"{}\": {} is only approximated", name, rule.reason));
     return material;

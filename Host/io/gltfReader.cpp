@@ -12,13 +12,24 @@ namespace io {
 namespace {
 
 /// Extensions whose content is read, or may be ignored without showing something else.
-constexpr std::array knownExtensions = {
-    "EXT_mesh_gpu_instancing", "KHR_lights_punctual",        "KHR_materials_anisotropy",
-    "KHR_materials_clearcoat", "KHR_materials_dispersion",   "KHR_materials_emissive_strength",
-    "KHR_materials_ior",       "KHR_materials_iridescence",  "KHR_materials_sheen",
-    "KHR_materials_specular",  "KHR_materials_transmission", "KHR_materials_unlit",
-    "KHR_materials_variants",  "KHR_materials_volume",       "KHR_mesh_quantization",
-    "KHR_node_visibility",     "KHR_texture_transform"};
+constexpr std::array knownExtensions = {"EXT_mesh_gpu_instancing",
+                                        "KHR_lights_punctual",
+                                        "KHR_materials_anisotropy",
+                                        "KHR_materials_clearcoat",
+                                        "KHR_materials_dispersion",
+                                        "KHR_materials_emissive_strength",
+                                        "KHR_materials_pbrSpecularGlossiness",
+                                        "KHR_materials_ior",
+                                        "KHR_materials_iridescence",
+                                        "KHR_materials_sheen",
+                                        "KHR_materials_specular",
+                                        "KHR_materials_transmission",
+                                        "KHR_materials_unlit",
+                                        "KHR_materials_variants",
+                                        "KHR_materials_volume",
+                                        "KHR_mesh_quantization",
+                                        "KHR_node_visibility",
+                                        "KHR_texture_transform"};
 
 const char* adviceFor(const std::string& extension)
 {

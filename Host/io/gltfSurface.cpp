@@ -13,6 +13,23 @@ const Json& objectOrNone(const Json& object, const char* key)
     return found && found->is_object() ? *found : none;
 }
 
+/// Materials of specular and glossiness alone, as older files have them, become dielectrics of
+/// their diffuse colour.
+Json metallicRoughness(const Json& material)
+{
+    const Json& own = objectOrNone(material, "pbrMetallicRoughness");
+    const Json* old = extension(material, "KHR_materials_pbrSpecularGlossiness");
+    if (!own.empty() || !old)
+        return own;
+    Json pbr = {{"metallicFactor", 0.0},
+                {"roughnessFactor", 1.0 - number(*old, "glossinessFactor", 1.0)}};
+    if (const Json* color = member(*old, "diffuseFactor"))
+        pbr["baseColorFactor"] = *color;
+    if (const Json* texture = member(*old, "diffuseTexture"))
+        pbr["baseColorTexture"] = *texture;
+    return pbr;
+}
+
 double share(const Json& object, const char* key, double missing)
 {
     return std::clamp(number(object, key, missing), 0.0, 1.0);
@@ -21,13 +38,14 @@ double share(const Json& object, const char* key, double missing)
 } // namespace
 
 GltfSurface::GltfSurface(const Json& description)
-    : material(description), pbr(objectOrNone(description, "pbrMetallicRoughness"))
+    : material(description), pbr(metallicRoughness(description))
 {
     baseColor = numbers<4>(pbr, "baseColorFactor", baseColor);
     metallic = share(pbr, "metallicFactor", 1.0);
     roughness = share(pbr, "roughnessFactor", 1.0);
     emission = numbers<3>(material, "emissiveFactor", emission);
     normalScale = number(objectOrNone(material, "normalTexture"), "scale", 1.0);
+    occlusionStrength = share(objectOrNone(material, "occlusionTexture"), "strength", 1.0);
     const std::string alphaMode = text(material, "alphaMode");
     alpha = alphaMode == "MASK" ? Alpha::mask : alphaMode == "BLEND" ? Alpha::blend : Alpha::opaque;
     alphaCutoff = number(material, "alphaCutoff", 0.5);

@@ -12,13 +12,13 @@ struct GltfSurface
     explicit GltfSurface(const Json& description);
 
     const Json& material; ///< the whole block
-    const Json& pbr;      ///< pbrMetallicRoughness, an empty object without
+    const Json pbr;       ///< pbrMetallicRoughness, or what stands for it; empty without
 
     std::array<double, 4> baseColor{1.0, 1.0, 1.0, 1.0};
     double metallic = 1.0, roughness = 1.0;
     std::array<double, 3> emission{0.0, 0.0, 0.0};
     double emissionStrength = 1.0;
-    double normalScale = 1.0;
+    double normalScale = 1.0, occlusionStrength = 1.0;
 
     enum class Alpha { opaque, mask, blend };
     Alpha alpha = Alpha::opaque;

@@ -280,6 +280,40 @@ TEST(GltfTextures, FollowTheTransformOfTheirCoordinates)
     }
 }
 
+TEST(GltfMaterials, ReadOlderFilesOfSpecularAndGlossinessAsDielectrics)
+{
+    LogCatcher log;
+    const Imported imported(withMaterial(
+        {{"name", "old"},
+         {"extensions",
+          {{"KHR_materials_pbrSpecularGlossiness",
+            {{"diffuseFactor", {0.5, 0.25, 0.125, 1}}, {"glossinessFactor", 0.25}}}}}}));
+    EXPECT_EQ(imported.type(), "UPlasticMaterial");
+    EXPECT_EQ(imported.color("diffuse")[1], 0.25f);
+    EXPECT_EQ(imported.number("roughness"), 0.75f);
+    EXPECT_NE(log.warnings.find("\"old\""), std::string::npos) << log.warnings;
+}
+
+// The map of a coat is a factor, roughness lies in the second channel, occlusion in the first;
+// texels of glossiness are 1 minus the roughness.
+TEST(GltfTextures, LieOnCoatsAndUnderThem)
+{
+    nlohmann::json material = pbr(1.0, 0.5, {{"metallicRoughnessTexture", {{"index", 0}}}});
+    material["extensions"]["KHR_materials_clearcoat"] = {{"clearcoatFactor", 0.5},
+                                                         {"clearcoatTexture", {{"index", 0}}}};
+    material["occlusionTexture"] = {{"index", 0}, {"strength", 0.5}};
+    const Imported imported(withMaterial(material, {{51, 204, 255, 255}}));
+    EXPECT_EQ(imported.type(), "UMetallicPaintMaterial");
+    EXPECT_EQ(imported.color("clearcoat")[0], 0.5f);
+    const auto texel = [&](const char* name) {
+        const auto texture = imported.texture(name);
+        return texture ? texture->getImage()->getPixel(0, 0)[0] : -1.0f;
+    };
+    EXPECT_NEAR(texel("clearcoatTexture"), 0.2f, 1e-6f);
+    EXPECT_NEAR(texel("glossinessTexture"), 0.6f, 2e-3f);
+    EXPECT_NEAR(texel("occlusionTexture"), 0.6f, 2e-3f);
+}
+
 TEST(GltfMaterials, TakeColoursOfVerticesOnlyWhereTheyAre)
 {
     GltfBuilder file = withMaterial(pbr(0.0, 1.0));
