@@ -52,7 +52,8 @@ struct Options
 {
     int width = 1920, height = 1088, repeat = 9, refinements = 0;
     int samples = 8;
-    std::string only; ///< beginning of the names of what is measured
+    std::string only;    ///< beginning of the names of what is measured
+    bool isValid = true; ///< false: an option that is not known, or --help
     std::vector<std::string> meshes, scenes;
 };
 
@@ -76,6 +77,8 @@ Options parse(int argc, char** argv)
             o.only = i + 1 < argc ? argv[++i] : "";
         else if (a == "--scene" && i + 1 < argc)
             o.scenes.push_back(argv[++i]);
+        else if (a.starts_with("--"))
+            o.isValid = false;
         else
             o.meshes.push_back(a);
     }
@@ -352,9 +355,13 @@ try {
     if (argc > 1 && std::string(argv[1]) == "lit")
         return litMain(argc - 1, argv + 1);
     const Options o = parse(argc, argv);
-    if (o.meshes.empty() && o.scenes.empty()) {
+    if (!o.isValid || (o.meshes.empty() && o.scenes.empty())) {
         std::fprintf(stderr, "usage: frame [--width N] [--height N] [--repeat N] [--refine N] "
-                             "[--samples N] [--only PREFIX] [--scene FILE] MESH...\n");
+                             "[--samples N] [--only PREFIX] [--scene FILE] MESH...\n"
+                             "       frame lit [SCENE...] [OPTIONS], see frame lit --help\n"
+                             "Of the ratios, normals/walk is meant to stay below 1.35, "
+                             "stillBox/stillShading below 1.15,\n"
+                             "passes/normals and stillPasses/stillBox below 2.5.\n");
         return 2;
     }
     tbb::global_control control(tbb::global_control::max_allowed_parallelism, 1);
