@@ -45,6 +45,9 @@ protected:
     virtual znRTVector2fPacket mapUniform(const znRTVector2fPacket& u) const = 0;
     /// Lanes whose point, in half axes, lies on the shape.
     virtual znFloatType<2> contains(const znRTVector2fPacket& p) const = 0;
+    /// @param p    in half axes
+    /// @param pdf  of the point, per area
+    znRTShapePoint pointAt(const znRTVector2fPacket& p, const znFloatType<2>& pdf) const;
 
     znRTVector3f centre;
     znRTVector3f axisU{1, 0, 0}, axisV{0, 1, 0}; ///< unit, world
@@ -56,7 +59,6 @@ protected:
     znRTVector3fPacket centrePacket, axisUPacket, axisVPacket, normalPacket;
 
 private:
-    znRTShapePoint pointAt(const znRTVector2fPacket& p, const znFloatType<2>& pdf) const;
     znFloatType<2> guidedPdf(const znRTVector2fPacket& uv, const znFloatType<2>& mask) const;
 
     float halfU, halfV;                                ///< half axes in the light's own frame

@@ -192,8 +192,14 @@ public:
     std::unique_ptr<znDistribution2D> textureDistribution; ///< null unless it guides sampling
     osg::Ref<osg::Image> textureImage;                     ///< that the distribution belongs to
 
+    /// Whether the light is a znRTUAreaLight; all others are a znRTUDeltaLight. Asked for each
+    /// light and point, which a cast would be too dear for.
+    bool isAreaLight() const { return hasArea; }
+
 protected:
     znRTLight(const znRTTypeId& typeId, const osg::NodePtr& node, const osg::NodeCorePtr& core);
+
+    bool hasArea = false; ///< for life
 
     void setOn(bool on) { m_isOn = on; }
     /// Photometric values and maxIntensity of the colours as they stand.

@@ -17,6 +17,7 @@ znRTUAreaLight::znRTUAreaLight(const znRTTypeId& typeId, const osg::NodePtr& nod
                                const osg::NodeCorePtr& core)
     : znRTLight(typeId, node, core), coneAxis(0.0f, 0.0f, -1.0f)
 {
+    hasArea = true;
 }
 
 znRTUAreaLight::~znRTUAreaLight() = default;

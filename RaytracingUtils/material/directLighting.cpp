@@ -40,6 +40,15 @@ znFloatType<2> localLanes(const znRTLight& light, const znRTDataBlockPacket& dat
     return mask & expandLanes(lanes);
 }
 
+/// A lobe that light can show on.
+struct LitLobe
+{
+    const znRTLobeSet::Entry* entry;
+    znRTVector3fPacket wo; ///< in its frame
+    znFloatType<2> mask;
+    bool isGlossy;
+};
+
 class Estimate
 {
 public:
@@ -47,11 +56,21 @@ public:
              const znRTDifferentialGeometry& newDg, const znRTLobeSet& newLobes,
              const znRTVector3fPacket& newWo, const znFloatType<2>& newMask,
              const znRTShadingState& newState)
-        : ray(newRay), data(newData), dg(newDg), lobes(newLobes), wo(newWo), mask(newMask),
-          state(newState), visibility(znRTLight::shadowVisibility(newRay)), diffuse(0.0f),
-          glossy(0.0f)
+        : ray(newRay), data(newData), dg(newDg), mask(newMask), state(newState),
+          visibility(znRTLight::shadowVisibility(newRay)), diffuse(0.0f), glossy(0.0f)
     {
+        for (const znRTLobeSet::Entry& entry : newLobes) {
+            // What is multiplied with black need not be known.
+            const znFloatType<2> lanes =
+                mask & entry.mask & (entry.color.getMax() > znFloatType<2>(0.0f));
+            if (!entry.lobe->isDelta() && anyLane(lanes))
+                lobes[lobeCount++] = {&entry, entry.onb->toLocal(newWo), lanes,
+                                      entry.lobe->isSelected(lobeType::glossy)};
+        }
     }
+
+    /// Whether there is anything to light.
+    bool isDark() const { return lobeCount == 0; }
 
     void addAll(const znDynArray<znRTLight*>& lights)
     {
@@ -98,8 +117,6 @@ public:
     const znRTRayDifferentialPacket& ray;
     const znRTDataBlockPacket& data;
     const znRTDifferentialGeometry& dg;
-    const znRTLobeSet& lobes;
-    const znRTVector3fPacket& wo;
     const znFloatType<2> mask;
     const znRTShadingState& state;
     const znIntType<2> visibility;
@@ -152,14 +169,14 @@ private:
         if (!anyLane(sample.mask))
             return;
         znRTColorPacket onDiffuse(0.0f), onGlossy(0.0f);
-        for (const znRTLobeSet::Entry& entry : lobes) {
-            const znFloatType<2> lanes = sample.mask & entry.mask;
-            if (entry.lobe->isDelta() || !anyLane(lanes))
+        for (int i = 0; i < lobeCount; ++i) {
+            const LitLobe& lobe = lobes[i];
+            const znFloatType<2> lanes = sample.mask & lobe.mask;
+            if (!anyLane(lanes))
                 continue;
-            const bool isGlossy = entry.lobe->isSelected(lobeType::glossy);
-            znRTColorPacket& sum = isGlossy ? onGlossy : onDiffuse;
-            sum +=
-                (reflected(entry, sample.wi) * (isGlossy ? sample.glossy : sample.diffuse)) & lanes;
+            znRTColorPacket& sum = lobe.isGlossy ? onGlossy : onDiffuse;
+            sum += (reflected(lobe, sample.wi) * (lobe.isGlossy ? sample.glossy : sample.diffuse)) &
+                   lanes;
         }
         const znFloatType<2> lit =
             maximum(onDiffuse.getMax(), onGlossy.getMax()) > znFloatType<2>(0.0f);
@@ -175,13 +192,15 @@ private:
     }
 
     /// Value of a lobe times the cosine at the surface.
-    znRTColorPacket reflected(const znRTLobeSet::Entry& entry, const znRTVector3fPacket& wi) const
+    znRTColorPacket reflected(const LitLobe& lobe, const znRTVector3fPacket& wi) const
     {
-        const znRTVector3fPacket local = entry.onb->toLocal(wi);
+        const znRTVector3fPacket local = lobe.entry->onb->toLocal(wi);
         znFloatType<2> pdf;
-        return entry.lobe->evaluate(entry.onb->toLocal(wo), local, dg, pdf) *
-               maximum(local.z, 0.0f);
+        return lobe.entry->lobe->evaluate(lobe.wo, local, dg, pdf) * maximum(local.z, 0.0f);
     }
+
+    LitLobe lobes[znRTLobeSet::capacity];
+    int lobeCount = 0;
 };
 
 } // namespace
@@ -193,7 +212,8 @@ void evaluateLights(const znRTRayDifferentialPacket& ray, const znRTDataBlockPac
                     znRTColorPacket& diffuse, znRTColorPacket& glossy)
 {
     Estimate estimate(ray, data, dg, lobes, wo, mask, state);
-    estimate.addAll(lights);
+    if (!estimate.isDark())
+        estimate.addAll(lights);
     diffuse = estimate.diffuse;
     glossy = estimate.glossy;
 }
@@ -211,9 +231,10 @@ void evaluateDirectLighting(const znRTRayDifferentialPacket& ray, const znRTData
     const bool drawsLights =
         znRTRaytracingSettings::s_lightOptimizationMode != 0 || state.counterC >= 1;
     const bool isTabulated = distribution && u64(distribution->count) == lights.size;
-    if (lights.size < fewLights || !drawsLights || !isTabulated)
+    const bool evaluatesAll = lights.size < fewLights || !drawsLights || !isTabulated;
+    if (!estimate.isDark() && evaluatesAll)
         estimate.addAll(lights);
-    else
+    else if (!estimate.isDark())
         estimate.addDrawn(lights, *distribution);
     diffuse = estimate.diffuse;
     glossy = estimate.glossy;

@@ -50,7 +50,7 @@ znRTColorPacket arriving(const znRTColor& color, const Sight& sight, const znFlo
 
 const znRTUAreaLight* areaOf(const znRTLight& light)
 {
-    return dynamic_cast<const znRTUAreaLight*>(&light);
+    return light.isAreaLight() ? static_cast<const znRTUAreaLight*>(&light) : nullptr;
 }
 
 void LightEvalSample::take(const znRTLight& light, const znRTUAreaLight* area,

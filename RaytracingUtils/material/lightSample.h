@@ -9,8 +9,7 @@
 class znRTLight;
 class znRTUAreaLight;
 
-/// The light as one to draw points on; null for lights without area. All lights are of one of the
-/// two families; asking which is dear, so once per light and point.
+/// The light as one to draw points on; null for lights without area.
 const znRTUAreaLight* areaOf(const znRTLight& light);
 
 struct LightEvalSample : znAlignedBase16
