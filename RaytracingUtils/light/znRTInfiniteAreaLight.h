@@ -94,6 +94,7 @@ public:
     znRTColorPacket getDrawnIntensity(const znRTVector3fPacket& direction,
                                       const znRTVector2fPacket& uv,
                                       const znFloatType<2>& mask) const;
+    using znRTUAreaLight::getSeenIntensity;
     /// Radiance as somebody sees it who looks there. Beside getIntensity it has the parts that
     /// lights of their own stand for.
     znRTColorPacket getSeenIntensity(const znRTVector3fPacket& direction,
