@@ -15,17 +15,10 @@ struct Counted
     unsigned useCount = 0;
 };
 
-std::mutex& globalLock()
-{
-    static std::mutex lock;
-    return lock;
-}
+std::mutex s_globalLock;
 
-std::map<u32, Counted>& globalMaterialList()
-{
-    static std::map<u32, Counted> list;
-    return list;
-}
+/// By container id.
+std::map<u32, Counted> s_globalMaterialList;
 
 } // namespace
 
@@ -33,9 +26,9 @@ znRTMaterial* sharedMaterials::acquire(const osg::MaterialPtr& material)
 {
     const u32 id = material ? material->getId() : 0;
     {
-        const std::lock_guard guard(globalLock());
-        const auto found = globalMaterialList().find(id);
-        if (found != globalMaterialList().end()) {
+        const std::lock_guard guard(s_globalLock);
+        const auto found = s_globalMaterialList.find(id);
+        if (found != s_globalMaterialList.end()) {
             ++found->second.useCount;
             return found->second.material;
         }
@@ -46,9 +39,9 @@ znRTMaterial* sharedMaterials::acquire(const osg::MaterialPtr& material)
     znRTMaterial* surplus = nullptr;
     znRTMaterial* shared;
     {
-        const std::lock_guard guard(globalLock());
+        const std::lock_guard guard(s_globalLock);
         // Somebody may have been faster; that object is the one to share.
-        Counted& entry = globalMaterialList()[id];
+        Counted& entry = s_globalMaterialList[id];
         if (entry.material && entry.material != created)
             surplus = created;
         else
@@ -64,14 +57,14 @@ void sharedMaterials::release(u32 id)
 {
     znRTMaterial* last = nullptr;
     {
-        const std::lock_guard guard(globalLock());
-        const auto found = globalMaterialList().find(id);
-        if (found == globalMaterialList().end() || --found->second.useCount > 0)
+        const std::lock_guard guard(s_globalLock);
+        const auto found = s_globalMaterialList.find(id);
+        if (found == s_globalMaterialList.end() || --found->second.useCount > 0)
             return;
         // The fallback material belongs to the process.
         if (id != 0)
             last = found->second.material;
-        globalMaterialList().erase(found);
+        s_globalMaterialList.erase(found);
     }
     // Outside of the lock: it may release others.
     delete last;
@@ -79,7 +72,7 @@ void sharedMaterials::release(u32 id)
 
 unsigned sharedMaterials::getUseCount(u32 id)
 {
-    const std::lock_guard guard(globalLock());
-    const auto found = globalMaterialList().find(id);
-    return found != globalMaterialList().end() ? found->second.useCount : 0;
+    const std::lock_guard guard(s_globalLock);
+    const auto found = s_globalMaterialList.find(id);
+    return found != s_globalMaterialList.end() ? found->second.useCount : 0;
 }

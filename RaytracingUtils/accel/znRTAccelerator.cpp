@@ -249,7 +249,9 @@ bool znRTAccelerator::updateObjectMaterial(unsigned int index)
         return false;
     const osg::MaterialPtr material =
         resolveMaterialAssignment(node->getNode(), node->getActiveGeometryCore());
-    if (node->getMaterial() && node->getMaterial()->getHostMaterial() == material)
+    // An object whose material is gone shows the fallback, which has no container either: it gets
+    // the default material all the same.
+    if (material && node->getMaterial() && node->getMaterial()->getHostMaterial() == material)
         return false;
     return setMaterial(index, material);
 }

@@ -68,9 +68,9 @@ bool znRTMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attributes)
     const SettingsStamp selected = selectSettings(attributes);
     deriveQuality(selected, overridesEnvironment(attributes));
     updateEnvironmentLight();
-    if (selected == stamp && !attributes.settingsDirty)
+    if (selected == cacheStamp && !attributes.settingsDirty)
         return false;
-    stamp = selected;
+    cacheStamp = selected;
     attributes.settingsDirty = false;
     return true;
 }
@@ -151,5 +151,5 @@ void znRTMaterial::takeOver(const znRTMaterial& other)
     needsConsistentTangents = other.needsConsistentTangents;
     photonTarget = other.photonTarget;
     version = other.version;
-    stamp = other.stamp;
+    cacheStamp = other.cacheStamp;
 }

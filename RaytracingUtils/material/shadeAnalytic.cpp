@@ -35,13 +35,15 @@ void znRTMaterial::shadeAnalytic(const znRTRayDifferentialPacket& ray, znRTDataB
     surface[surfaceGlossy] = znRTColorPacket(analytic.specular);
     surface[surfaceEmission] = znRTColorPacket(analytic.emission);
     znRTHitSurface hit(ray, data);
+    bendNormal(ray, data, hit, mask);
     hit.onb.set(hit.dg.shadingNormal);
     hit.lobes.add(analytic.lambert, hit.onb, surface[surfaceDiffuse], mask);
     hit.lobes.add(analytic.phong, hit.onb, surface[surfaceGlossy], mask);
     const znRTColorPacket dark[4] = {znRTColorPacket(0.0f), znRTColorPacket(0.0f),
                                      znRTColorPacket(0.0f), znRTColorPacket(0.0f)};
     znRTColorPacket light[4] = {dark[0], dark[1], dark[2], dark[3]};
-    evaluateDirectLighting(ray, data, hit.dg, hit.lobes, hit.wo, mask, *this, state,
-                           light[surfaceDiffuse], light[surfaceGlossy]);
+    if (materialState.usesDirectLights)
+        evaluateDirectLighting(ray, data, hit.dg, hit.lobes, hit.wo, mask, *this, state,
+                               light[surfaceDiffuse], light[surfaceGlossy]);
     fragment.updateDG(ray, data, surface, {dark, light, dark}, state, throughput, mask);
 }

@@ -178,27 +178,6 @@ void znRTBRDFMaterial::addMirrorRequirements(bool usesVertexTangents)
     materialState.shadingRequirements |= surfaceDefault | (usesVertexTangents ? 0u : derivatives);
 }
 
-void znRTBRDFMaterial::bendNormal(const znRTRayDifferentialPacket& ray,
-                                  const znRTDataBlockPacket& data, znRTHitSurface& hit,
-                                  const znFloatType<2>& mask) const
-{
-    const znRTSurfaceStructure& structure = *surfaceStructure;
-    if (structure.is(givesDirections)) {
-        hit.dg.tangent.setMasked(structure.getFrame(ray, data, mask).u, mask);
-        hit.dg.tangentMask |= mask;
-    }
-    if (!structure.perturbs())
-        return;
-    const bool isApart =
-        structure.is(liesInObject) || readsOwnCoordinates(structure.getTextureAttributes());
-    const znRTVector3fPacket normal =
-        isApart ? structure.getNormal(ray, data, mask) : structure.getNormalAt(hit.dg, mask);
-    const znRTVector3fPacket mirrored =
-        mirrorAboveSurface(ray.direction, normal, hit.dg.geometricNormal);
-    hit.dg.shadingNormal.setMasked(normalOfMirror(ray.direction, mirrored, hit.dg.shadingNormal),
-                                   mask);
-}
-
 znRTShiftedCoordinates::znRTShiftedCoordinates(const znRTMaterial& material,
                                                const znRTRayDifferentialPacket& ray,
                                                znRTDataBlockPacket& newData, znRTHitSurface& hit,

@@ -58,10 +58,6 @@ public:
     znRTAlphaSplit handleTransparency(const znRTRayDifferentialPacket& ray,
                                       const znFloatType<2>& alpha, const znFloatType<2>& mask,
                                       const znRTShadingState& state) const;
-    /// Gives the hits the normals of the surface's structure, bent until they mirror no ray into
-    /// the surface, and the directions of its fibres as tangents.
-    void bendNormal(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
-                    znRTHitSurface& hit, const znFloatType<2>& mask) const;
     /// Occlusion in the vertices as the material counts it, 0 open.
     znFloatType<2> getAmbientOcclusion(const znRTDataBlockPacket& data) const;
     /// Share of the environment at the hits by the occlusion in the vertices, per channel; 1 where
@@ -82,6 +78,17 @@ protected:
     /// @return true when lobes and colours have to be read again
     bool setRaytracingCommonSettings(znRTCommonAttributes& attributes,
                                      bool withIncandescenceTexture);
+    /// The record of a container's kind where lobes and colours have to be read again, else null:
+    /// what update begins with.
+    template <class Host>
+    typename Host::RaytracingAttributes* getStaleRecord()
+    {
+        const auto host = osg::FCPtr<Host>::dcast(hostMaterial);
+        if (!host)
+            return nullptr;
+        auto& record = host->getRaytracingAttributes();
+        return setRaytracingCommonSettings(record, true) ? &record : nullptr;
+    }
     /// The structure that the bump texture of a record makes, or none.
     void readBump(const znRTBRDFMaterialAttributes& attributes);
     /// How occlusion, of vertices and of an image, darkens the light from all around.

@@ -2,8 +2,11 @@
 
 #include "host/osg/Material.h"
 #include "host/znRTRaytracingSettings.h"
+#include "material/mirrorLight.h"
 #include "material/ownEnvironmentHolders.h"
+#include "material/shadePipeline.h"
 #include "render/znRTMultilayerFragment.h"
+#include "texture/structures/projectedBumpTextures.h"
 #include "texture/znRTTextureFunctions.h"
 
 #include <algorithm>
@@ -44,6 +47,26 @@ znFloatType<2> znRTMaterial::calculateRoundedEdges(const znRTRayDifferentialPack
 {
     // Edges stay sharp as long as no rays are sent to their neighbourhood.
     return znFloatType<2>::noLanes();
+}
+
+void znRTMaterial::bendNormal(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
+                              znRTHitSurface& hit, const znFloatType<2>& mask) const
+{
+    const znRTSurfaceStructure& structure = *surfaceStructure;
+    if (structure.is(givesDirections)) {
+        hit.dg.tangent.setMasked(structure.getFrame(ray, data, mask).u, mask);
+        hit.dg.tangentMask |= mask;
+    }
+    if (!structure.perturbs())
+        return;
+    const bool isApart =
+        structure.is(liesInObject) || readsOwnCoordinates(structure.getTextureAttributes());
+    const znRTVector3fPacket normal =
+        isApart ? structure.getNormal(ray, data, mask) : structure.getNormalAt(hit.dg, mask);
+    const znRTVector3fPacket mirrored =
+        mirrorAboveSurface(ray.direction, normal, hit.dg.geometricNormal);
+    hit.dg.shadingNormal.setMasked(normalOfMirror(ray.direction, mirrored, hit.dg.shadingNormal),
+                                   mask);
 }
 
 znFloatType<2> znRTMaterial::evaluateCutout(const znRTRayPacket&, const znRTDifferentialGeometry&,

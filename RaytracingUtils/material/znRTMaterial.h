@@ -34,6 +34,7 @@ class znRTRayDifferentialPacket;
 class znRTRayPacket;
 class znRTSurfaceProperties;
 struct znRTCommonAttributes;
+struct znRTHitSurface;
 
 /// The structure of a material's surface, never null. It belongs to its material: a copy starts
 /// clean, until it is updated.
@@ -140,6 +141,11 @@ public:
                                          znRTDataBlockPacket& data, const znFloatType<2>& mask,
                                          const znRTShadingState& state) const;
 
+    /// Gives the hits the normals of the surface's structure, bent until they mirror no ray into
+    /// the surface, and the directions of its fibres as tangents.
+    void bendNormal(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
+                    znRTHitSurface& hit, const znFloatType<2>& mask) const;
+
     /// Finds the light of the own environment in the current scene.
     virtual void updateEnvironmentLight();
 
@@ -159,10 +165,12 @@ public:
     znRTColorPacket useBaking(const znRTColorPacket& a, const znRTColorPacket& b,
                               const znRTDataBlockPacket& data) const;
     /// Reflections and refractions in a row that rays of the material may take.
-    int getTraceDepth() const { return stamp.traceDepth; }
+    int getTraceDepth() const { return cacheStamp.traceDepth; }
     /// Samples of indirect light and of the environment per point; 0 is none.
-    int getIndirectQuality() const { return stamp.indirect; }
-    int getEnvironmentQuality() const { return stamp.environment; }
+    int getIndirectQuality() const { return cacheStamp.indirect; }
+    int getEnvironmentQuality() const { return cacheStamp.environment; }
+    /// 0 baked light, 1 the environment looked up, 2 sampled, 3 light between surfaces as well.
+    int getIlluminationMode() const { return cacheStamp.illumination; }
     /// The environment that lights the surface: its own, or else the scene's; null without.
     const znRTInfiniteAreaLight* getEnvironmentLight() const
     {
@@ -244,7 +252,7 @@ protected:
     bool needsConsistentTangents = false;
     bool photonTarget = false;
     float version = 1.0f;
-    SettingsStamp stamp;
+    SettingsStamp cacheStamp;
 
 private:
     SettingsStamp selectSettings(const znRTCommonAttributes& attributes);

@@ -13,15 +13,10 @@ znRTPhongMaterial::znRTPhongMaterial(const osg::MaterialPtr& material)
 
 void znRTPhongMaterial::update()
 {
-    const auto host = osg::FCPtr<osg::UPhongMaterial>::dcast(hostMaterial);
-    if (!host)
-        return;
-    auto& record = host->getRaytracingAttributes();
-    if (!setRaytracingCommonSettings(record, true))
-        return;
-    readColors(record);
-
-    znRTBSDFAttributes lobes;
-    lobes.setExponents(record.exponent, record.exponent);
-    setupLobes(lobes);
+    if (const auto* const record = getStaleRecord<osg::UPhongMaterial>()) {
+        readColors(*record);
+        znRTBSDFAttributes lobes;
+        lobes.setExponents(record->exponent, record->exponent);
+        setupLobes(lobes);
+    }
 }

@@ -12,12 +12,6 @@ znRTPlasticMaterial::znRTPlasticMaterial(const osg::MaterialPtr& material)
 
 void znRTPlasticMaterial::update()
 {
-    const auto host = osg::FCPtr<osg::UPlasticMaterial>::dcast(hostMaterial);
-    if (!host)
-        return;
-    auto& record = host->getRaytracingAttributes();
-    if (!setRaytracingCommonSettings(record, true))
-        return;
-    readColors(record);
-    setupLobes(plasticLayerOf(record));
+    if (const auto* const record = getStaleRecord<osg::UPlasticMaterial>())
+        readPlastic(*record);
 }

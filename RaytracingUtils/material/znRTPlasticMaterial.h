@@ -18,6 +18,9 @@ public:
 
 protected:
     using znRTPlasticLobesMaterial::znRTPlasticLobesMaterial;
+
+    template <class Record>
+    void readPlastic(const Record& record);
 };
 
 /// The glossy layer of a plastic, from any record with a width and a Fresnel term.
@@ -33,4 +36,11 @@ znRTBSDFAttributes plasticLayerOf(const Record& record)
         lobes.useSchlick = record.useSchlick;
     }
     return lobes;
+}
+
+template <class Record>
+void znRTPlasticMaterial::readPlastic(const Record& record)
+{
+    readColors(record);
+    setupLobes(plasticLayerOf(record));
 }

@@ -12,15 +12,8 @@ znRTReflectivePlasticMaterial::znRTReflectivePlasticMaterial(const osg::Material
 
 void znRTReflectivePlasticMaterial::update()
 {
-    const auto host = osg::FCPtr<osg::UReflectivePlasticMaterial>::dcast(hostMaterial);
-    if (!host)
-        return;
-    auto& record = host->getRaytracingAttributes();
-    if (!setRaytracingCommonSettings(record, true))
-        return;
-    readColors(record);
-    readCoat(record);
-    finish(plasticLayerOf(record), record.usesVertexTangents);
+    if (const auto* const record = getStaleRecord<osg::UReflectivePlasticMaterial>())
+        readCoatedPlastic(*record);
 }
 
 void znRTReflectivePlasticMaterial::finish(const znRTBxDFAttributes& layer, bool usesVertexTangents)

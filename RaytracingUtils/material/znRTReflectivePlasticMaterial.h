@@ -30,6 +30,13 @@ public:
 protected:
     using znRTPipelineKind::znRTPipelineKind;
 
+    template <class Record>
+    void readCoatedPlastic(const Record& record)
+    {
+        readColors(record);
+        readCoat(record);
+        finish(plasticLayerOf(record), record.usesVertexTangents);
+    }
     /// @tparam Record  with a coat
     template <class Record>
     void readCoat(const Record& record)

@@ -13,14 +13,8 @@ znRTTriplanarMaterial::znRTTriplanarMaterial(const osg::MaterialPtr& material)
 
 void znRTTriplanarMaterial::update()
 {
-    const auto host = osg::FCPtr<osg::UTriplanarMaterial>::dcast(hostMaterial);
-    if (!host)
-        return;
-    auto& record = host->getRaytracingAttributes();
-    if (!setRaytracingCommonSettings(record, true))
-        return;
-    readColors(record);
-    setupLobes(plasticLayerOf(record));
+    if (const auto* const record = getStaleRecord<osg::UTriplanarMaterial>())
+        readPlastic(*record);
 }
 
 znRTReflectiveTriplanarMaterial::znRTReflectiveTriplanarMaterial(const osg::MaterialPtr& material)
@@ -31,13 +25,6 @@ znRTReflectiveTriplanarMaterial::znRTReflectiveTriplanarMaterial(const osg::Mate
 
 void znRTReflectiveTriplanarMaterial::update()
 {
-    const auto host = osg::FCPtr<osg::UReflectiveTriplanarMaterial>::dcast(hostMaterial);
-    if (!host)
-        return;
-    auto& record = host->getRaytracingAttributes();
-    if (!setRaytracingCommonSettings(record, true))
-        return;
-    readColors(record);
-    readCoat(record);
-    finish(plasticLayerOf(record), record.usesVertexTangents);
+    if (const auto* const record = getStaleRecord<osg::UReflectiveTriplanarMaterial>())
+        readCoatedPlastic(*record);
 }

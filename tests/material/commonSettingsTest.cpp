@@ -78,6 +78,82 @@ TEST_F(CommonSettings, LetMaterialsOverrideUnlessTheyAreIgnored)
     Settings::s_ignoreOverrideTraceDepth = Settings::s_ignoreOverrideIBLQuality = false;
 }
 
+// Each of the four counts where its flag is set and the settings do not ignore it, with the value
+// of the quality of the frame.
+TEST_F(CommonSettings, OverrideEachSettingByItself)
+{
+    struct Row
+    {
+        std::string flag, value;
+        bool& isIgnored;
+        int (*read)(const znRTMaterial&);
+    };
+    const Row rows[] = {
+        {"overrideTraceDepth", "traceDepth", Settings::s_ignoreOverrideTraceDepth,
+         [](const znRTMaterial& m) { return m.getTraceDepth(); }},
+        {"overrideIllumination", "illumination", Settings::s_ignoreOverrideIlluminationMode,
+         [](const znRTMaterial& m) { return m.getIlluminationMode(); }},
+        {"overrideIndirect", "indirect", Settings::s_ignoreOverrideReflectionQuality,
+         [](const znRTMaterial& m) { return m.getIndirectQuality(); }},
+        {"overrideEnvironment", "environment", Settings::s_ignoreOverrideIBLQuality,
+         [](const znRTMaterial& m) { return m.getEnvironmentQuality(); }}};
+    const auto set = [&](const std::string& field, const osg::FieldVariant& value) {
+        host->getType().findField(field)->write(*host, value);
+    };
+    setIllumination(0, 0);
+    Settings::s_interactiveQuality = 0;
+    for (const Row& row : rows) {
+        const auto seen = [&] { return row.read(znRTPhongMaterial(host.get())); };
+        const auto setting = [&](int quality) {
+            Settings::s_qualityMode = quality;
+            znRTMaterial::updateStaticSettings();
+            return seen();
+        };
+        const int ofFrame = setting(Settings::interactive), ofStill = setting(Settings::stillFrame);
+        set(row.value + "Interactive", 1);
+        set(row.value + "Still", 3);
+        EXPECT_EQ(setting(Settings::interactive), ofFrame) << row.value;
+        set(row.flag, true);
+        EXPECT_EQ(setting(Settings::interactive), 1) << row.value;
+        EXPECT_EQ(setting(Settings::stillFrame), 3) << row.value;
+        row.isIgnored = true;
+        EXPECT_EQ(setting(Settings::interactive), ofFrame) << row.value;
+        EXPECT_EQ(setting(Settings::stillFrame), ofStill) << row.value;
+        row.isIgnored = false;
+        set(row.flag, false);
+    }
+    Settings::s_qualityMode = Settings::interactive;
+    Settings::s_interactiveQuality = 1;
+}
+
+// Fields cannot hold such a mode; records of other applications may.
+TEST_F(CommonSettings, SwitchAllTermsOffForAnUnknownLightingMode)
+{
+    for (const int mode : {5, -1}) {
+        host->getRaytracingAttributes().lightingMode = mode;
+        const znRTPhongMaterial material(host.get());
+        EXPECT_FALSE(material.getState().usesEnvironmentMap) << mode;
+        EXPECT_FALSE(material.getState().usesIndirectTerm) << mode;
+        EXPECT_FALSE(material.getState().usesDirectLights) << mode;
+    }
+}
+
+// Luminance weights of red, green and blue: 0.2125, 0.7154, 0.0721.
+TEST_F(CommonSettings, CallSurfacesLightsThatEmitMoreThanAMillionth)
+{
+    const auto isLight = [&] { return znRTPhongMaterial(host.get()).isLightSource(); };
+    host->setIncandescence(osg::ColorComponent(osg::Vec3f(1.0f, 1.0f, 1.0f)));
+    EXPECT_FALSE(isLight());
+    host->setIncandescenceActive(true);
+    EXPECT_TRUE(isLight());
+    host->setIncandescence(osg::ColorComponent(osg::Vec3f(0.0f, 0.0f, 1e-6f / 0.0721f * 0.99f)));
+    EXPECT_FALSE(isLight());
+    host->setIncandescence(osg::ColorComponent(osg::Vec3f(0.0f, 0.0f, 1e-6f / 0.0721f * 1.01f)));
+    EXPECT_TRUE(isLight());
+    host->setIncandescence(osg::ColorComponent(osg::Vec3f(-1.0f, -1.0f, -1.0f)));
+    EXPECT_FALSE(isLight());
+}
+
 TEST_F(CommonSettings, AreReadAgainOnlyAfterAChange)
 {
     znRTPhongMaterial material(host.get());

@@ -1,5 +1,7 @@
 // Surfaces inside white surroundings: none may shine back more than it gets.
 
+#include "host/osg/Image.h"
+#include "host/osg/UTextureSettings.h"
 #include "light/environmentFixture.h"
 #include "materialFixture.h"
 
@@ -169,6 +171,59 @@ TEST_F(Furnace, GainsNothingFromRaysThatFindNoSurface)
 {
     for (const Kind& kind : kinds)
         expectNoGain(kind.name, kind.make(), 3);
+}
+
+// Slopes up to 45 degrees that change from texel to texel: normals turn away from the viewer, and
+// the mirror directions below the surface.
+TEST_F(Furnace, GainsNothingOnStrongBumps)
+{
+    const osg::Ref<osg::Image> image = osg::Image::create();
+    std::vector<u8> texels(3 * 64, 200);
+    for (std::size_t i = 0; i < 64; ++i) {
+        texels[3 * i] = u8(i * 89 % 256);
+        texels[3 * i + 1] = u8(i * 151 % 256);
+    }
+    ASSERT_TRUE(image->take(osg::Image::RGB, 8, 8, std::move(texels), osg::Image::UInt8));
+    const osg::Ref<osg::UTextureSettings> texture(osg::UTextureSettings::create());
+    texture->setImage(image.get());
+    texture->setIsActive(true);
+    texture->setGamma(1.0f);
+    for (const Kind& kind : kinds) {
+        const osg::UBRDFMaterialPtr material = osg::UBRDFMaterialPtr::dcast(kind.make());
+        if (!material)
+            continue;
+        const auto set = [&](const char* field, const osg::FieldVariant& value) {
+            material->getType().findField(field)->write(*material, value);
+        };
+        set("bumpTexture", osg::FieldContainerPtr(texture.get()));
+        set("bumpKind", 1);
+        expectNoGain(kind.name, material, 2);
+    }
+}
+
+// Facets lose the light of second bounces, the more the rougher they are. Seen from above a power
+// of e = 100 keeps (e + 2) (e - 1) / ((e + 1) (e + 3)), and aluminium reflects 0.923 of blue.
+TEST_F(Furnace, DarkensMetalWithItsRoughness)
+{
+    surround(2);
+    const auto metal = osg::UChromeMaterial::create();
+    metal->setFresnelTable(1);
+    addSquare(metal);
+    for (const double angle : {0.0, 60.0}) {
+        double last = 2.0;
+        for (const float roughness : {0.1f, 0.2f, 0.35f, 0.5f, 0.7f, 0.9f}) {
+            metal->setRoughness(roughness);
+            znRTMaterial::updateStaticSettings();
+            scene.scene->applyMaterialChanges();
+            const Mean seen = seenUnder(angle, 2048);
+            EXPECT_LT(seen.value, last + 3.0 * seen.error) << angle << " " << roughness;
+            if (angle == 0.0 && roughness == 0.1f) {
+                EXPECT_NEAR(seen.value, 0.896, 0.01);
+            }
+            last = seen.value;
+        }
+        EXPECT_LT(last, 0.9) << angle;
+    }
 }
 
 TEST_F(Furnace, ShowsTheReflectanceOfAMatteSurface)

@@ -125,3 +125,67 @@ TEST_F(MaterialTable, MakesADuplicateFromTheSameHost)
     EXPECT_TRUE(copy->isOfType(znRTPlasticMaterial::id));
     EXPECT_EQ(copy->getHostMaterial(), host.get());
 }
+
+namespace {
+
+/// A kind that an application derives.
+class UPearlPhongMaterial : public osg::UPhongMaterial
+{
+    ZN_CONTAINER(UPearlPhongMaterial, UPhongMaterial)
+};
+ZN_CONTAINER_BODY(UPearlPhongMaterial)
+
+/// A kind whose record cannot be had.
+class BrokenMaterial : public osg::UPhongMaterial
+{
+public:
+    RaytracingAttributes& getRaytracingAttributes() override
+    {
+        if (isBroken)
+            throw std::bad_alloc();
+        return osg::UPhongMaterial::getRaytracingAttributes();
+    }
+    bool isBroken = true;
+};
+
+} // namespace
+
+TEST_F(MaterialTable, TakesTheNearestKindForADerivedOne)
+{
+    const osg::Ref<UPearlPhongMaterial> host(UPearlPhongMaterial::create());
+    EXPECT_TRUE(scene.scene->createMaterial(host.get())->isOfType(znRTPhongMaterial::id));
+}
+
+TEST_F(MaterialTable, StaysUsableAfterAMaterialThatCannotBeMade)
+{
+    const osg::Ref<BrokenMaterial> broken(osg::FCPtr<BrokenMaterial>(new BrokenMaterial));
+    EXPECT_THROW(scene.scene->createMaterial(broken.get()), std::bad_alloc);
+    EXPECT_EQ(scene.scene->getMaterial(broken.get()), nullptr);
+    EXPECT_EQ(znRTAccelerator::getMaterialUseCount(broken->getId()), 0u);
+    // The lock is free, for other threads too.
+    znRTMaterial* made = nullptr;
+    std::thread([&] { made = scene.scene->createMaterial(makeDiffuse(0.5f)); }).join();
+    EXPECT_NE(made, nullptr);
+    broken->isBroken = false;
+    EXPECT_TRUE(scene.scene->createMaterial(broken.get())->isOfType(znRTPhongMaterial::id));
+}
+
+// The fallback stands under 0 in each scene and once in the process; a material counts its scenes.
+TEST_F(MaterialTable, CountsTheScenesOfAMaterial)
+{
+    znRTDynamicBVH other;
+    const osg::Ref<osg::Material> host(make("UPhongMaterial"));
+    znRTMaterial* const shared = scene.scene->createMaterial(host.get());
+    EXPECT_EQ(other.createMaterial(host.get()), shared);
+    EXPECT_EQ(znRTAccelerator::getMaterialUseCount(host->getId()), 2u);
+    EXPECT_EQ(scene.scene->createMaterial(host.get()), shared); // known: not counted again
+    EXPECT_EQ(znRTAccelerator::getMaterialUseCount(host->getId()), 2u);
+    EXPECT_EQ(scene.scene->createMaterial({}), other.createMaterial({}));
+    EXPECT_TRUE(other.getMaterial(0u)->isOfType(znRTDummyMaterial::id));
+    EXPECT_TRUE(other.deleteMaterial(host->getId()));
+    EXPECT_EQ(other.getMaterial(host.get()), nullptr);
+    EXPECT_EQ(scene.scene->getMaterial(host.get()), shared);
+    EXPECT_EQ(znRTAccelerator::getMaterialUseCount(host->getId()), 1u);
+    EXPECT_FALSE(other.deleteMaterial(0));
+    other.clear();
+}

@@ -3,6 +3,7 @@
 
 #include "brdf/analytic/znRTPassThroughBTDF.h"
 #include "core/rayTypes.h"
+#include "host/osg/UTextureSettings.h"
 #include "host/znRenderPasses.h"
 
 using namespace materialTest;
@@ -287,4 +288,49 @@ TEST_F(ShadePipeline, PreviewsByThePlainColors)
         const float expected = 0.25f * (1.0f - transparency) + transparency;
         EXPECT_LANES_NEAR(fragment.colour.g, expected, expected, expected, expected, 1e-4f);
     }
+}
+
+// Slopes as of a normal map; the sun is straight above: the cosine is that of the bent normal.
+TEST_F(ShadePipeline, PreviewsBumpsAndTheLightingMode)
+{
+    const osg::Ref<osg::Image> image = osg::Image::create();
+    std::vector<u8> texels = {204, 128, 230, 204, 128, 230, 204, 128, 230, 204, 128, 230};
+    ASSERT_TRUE(image->take(osg::Image::RGB, 2, 2, std::move(texels), osg::Image::UInt8));
+    const osg::Ref<osg::UTextureSettings> texture(osg::UTextureSettings::create());
+    texture->setImage(image.get());
+    texture->setIsActive(true);
+    texture->setGamma(1.0f);
+    const PhongPtr material = makeDiffuse(0.5f);
+    material->setBumpTexture(texture.get());
+    material->setBumpKind(1);
+    znRTMaterial& shading = addSquare(material);
+    addSun();
+    const auto preview = [&] {
+        const znRTRayDifferentialPacket ray = downward(0.2f, 0.1f);
+        znRTDataBlockPacket data = blockOf(ray);
+        znRTFragment fragment;
+        fragment.clear();
+        znRTShadingState state = stateOf(0);
+        shading.shadeAnalytic(ray, data, fragment, znFloatType<2>::allLanes(), state);
+        return fragment.colour.g;
+    };
+    const double x = 2.0 * 204.0 / 255.0 - 1.0, y = 2.0 * 128.0 / 255.0 - 1.0,
+                 z = 2.0 * 230.0 / 255.0 - 1.0;
+    const float expected = float(0.5 * z / std::sqrt(x * x + y * y + z * z));
+    EXPECT_LANES_NEAR(preview(), expected, expected, expected, expected, 1e-4f);
+    material->setLightingMode(1); // no direct light
+    scene.scene->applyMaterialChanges();
+    EXPECT_LANES_EQ(preview(), 0, 0, 0, 0);
+}
+
+// Panes of a half in a row: the chances of three are independent of each other.
+TEST_F(ShadePipeline, DecidesForEachOfThreePanesByItself)
+{
+    setIllumination(2, 1);
+    const PhongPtr pane = makeDiffuse(0.0f);
+    pane->setTransparencyColor(gray(0.5f));
+    for (const float height : {0.0f, 1.0f, 2.0f})
+        addSquare(pane, height);
+    setBackground(1.0f);
+    EXPECT_NEAR(meanOfSamples(2048, 0), 0.125, 2e-3);
 }
