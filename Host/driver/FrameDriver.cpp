@@ -82,6 +82,7 @@ FrameDriver::FrameDriver()
     buffers.view().m_forceSoftwareCopy = 1;
     viewport = osg::Viewport::create();
     offsetCamera = osg::OffsetCameraDecorator::create();
+    movedCamera = osg::MovedCameraDecorator::create();
 }
 
 FrameDriver::~FrameDriver()
@@ -201,11 +202,15 @@ bool FrameDriver::hasActivePixels()
 void FrameDriver::lookAtSample(const osg::CameraPtr& camera, u32 sample)
 {
     const znRTVector2f shift = znPixelfilterSampleSet::getSampleShift(sample);
-    offsetCamera->setDecoratee(camera);
-    offsetCamera->setNear(camera->getNear());
-    offsetCamera->setFar(camera->getFar());
-    offsetCamera->setOffsetX(shift.x);
-    offsetCamera->setOffsetY(shift.y);
+    const auto move = [&](auto& decorator) {
+        decorator.setDecoratee(camera);
+        decorator.setNear(camera->getNear());
+        decorator.setFar(camera->getFar());
+        decorator.setOffsetX(shift.x);
+        decorator.setOffsetY(shift.y);
+    };
+    move(*offsetCamera);
+    move(*movedCamera);
 }
 
 FrameReport FrameDriver::renderStill(const FrameSettings& settings, const osg::CameraPtr& camera,
@@ -256,7 +261,8 @@ FrameReport FrameDriver::renderInteractive(const FrameSettings& settings,
 {
     FrameReport report;
     instance->updateRendertargets(&buffers.view(), true); // what no ray reaches is black
-    tracePass(camera, true, znTBBInit::the().getNumAvailableLimitedLogicalCores());
+    lookAtSample(camera, 0); // not exactly through the centres, see there
+    tracePass(movedCamera.get(), true, znTBBInit::the().getNumAvailableLimitedLogicalCores());
     if (!isAborted)
         report.samples = interactiveSamples(settings.samples);
     if (progress)

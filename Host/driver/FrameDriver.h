@@ -106,7 +106,7 @@ private:
     void prepare(const FrameSettings& settings, const osg::CameraPtr& camera);
     void tracePass(const osg::CameraPtr& camera, bool isFirst, int threads);
     bool hasActivePixels();
-    /// Moves the camera of the frame to the place of a sample inside the pixels.
+    /// Moves the cameras of frames to the place of a sample inside the pixels.
     void lookAtSample(const osg::CameraPtr& camera, u32 sample);
     FrameReport renderStill(const FrameSettings& settings, const osg::CameraPtr& camera,
                             const ProgressCallback& progress);
@@ -119,7 +119,8 @@ private:
     znRaytracingUtilsBase* instance = nullptr;
     osg::Ref<osg::Node> root;
     osg::Ref<osg::Viewport> viewport;
-    osg::Ref<osg::OffsetCameraDecorator> offsetCamera;
+    osg::Ref<osg::OffsetCameraDecorator> offsetCamera; ///< of still frames
+    osg::Ref<osg::MovedCameraDecorator> movedCamera;   ///< of interactive ones
     ViewBuffers buffers;
     u64 tiledWidth = 0, tiledHeight = 0, tiledSize = 0; ///< what the tile list was made for
     std::array<float, 4> tiledRegion{};

@@ -6,6 +6,7 @@ namespace osg {
 
 ZN_ABSTRACT_CONTAINER_BODY(CameraDecorator)
 ZN_CONTAINER_BODY(OffsetCameraDecorator)
+ZN_CONTAINER_BODY(MovedCameraDecorator)
 ZN_CONTAINER_BODY(TileCameraDecorator)
 
 TransformationMatrix<double> CameraDecorator::getToWorld() const
@@ -25,14 +26,33 @@ TransformationMatrix<double> CameraDecorator::getProjection(u32 width, u32 heigh
                           : TransformationMatrix<double>();
 }
 
+namespace {
+
+/// Moves an image so that pixel centres look at another place.
+/// @param offsetX, offsetY  half pixels
+TransformationMatrix<double> moved(const TransformationMatrix<double>& projection, float offsetX,
+                                   float offsetY, u32 width, u32 height)
+{
+    // A pixel is two units of clip space over the size.
+    TransformationMatrix<double> shift;
+    shift[3][0] = -double(offsetX) / std::max(width, 1u);
+    shift[3][1] = -double(offsetY) / std::max(height, 1u);
+    shift.mult(projection);
+    return shift;
+}
+
+} // namespace
+
 TransformationMatrix<double> OffsetCameraDecorator::getProjection(u32 width, u32 height) const
 {
-    // A pixel is two units of clip space over the size; the offset counts half pixels.
-    TransformationMatrix<double> shift;
-    shift[3][0] = -double(getOffsetX()) / std::max(width, 1u);
-    shift[3][1] = -double(getOffsetY()) / std::max(height, 1u);
-    shift.mult(CameraDecorator::getProjection(width, height));
-    return shift;
+    return moved(CameraDecorator::getProjection(width, height), getOffsetX(), getOffsetY(), width,
+                 height);
+}
+
+TransformationMatrix<double> MovedCameraDecorator::getProjection(u32 width, u32 height) const
+{
+    return moved(CameraDecorator::getProjection(width, height), getOffsetX(), getOffsetY(), width,
+                 height);
 }
 
 TransformationMatrix<double> TileCameraDecorator::getProjection(u32 width, u32 height) const

@@ -3,6 +3,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
 
+#include "host/znPixelfilter.h"
 #include "io/imageReader.h"
 
 #include <gtest/gtest.h>
@@ -469,10 +470,13 @@ TEST(ZnRender, TellsWhatAPixelShows)
     const std::size_t at = hit.find("position   ");
     ASSERT_NE(at, std::string::npos);
     ASSERT_EQ(std::sscanf(hit.c_str() + at, "position %f, %f, %f", &x, &y, &z), 3);
-    EXPECT_NEAR(x, 0.5f, 1e-4f);
-    EXPECT_NEAR(y, 0.0f, 1e-4f);
-    EXPECT_NEAR(z, 0.25f, 1e-4f);
-    // Rows count from the top. One is 0.041 high; the square ends 0.75 above and 1.25 below the
+    // Rows are 0.041 high. Frames look at a place next to the pixel's centre.
+    const float halfPixel = 5.0f * std::tan(22.5f * 3.14159265f / 180.0f) / 101.0f;
+    const znRTVector2f shift = znPixelfilterSampleSet::getSampleShift(0);
+    EXPECT_NEAR(x, 0.5f + shift.x * halfPixel, 1e-5f);
+    EXPECT_NEAR(y, 0.0f, 1e-5f);
+    EXPECT_NEAR(z, 0.25f + shift.y * halfPixel, 1e-5f);
+    // They count from the top. The square ends 0.75 above and 1.25 below the
     // middle.
     EXPECT_NE(run({"info", scene, "--pick", "100,35"}).find("distance"), std::string::npos);
     EXPECT_NE(run({"info", scene, "--pick", "100,25"}).find("background"), std::string::npos);

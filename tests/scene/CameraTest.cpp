@@ -140,6 +140,12 @@ TEST(OffsetCameraDecorator, MovesTheImageByPartsOfAPixel)
         EXPECT_NEAR(after[1], before[1] + 0.3 / 20.0, 1e-7);
         EXPECT_NEAR(after[2], before[2], 1e-12);
     }
+    const Ref<MovedCameraDecorator> moved = MovedCameraDecorator::create();
+    moved->setDecoratee(camera.get());
+    moved->setOffsetX(0.7f);
+    moved->setOffsetY(-0.3f);
+    EXPECT_EQ(moved->getProjection(40, 20), offset->getProjection(40, 20));
+    EXPECT_EQ(getUndecorated(moved.get()), camera.get());
     EXPECT_EQ(getUndecorated(offset.get()), camera.get());
     EXPECT_EQ(getUndecorated(camera.get()), camera.get());
     EXPECT_FALSE(getUndecorated(nullptr));

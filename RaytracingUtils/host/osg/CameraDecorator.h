@@ -30,6 +30,17 @@ class OffsetCameraDecorator : public CameraDecorator
     TransformationMatrix<double> getProjection(u32 width, u32 height) const override;
 };
 
+/// An image that is moved by a part of a pixel and otherwise like any other: no sample of a still
+/// frame.
+class MovedCameraDecorator : public CameraDecorator
+{
+    ZN_CONTAINER(MovedCameraDecorator, CameraDecorator)
+    ZN_FIELD(float, offsetX, OffsetX, 0.0f, "half pixel", -1.0f, 1.0f)
+    ZN_FIELD(float, offsetY, OffsetY, 0.0f, "half pixel", -1.0f, 1.0f)
+
+    TransformationMatrix<double> getProjection(u32 width, u32 height) const override;
+};
+
 /// A rectangle of a larger image. The projection is that of the whole image, cut down.
 class TileCameraDecorator : public CameraDecorator
 {
