@@ -115,6 +115,8 @@ public:
             writeNormals();
             writeAlpha();
         }
+        if (s.isEmissive() && !s.isUnlit && !s.isDoubleSided)
+            writeFrontAlone();
         if (hasVertexColors) {
             enum { color = 1, colorAndOpacity = 2 };
             fields.number("vertexColors",
@@ -269,6 +271,14 @@ private:
         colorWithTexture("incandescence", colorOf(s.emission.data(), s.emissionStrength),
                          s.material, "emissiveTexture");
         fields.flag("incandescenceActive", true);
+    }
+
+    /// Lamps of one side shine to that side. Other surfaces are there from both: a wall that
+    /// vanishes from behind would let light into the room.
+    void writeFrontAlone() const
+    {
+        constexpr int front = 1;
+        fields.number("sideness", front);
     }
 
     void writeNormals() const

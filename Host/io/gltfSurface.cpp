@@ -50,6 +50,7 @@ GltfSurface::GltfSurface(const Json& description)
     alpha = alphaMode == "MASK" ? Alpha::mask : alphaMode == "BLEND" ? Alpha::blend : Alpha::opaque;
     alphaCutoff = number(material, "alphaCutoff", 0.5);
 
+    isDoubleSided = flag(material, "doubleSided", false);
     isUnlit = extension(material, "KHR_materials_unlit") != nullptr;
     if (const Json* block = extension(material, "KHR_materials_emissive_strength"))
         emissionStrength = std::max(number(*block, "emissiveStrength", 1.0), 0.0);

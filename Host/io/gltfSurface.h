@@ -24,6 +24,7 @@ struct GltfSurface
     Alpha alpha = Alpha::opaque;
     double alphaCutoff = 0.5;
     bool isUnlit = false;
+    bool isDoubleSided = false;
 
     double ior = 1.5;
     double specular = 1.0;

@@ -183,6 +183,17 @@ TEST(GltfMaterials, MultiplyEmissionByItsStrength)
     EXPECT_FALSE(std::get<bool>(Imported(withMaterial(pbr(0, 0.9))).field("incandescenceActive")));
 }
 
+TEST(GltfMaterials, LetLampsOfOneSideShineToTheirFront)
+{
+    constexpr int front = 1, both = 3;
+    Json material = pbr(0, 0.9);
+    EXPECT_EQ(std::get<int>(Imported(withMaterial(material)).field("sideness")), both);
+    material["emissiveFactor"] = {1, 1, 1};
+    EXPECT_EQ(std::get<int>(Imported(withMaterial(material)).field("sideness")), front);
+    material["doubleSided"] = true;
+    EXPECT_EQ(std::get<int>(Imported(withMaterial(material)).field("sideness")), both);
+}
+
 TEST(GltfTextures, SplitRoughnessAndMetalFromTheirChannels)
 {
     // Green 128 is roughness, blue 64 metal; factors 0.5 and 1.

@@ -106,6 +106,27 @@ TEST(SunAndSky, ShowAWhiteFloorTheIntensityOfTheSky)
     EXPECT_EQ(s.shape.getSunProbability(), 0.0f);
 }
 
+// A floor of the ground's colour under the sky, whose light on it counts as 1 over pi, and a sun at
+// a height of sin 0.8: its radiance times its solid angle times 0.8, over pi.
+TEST(SunAndSky, LightTheGroundBelowTheHorizon)
+{
+    Sky s;
+    s.material->setHorizonBlur(0.0f);
+    s.material->setSkyIntensity(0.7f);
+    s.material->setGroundColor({0.4f, 0.3f, 0.2f});
+    s.material->setSunColor({1.0f, 0.9f, 0.8f});
+    s.update();
+    const znRTVector3fPacket down(0.3f, -0.2f, -0.9f);
+    const znRTColorPacket ground = s.shape.evaluate(down.getNormalized(), everyLane4);
+    const znRTColorPacket sun = s.shape.lookupSun(znRTVector3fPacket(0.6f, 0.0f, 0.8f), everyLane4);
+    const float colors[3] = {0.4f, 0.3f, 0.2f};
+    for (int c = 0; c < 3; ++c) {
+        const double onFloor = 0.7 + double(sun[c][0]) * 6.79397e-5 * 0.8 / testPi;
+        EXPECT_NEAR(ground[c][0], colors[c] * onFloor, 1e-3 * onFloor) << c;
+    }
+    EXPECT_GT(sun[0][0], 0.0f);
+}
+
 TEST(SunAndSky, AreBlueAboveAndBrightestAboutTheSun)
 {
     Sky s;
