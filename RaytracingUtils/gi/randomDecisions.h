@@ -23,6 +23,8 @@ enum class RandomDecision : int {
     roulette,
     gather,
     gatherGlossy,
+    roundedEdge,
+    roundedEdgeFrame,
     count
 };
 

@@ -59,6 +59,9 @@ bool znRTMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attributes)
     materialState.sideness = attributes.sideness;
     materialState.materialFlagA = attributes.flagA;
     photonTarget = attributes.photonTarget;
+    roundedEdges = {attributes.roundedEdgeActive, attributes.roundedEdgeMode,
+                    int(attributes.roundedEdgeSamples), attributes.roundedEdgeMaxDepth,
+                    attributes.roundedEdgeSmoothing};
 
     const int lighting = attributes.lightingMode;
     materialState.usesEnvironmentMap = lighting >= 0 && lighting < 4;
@@ -150,6 +153,7 @@ void znRTMaterial::takeOver(const znRTMaterial& other)
     occlusionSamplesStill = other.occlusionSamplesStill;
     needsConsistentTangents = other.needsConsistentTangents;
     photonTarget = other.photonTarget;
+    roundedEdges = other.roundedEdges;
     version = other.version;
     cacheStamp = other.cacheStamp;
 }

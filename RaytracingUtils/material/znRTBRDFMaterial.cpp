@@ -8,6 +8,7 @@
 #include "gi/randomDecisions.h"
 #include "host/osg/Spectrum.h"
 #include "host/osg/materials/UBRDFMaterial.h"
+#include "host/znRTTextureAttributes.h"
 #include "light/usableColor.h"
 #include "light/znRTLight.h"
 #include "material/mirrorLight.h"
@@ -99,19 +100,6 @@ bool znRTBRDFMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attribu
     return znRTMaterial::setRaytracingCommonSettings(attributes);
 }
 
-void znRTBRDFMaterial::readBump(const znRTBRDFMaterialAttributes& attributes)
-{
-    if (!attributes.bumpActive) {
-        surfaceStructure.set(std::make_unique<znRTCleanSurface>());
-        return;
-    }
-    const auto kind = attributes.bumpKind == znRTBumpTexture::normalMap ? znRTBumpTexture::normalMap
-                                                                        : znRTBumpTexture::heights;
-    const float scale = kind == znRTBumpTexture::heights ? attributes.bumpScale : 1.0f;
-    surfaceStructure.set(makeBumpTexture(*attributes.bumpSampler, attributes.bumpAttributes, kind,
-                                         attributes.bumpAmplitude * scale));
-}
-
 void znRTBRDFMaterial::readOcclusion(const znRTBRDFMaterialAttributes& attributes)
 {
     const osg::Vec4f& tint = attributes.occlusionColor;
@@ -152,7 +140,7 @@ void znRTBRDFMaterial::setPlainRequirements()
         materialState.transparencyAttributes |= vertexAttribute::vertexColor;
     if (hasVertexOpacity || hasVertexEmission)
         materialState.materialAttributes |= vertexAttribute::vertexColor;
-    if (surfaceStructure->perturbs())
+    if (surfaceStructure->getRequirements() != 0 && !surfaceStructure->is(liesInObject))
         materialState.materialAttributes |= vertexAttribute::bumpDefault;
     if (readsOwnCoordinates(surfaceStructure->getTextureAttributes())) {
         materialState.materialAttributes |= vertexAttribute::textureCoordinates;
@@ -182,7 +170,9 @@ znRTShiftedCoordinates::znRTShiftedCoordinates(const znRTMaterial& material,
                                                const znRTRayDifferentialPacket& ray,
                                                znRTDataBlockPacket& newData, znRTHitSurface& hit,
                                                const znFloatType<2>& mask)
-    : data(newData), isShifted(material.getSurfaceStructure().is(shiftsCoordinates))
+    : data(newData),
+      isShifted(material.getSurfaceStructure().is(shiftsCoordinates) &&
+                !readsOwnCoordinates(material.getSurfaceStructure().getTextureAttributes()))
 {
     if (!isShifted)
         return;

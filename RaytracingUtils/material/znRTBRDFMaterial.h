@@ -6,6 +6,7 @@
 
 #include "core/znRTColor.h"
 #include "material/attributeTexture.h"
+#include "material/surfaceStructures.h"
 #include "material/znRTMaterial.h"
 
 namespace osg {
@@ -89,8 +90,12 @@ protected:
         auto& record = host->getRaytracingAttributes();
         return setRaytracingCommonSettings(record, true) ? &record : nullptr;
     }
-    /// The structure that the bump texture of a record makes, or none.
-    void readBump(const znRTBRDFMaterialAttributes& attributes);
+    /// The structure that a record asks for.
+    template <class Record>
+    void setStructure(const Record& record)
+    {
+        surfaceStructure.set(structureOf(record));
+    }
     /// How occlusion, of vertices and of an image, darkens the light from all around.
     void readOcclusion(const znRTBRDFMaterialAttributes& attributes);
     /// Requirements by the terms that the material evaluates and by the textures of all kinds;

@@ -49,7 +49,7 @@ protected:
     {
         tellOfMissingParts(missingParts(record));
         readOcclusion(record);
-        readBump(record);
+        setStructure(record);
         if constexpr (requires { record.glossinessActive; })
             glossiness.read(record);
         setupMetal(exponent, record.fresnelTable, record.reflectance, record.useSchlick,

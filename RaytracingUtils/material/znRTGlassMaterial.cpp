@@ -108,7 +108,7 @@ void znRTGlassMaterial::readStructure(const Record& record)
             std::make_unique<znRTBumpTexture>(*record.normalSampler, record.normalAttributes,
                                               znRTBumpTexture::normalMap, record.bumpAmplitude));
     else
-        readBump(record);
+        setStructure(record);
 }
 
 void znRTGlassMaterial::setupRefraction(const Record& record)

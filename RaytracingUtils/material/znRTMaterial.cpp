@@ -41,32 +41,24 @@ int znRTMaterial::getSideness() const
                : materialState.sideness;
 }
 
-znFloatType<2> znRTMaterial::calculateRoundedEdges(const znRTRayDifferentialPacket&,
-                                                   znRTDataBlockPacket&, const znFloatType<2>&,
-                                                   const znRTShadingState&) const
-{
-    // Edges stay sharp as long as no rays are sent to their neighbourhood.
-    return znFloatType<2>::noLanes();
-}
-
 void znRTMaterial::bendNormal(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
                               znRTHitSurface& hit, const znFloatType<2>& mask) const
 {
     const znRTSurfaceStructure& structure = *surfaceStructure;
+    if (structure.perturbs()) {
+        const bool isApart =
+            structure.is(liesInObject) || readsOwnCoordinates(structure.getTextureAttributes());
+        const znRTVector3fPacket normal =
+            isApart ? structure.getNormal(ray, data, mask) : structure.getNormalAt(hit.dg, mask);
+        const znRTVector3fPacket mirrored =
+            mirrorAboveSurface(ray.direction, normal, hit.dg.geometricNormal);
+        hit.dg.shadingNormal.setMasked(
+            normalOfMirror(ray.direction, mirrored, hit.dg.shadingNormal), mask);
+    }
     if (structure.is(givesDirections)) {
         hit.dg.tangent.setMasked(structure.getFrame(ray, data, mask).u, mask);
         hit.dg.tangentMask |= mask;
     }
-    if (!structure.perturbs())
-        return;
-    const bool isApart =
-        structure.is(liesInObject) || readsOwnCoordinates(structure.getTextureAttributes());
-    const znRTVector3fPacket normal =
-        isApart ? structure.getNormal(ray, data, mask) : structure.getNormalAt(hit.dg, mask);
-    const znRTVector3fPacket mirrored =
-        mirrorAboveSurface(ray.direction, normal, hit.dg.geometricNormal);
-    hit.dg.shadingNormal.setMasked(normalOfMirror(ray.direction, mirrored, hit.dg.shadingNormal),
-                                   mask);
 }
 
 znFloatType<2> znRTMaterial::evaluateCutout(const znRTRayPacket&, const znRTDifferentialGeometry&,

@@ -31,6 +31,7 @@ class znRTFragment;
 class znRTInfiniteAreaLight;
 class znRTMultilayerFragment;
 class znRTRayDifferentialPacket;
+class znRTRayFilter;
 class znRTRayPacket;
 class znRTSurfaceProperties;
 struct znRTCommonAttributes;
@@ -145,6 +146,16 @@ public:
     /// the surface, and the directions of its fibres as tangents.
     void bendNormal(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
                     znRTHitSurface& hit, const znFloatType<2>& mask) const;
+    /// Normal of a surface near a hit that is to look rounded, as one probing ray finds it: stored
+    /// orientation, the longer the nearer; 0 where there is none.
+    /// @param frame    n the normal of the hit, stored orientation
+    /// @param numbers  in (0, 1): place on the disc
+    /// @param axis     that the ray runs along: 0 n, 1 u, 2 v
+    /// @param radius   of the neighbourhood, scene units
+    znRTVector3fPacket evaluateNormalContribution(
+        const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data, const znRTONB& frame,
+        const znRTVector2fPacket& numbers, int axis, const znFloatType<2>& radius,
+        const znRTRayFilter& filter, const znFloatType<2>& mask) const;
 
     /// Finds the light of the own environment in the current scene.
     virtual void updateEnvironmentLight();
@@ -239,6 +250,16 @@ protected:
         bool operator==(const SettingsStamp&) const = default;
     };
 
+    /// How edges of objects with a radius are rounded.
+    struct RoundedEdges
+    {
+        bool isActive = false;
+        int mode = 1;           ///< see znRTRoundedEdgeFilter
+        int rounds = 1;         ///< of four rays each at hits of camera rays; later hits take one
+        int maxDepth = 1;       ///< reflections in a row up to which edges are rounded
+        float smoothing = 1.0f; ///< [0, 1]: share of the rounded normal
+    };
+
     osg::MaterialPtr hostMaterial;
     u32 materialId = 0;                               ///< container id, 0 for the fallback material
     znRTCommonAttributes* commonAttributes = nullptr; ///< record of the host; null without
@@ -251,6 +272,7 @@ protected:
     znRTMaterialState materialState;
     bool needsConsistentTangents = false;
     bool photonTarget = false;
+    RoundedEdges roundedEdges;
     float version = 1.0f;
     SettingsStamp cacheStamp;
 

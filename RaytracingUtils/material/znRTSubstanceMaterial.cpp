@@ -72,7 +72,7 @@ void znRTSubstanceMaterial::readRecord(const Record& record)
                                              znRTBumpTexture::normalMap, record.bumpAmplitude,
                                              record.normalFormat == pointsDown));
     else
-        readBump(record);
+        setStructure(record);
     setupLobes();
     setPlainRequirements();
     addTextureRequirements();

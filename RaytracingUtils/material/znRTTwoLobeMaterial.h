@@ -56,7 +56,7 @@ protected:
     void readShared(const Record& record)
     {
         readOcclusion(record);
-        readBump(record);
+        setStructure(record);
         ambient.set(record.ambient, record.ambientSpectrum);
         diffuse.useVertexColors(record.vertexColors != 0);
         if constexpr (requires { record.glossinessActive; })

@@ -36,6 +36,13 @@ protected:
     /// keep heights in alpha.
     znFloatType<2> depthAt(const znRTVector2fPacket& uv, const znParallaxRay& ray,
                            const znFloatType<2>& mask) const;
+    /// One step of parallax, as deep as the heights are where it starts.
+    znRTVector2fPacket stepDown(const znRTVector2fPacket& uv, const znParallaxRay& ray,
+                                const znFloatType<2>& mask) const;
+    /// Steps until the ray is below the heights.
+    /// @param mostSteps  of a ray at a flat angle, at least 1
+    znRTVector2fPacket marchDown(const znRTVector2fPacket& uv, const znParallaxRay& ray,
+                                 int mostSteps, const znFloatType<2>& mask) const;
 
 private:
     znRTVector3fPacket normalOfMap(const znRTDifferentialGeometry& dg,

@@ -7,9 +7,10 @@
 
 znRTTexturedSurface::znRTTexturedSurface(const znRTTypeId& typeId,
                                          const znRTTextureSampler& newSampler,
-                                         const znRTTextureAttributes* newAttributes, float depth)
-    : znRTSurfaceStructure(typeId,
-                           bendsNormals | (depth != 0.0f ? unsigned(shiftsCoordinates) : 0)),
+                                         const znRTTextureAttributes* newAttributes, float depth,
+                                         unsigned moreTraits)
+    : znRTSurfaceStructure(typeId, bendsNormals | moreTraits |
+                                       (depth != 0.0f ? unsigned(shiftsCoordinates) : 0)),
       sampler(newSampler), parallaxDepth(depth)
 {
     attributes = newAttributes;

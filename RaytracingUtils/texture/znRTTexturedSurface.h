@@ -41,8 +41,10 @@ protected:
     /// @param newAttributes  null for the plain texture coordinates
     /// @param depth          of parallax, from the lowest to the highest height, as a length along
     ///                       the first texture coordinate; 0 is none
+    /// @param moreTraits     beside those that follow from this
     znRTTexturedSurface(const znRTTypeId& typeId, const znRTTextureSampler& newSampler,
-                        const znRTTextureAttributes* newAttributes, float depth = 0.0f);
+                        const znRTTextureAttributes* newAttributes, float depth = 0.0f,
+                        unsigned moreTraits = 0);
 
     /// Heights of a channel at coordinates before the sampler's transform, bilinear in a level.
     /// @param channel  0 for the first, 3 for alpha

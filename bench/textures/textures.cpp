@@ -7,6 +7,8 @@
 
 #include "texturedFrames.h"
 
+#include "structures.h"
+
 #include "texture/znRTTextureFunctions.h"
 
 #include <nlohmann/json.hpp>
@@ -232,5 +234,6 @@ int main(int argc, char** argv)
             }
         }
     }
+    agrees = measureStructures(repeats) && agrees;
     return agrees ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -4,6 +4,8 @@
 
 const znRTTypeId znRTParallaxMappingTexture::id("znRTParallaxMappingTexture");
 const znRTTypeId znRTParallaxOcclusionTexture::id("znRTParallaxOcclusionTexture");
+const znRTTypeId znRTTriplanarParallaxMappingTexture::id("znRTTriplanarParallaxMappingTexture");
+const znRTTypeId znRTTriplanarParallaxOcclusionTexture::id("znRTTriplanarParallaxOcclusionTexture");
 
 namespace {
 
@@ -12,18 +14,17 @@ constexpr float fewestSteps = 8.0f;
 
 } // namespace
 
-znRTVector2fPacket znRTParallaxMappingTexture::marchHeight(const znRTVector2fPacket& uv,
-                                                           const znParallaxRay& ray,
-                                                           const znFloatType<2>& mask) const
+znRTVector2fPacket znRTBumpTexture::stepDown(const znRTVector2fPacket& uv, const znParallaxRay& ray,
+                                             const znFloatType<2>& mask) const
 {
     return uv + ray.reach * depthAt(uv, ray, mask);
 }
 
-znRTVector2fPacket znRTParallaxOcclusionTexture::marchHeight(const znRTVector2fPacket& uv,
-                                                             const znParallaxRay& ray,
-                                                             const znFloatType<2>& mask) const
+znRTVector2fPacket znRTBumpTexture::marchDown(const znRTVector2fPacket& uv,
+                                              const znParallaxRay& ray, int mostSteps,
+                                              const znFloatType<2>& mask) const
 {
-    const float most = float(std::max(1, steps));
+    const float most = float(std::max(1, mostSteps));
     const znFloatType<2> zero(0.0f), one(1.0f);
     const znFloatType<2> count =
         floor(clamp(znFloatType<2>(fewestSteps) / ray.cosTheta, std::min(fewestSteps, most), most));

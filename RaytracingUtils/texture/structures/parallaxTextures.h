@@ -9,7 +9,7 @@
 // Depths are lengths along the first texture coordinate: the same depth looks the same on a surface
 // of any size. White is the surface itself, black its deepest ground.
 
-#include "texture/znRTBumpTexture.h"
+#include "texture/structures/projectedBumpTextures.h"
 
 /// A single step, exact where heights change slowly.
 class znRTParallaxMappingTexture : public znRTBumpTexture
@@ -26,7 +26,10 @@ public:
     }
 
     znRTVector2fPacket marchHeight(const znRTVector2fPacket& uv, const znParallaxRay& ray,
-                                   const znFloatType<2>& mask) const override;
+                                   const znFloatType<2>& mask) const override
+    {
+        return stepDown(uv, ray, mask);
+    }
 };
 
 /// Steps down until the ray is below the heights: near heights hide far ones.
@@ -45,7 +48,59 @@ public:
     }
 
     znRTVector2fPacket marchHeight(const znRTVector2fPacket& uv, const znParallaxRay& ray,
-                                   const znFloatType<2>& mask) const override;
+                                   const znFloatType<2>& mask) const override
+    {
+        return marchDown(uv, ray, steps, mask);
+    }
+
+private:
+    int steps;
+};
+
+/// A single step in each of the three projections. Colours are projected by themselves and stay
+/// where they are; the normals shift.
+class znRTTriplanarParallaxMappingTexture : public znRTTriplanarBumpTexture
+{
+public:
+    static const znRTTypeId id;
+
+    /// @param newAttributes  along the axes
+    znRTTriplanarParallaxMappingTexture(const znRTTextureSampler& newSampler,
+                                        const znRTTextureAttributes* newAttributes, Kind newKind,
+                                        float newAmplitude, bool isDownward, float depth)
+        : znRTTriplanarBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward,
+                                   depth)
+    {
+    }
+
+    znRTVector2fPacket marchHeight(const znRTVector2fPacket& uv, const znParallaxRay& ray,
+                                   const znFloatType<2>& mask) const override
+    {
+        return stepDown(uv, ray, mask);
+    }
+};
+
+/// A march in each of the three projections.
+class znRTTriplanarParallaxOcclusionTexture : public znRTTriplanarBumpTexture
+{
+public:
+    static const znRTTypeId id;
+
+    znRTTriplanarParallaxOcclusionTexture(const znRTTextureSampler& newSampler,
+                                          const znRTTextureAttributes* newAttributes, Kind newKind,
+                                          float newAmplitude, bool isDownward, float depth,
+                                          int mostSteps)
+        : znRTTriplanarBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward,
+                                   depth),
+          steps(mostSteps)
+    {
+    }
+
+    znRTVector2fPacket marchHeight(const znRTVector2fPacket& uv, const znParallaxRay& ray,
+                                   const znFloatType<2>& mask) const override
+    {
+        return marchDown(uv, ray, steps, mask);
+    }
 
 private:
     int steps;

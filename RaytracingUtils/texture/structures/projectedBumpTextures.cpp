@@ -110,7 +110,7 @@ znRTVector3fPacket znRTProjectedBumpTexture::getNormal(const znRTRayDifferential
     return getNormalAt(dg, mask & place.inside);
 }
 
-znRTVector3fPacket znRTTriplanarBumpTexture::getNormal(const znRTRayDifferentialPacket&,
+znRTVector3fPacket znRTTriplanarBumpTexture::getNormal(const znRTRayDifferentialPacket& ray,
                                                        const znRTDataBlockPacket& data,
                                                        const Mask& mask) const
 {
@@ -136,6 +136,8 @@ znRTVector3fPacket znRTTriplanarBumpTexture::getNormal(const znRTRayDifferential
         Geometry dg = data.dg;
         lay(dg, place, toWorld(data, dPdu, lanes), toWorld(data, dPdv, lanes),
             toWorld(data, direction, lanes));
+        if (parallaxDepth != 0.0f)
+            shiftCoordinates(ray, dg, seen);
         sum = sum + getNormalAt(dg, seen) * (weight[axis] & seen);
     }
     const znFloatType<2> squareLength = sum.getSquareLength();

@@ -8,6 +8,8 @@
 
 #include "texture/znRTBumpTexture.h"
 
+#include <memory>
+
 /// By a set of coordinates, a plane or a cylinder.
 class znRTProjectedBumpTexture : public znRTBumpTexture
 {

@@ -12,7 +12,7 @@ namespace {
 const znRTVector2fPacket apart(37.31f, 91.73f);
 
 /// Differences of heights are taken over this share of a cell, or over the pixel if that is wider.
-constexpr float leastStep = 1.0f / 64.0f;
+constexpr float leastStep = 1.0f / 512.0f;
 
 } // namespace
 

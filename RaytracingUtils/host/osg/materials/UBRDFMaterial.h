@@ -77,7 +77,10 @@
 
 /// Procedural unevenness.
 #define ZN_STRUCTURE_ROWS(R)                                                                       \
-    R(CHOICE, (structureType, StructureType, 0, "none", "noise", "sparkle", "cellularSparkle"))    \
+    /* The last two follow the texture coordinates, the others the space of the object. Amounts    \
+       are tilts; the scale counts cells per scene unit, or per step of the coordinates. */                  \
+    R(CHOICE, (structureType, StructureType, 0, "none", "noise", "sparkle", "cellularSparkle",     \
+               "coordinateNoise", "coordinateTilt"))                                               \
     R(NUMBER, (float, structureAmount, StructureAmount, 0.1f, "", 0.0f, 10.0f))                    \
     R(NUMBER, (float, structureScale, StructureScale, 1.0f, "1/u", 1e-9f, 1e9f))                   \
     R(NUMBER, (float, structureOctaves, StructureOctaves, 4.0f, "", 1.0f, 16.0f))
