@@ -19,6 +19,7 @@
 #include "material/znRTSubstanceMaterial.h"
 #include "material/znRTSwitchMaterial.h"
 #include "material/znRTTriplanarMaterial.h"
+#include "material/znRTVolumeScatterMaterial.h"
 
 #include <iterator>
 #include <mutex>
@@ -101,7 +102,7 @@ const MaterialRow materialTable[] = {
     row<osg::UShadowMaterial, znRTShadowMaterial>(),
     substituted<osg::UGlowMaterial, Dummy>("znRTGlowMaterial"),
     substituted<osg::UXrayMaterial, Plain>("znRTXRayMaterial"),
-    substituted<osg::UVolumeScatterMaterial, Dummy>("znRTVolumeScatterMaterial"),
+    row<osg::UVolumeScatterMaterial, znRTVolumeScatterMaterial>(),
     substituted<osg::ULightPortalMaterial, Dummy>("znRTLightPortalMaterial"),
     row<osg::USkylightMaterial, znRTSkylightMaterial>(),
     row<osg::USphereEnvironmentMaterial, znRTSphereEnvironmentMaterial>(),

@@ -258,6 +258,8 @@ void znRTGlassMaterial::fetchParameters(const znRTRayDifferentialPacket&,
     hit.transmitted = transmissionColor.fetch(data, mask);
     fetchShared(data, mask, hit);
     hit.isInside = useIor ? ~hit.dg.frontFacing : znFloatType<2>::noLanes();
+    if (absorbs)
+        hit.way = data.hit.t & hit.isInside;
     if (!isPerLane)
         return;
     znRTLobeParameters& lanes = hit.useLanes()[0];
@@ -297,10 +299,13 @@ void znRTGlassMaterial::addLobes(Hit& hit, const znFloatType<2>& lanes) const
     hit.transmitted *= one - reflected;
     hit.transmitted.a = 1.0f;
     hit.specular *= reflected;
+    // The record answers for the way to the hit; a shade for the ways from it, which it follows.
+    const znRTColorPacket left = absorbs ? getTransmittance(hit.way) : one;
+    const znRTColorPacket mirrored = hit.specular * left, refracted = hit.transmitted * left;
     if (!frosted) {
         hit.glossy = znRTColorPacket(0.0f);
-        hit.lobes.add(mirrorReflection, hit.onb, hit.specular, lanes);
-        hit.lobes.add(mirrorRefraction, hit.onb, hit.transmitted, lanes);
+        hit.lobes.add(mirrorReflection, hit.onb, mirrored, lanes);
+        hit.lobes.add(mirrorRefraction, hit.onb, refracted, lanes);
         return;
     }
     // Inside, light arrives by rays alone.
@@ -308,9 +313,9 @@ void znRTGlassMaterial::addLobes(Hit& hit, const znFloatType<2>& lanes) const
     hit.specular.maskedClear(outside);
     hit.glossy.maskedClear(inside);
     hit.lobes.add(getRoughReflection(), hit.onb, hit.glossy, outside);
-    hit.lobes.add(getRoughRefraction(), hit.onb, hit.transmitted, lanes);
+    hit.lobes.add(getRoughRefraction(), hit.onb, refracted, lanes);
     if (anyLane(inside))
-        hit.lobes.add(mirrorReflection, hit.onb, hit.specular, inside);
+        hit.lobes.add(mirrorReflection, hit.onb, mirrored, inside);
 }
 
 znRTColorPacket znRTGlassMaterial::getTransparency(const znRTRayDifferentialPacket& ray,

@@ -28,6 +28,7 @@ struct znRTGlassHit : znRTHitSurface
 
     znRTColorPacket transmitted{0.0f}; ///< share of the light from behind, with the colour
     znFloatType<2> isInside;           ///< mask: the ray comes out of the body
+    znFloatType<2> way{0.0f};          ///< that the ray has come inside of an absorbing body
 };
 
 class znRTGlassMaterial : public znRTBRDFMaterial
@@ -86,7 +87,7 @@ private:
     /// @param fromOutside  mask: the ray comes from the side of the stored normal
     znRTColorPacket evaluateFresnel(const znFloatType<2>& cosine,
                                     const znFloatType<2>& fromOutside) const;
-    /// Share that a body absorbs nothing of over a way, per channel.
+    /// Share of the light that a body leaves over a way, per channel.
     znRTColorPacket getTransmittance(const znFloatType<2>& distance) const;
     /// Of the power lobes that frosted glass spreads light by.
     znFloatType<2> getInvExponentPlusOne(const Hit& hit) const;

@@ -17,6 +17,7 @@
 #include "material/znRTSubstanceMaterial.h"
 #include "material/znRTSwitchMaterial.h"
 #include "material/znRTTriplanarMaterial.h"
+#include "material/znRTVolumeScatterMaterial.h"
 
 #include <atomic>
 #include <thread>
@@ -51,6 +52,7 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                         {"UChromeMaterial", znRTChromeMaterial::id},
                         {"UGlassMaterial", znRTGlassMaterial::id},
                         {"ULightMaterial", znRTLightMaterial::id},
+                        {"UVolumeScatterMaterial", znRTVolumeScatterMaterial::id},
                         {"USphereEnvironmentMaterial", znRTSphereEnvironmentMaterial::id},
                         {"UShadowMaterial", znRTShadowMaterial::id},
                         {"USubstanceMaterial", znRTSubstanceMaterial::id},
@@ -87,8 +89,8 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
         EXPECT_TRUE(shading->isOfType(row.shading)) << row.host;
         EXPECT_EQ(shading->getHostMaterial(), host.get());
     }
-    for (const char* name : {"UGlowMaterial", "UVolumeScatterMaterial", "ULightPortalMaterial",
-                             "ULayeredMaterial", "UXRiteMeasuredMaterial", "MultiPassMaterial"}) {
+    for (const char* name : {"UGlowMaterial", "ULightPortalMaterial", "ULayeredMaterial",
+                             "UXRiteMeasuredMaterial", "MultiPassMaterial"}) {
         const osg::Ref<osg::Material> host(make(name));
         ASSERT_TRUE(host.get()) << name;
         EXPECT_TRUE(scene.scene->createMaterial(host.get())->isOfType(znRTDummyMaterial::id))

@@ -4,6 +4,7 @@
 
 #include "host/osg/Spectrum.h"
 #include "host/znRenderPasses.h"
+#include "material/znRTVolumeScatterMaterial.h"
 
 using namespace materialTest;
 
@@ -175,6 +176,19 @@ TEST_F(Glass, AbsorbsByTheWayInside)
         EXPECT_NEAR(seen.g[0], std::pow(0.25, way / 0.4), 1e-5) << degrees;
         EXPECT_NEAR(seen.b[0], 1.0, 1e-5) << degrees;
     }
+}
+
+// The record of a hit from inside holds the way to it.
+TEST_F(Glass, EntersWhatTheWayToAHitLeaves)
+{
+    const auto glass = makeGlass(1.0f);
+    glass->setTransmission(color(0.5f, 0.25f, 1.0f));
+    glass->setAttenuationDistance(0.4f);
+    const znRTMaterial& shading = addFace(glass, 0.0f, true);
+    const znRTSurfaceProperties from = recordOf(shading, slanting(0.3f, 60.0, -0.2f));
+    EXPECT_NEAR(colorOf(from, refractionGroup).g[0], std::pow(0.25, 0.4 / 0.4), 1e-5);
+    EXPECT_NEAR(colorOf(recordOf(shading, slanting(0.3f, 60.0)), refractionGroup).g[0], 1.0f,
+                1e-6f);
 }
 
 // A lamp in the middle of the glass is as deep below its surface as for shadow rays to there.
@@ -443,4 +457,34 @@ TEST_F(Glass, EntersDeltaLobesOfItsLiveForm)
     EXPECT_EQ(frosted.groups[refractionGroup].count, 0u);
     EXPECT_EQ(frosted.groups[roughGroup].slots[0].lobe->getOutRayMask(),
               rayType::specularRefraction);
+}
+
+TEST_F(Glass, LeavesVolumesToTheirMedium)
+{
+    const auto host = osg::UVolumeScatterMaterial::create();
+    host->setScatterCoefficient(0.5f);
+    host->setAnisotropy(0.25f);
+    const auto& volume =
+        static_cast<znRTVolumeScatterMaterial&>(addMesh(makeSquare(), osg::MaterialPtr(host)));
+    EXPECT_TRUE(volume.isParticipatingMedia());
+    EXPECT_EQ(volume.getScatterCoefficient(), 0.5f);
+    EXPECT_EQ(volume.getAnisotropy(), 0.25f);
+    addLamp(-1.0f);
+    // Its surface is not seen, and throws no shadow.
+    EXPECT_LANES_NEAR(shade().color.g, 1.0f, 1.0f, 1.0f, 1.0f, 1e-6f);
+    EXPECT_EQ(shadowBelow(5.0f, 5.5f).g[0], 1.0f);
+    // It is entered from the front and left at the back. Rays find media by their nodes: the block
+    // is that of another surface.
+    addFace(makeGlass(1.0f), 0.0f, true);
+    for (const bool isEntered : {true, false}) {
+        const znRTRayDifferentialPacket ray = slanting(0.3f, 0.0, isEntered ? 2.0f : -0.5f);
+        znRTDataBlockPacket data = blockOf(ray);
+        data.volumeEntry = data.volumeExit = znFloatType<2>(-1.0f);
+        znRTFragment fragment;
+        fragment.clear();
+        znRTShadingState state = stateOf(0);
+        volume.shade(ray, data, fragment, znFloatType<2>::allLanes(), state);
+        EXPECT_NEAR(data.volumeEntry[0], isEntered ? 2.0f : -1.0f, 1e-5f);
+        EXPECT_NEAR(data.volumeExit[0], isEntered ? -1.0f : 0.5f, 1e-5f);
+    }
 }
