@@ -77,20 +77,20 @@ protected:
         return *scene.mesh(node).getActiveMaterial();
     }
     /// A wide square at a height.
-    znRTGlassMaterial& addFace(const osg::MaterialPtr& material, float z, bool facesUp,
-                               float half = 20.0f)
+    znRTMaterial& addFace(const osg::MaterialPtr& material, float z, bool facesUp,
+                          float half = 20.0f)
     {
         const std::vector<u32> up{0, 1, 2, 0, 2, 3}, down{0, 2, 1, 0, 3, 2};
         // Edges off the middle: rays along them may miss.
         const float a = -half, b = half * 1.01f;
-        return static_cast<znRTGlassMaterial&>(addMesh(
-            makeMesh({{a, a, z}, {b, a, z}, {b, b, z}, {a, b, z}}, facesUp ? up : down), material));
+        return addMesh(makeMesh({{a, a, z}, {b, a, z}, {b, b, z}, {a, b, z}}, facesUp ? up : down),
+                       material);
     }
     /// A solid plate with its top at z = 0.
     znRTGlassMaterial& addSlab(const osg::MaterialPtr& material, float thickness)
     {
         addFace(material, -thickness, false);
-        return addFace(material, 0.0f, true);
+        return dynamic_cast<znRTGlassMaterial&>(addFace(material, 0.0f, true));
     }
     /// A lamp that shines both ways.
     void addLamp(float z, float half = 20.0f)

@@ -246,7 +246,7 @@ TEST_F(Glass, HidesLightOnRequestInStillFramesAlone)
     opaque->setColouredShadow(false);
     clear->setColouredShadow(false);
     clear->setTransmission(color(0.5f, 0.5f, 0.5f));
-    const znRTGlassMaterial& shading = addFace(opaque, 0.0f, true);
+    const auto& shading = dynamic_cast<const znRTGlassMaterial&>(addFace(opaque, 0.0f, true));
     EXPECT_FALSE(shading.hasOpaqueShadow());
     EXPECT_NEAR(shadowBelow(5.0f, 100.0f).g[0], 0.96f, 1e-5f);
     beStill();
