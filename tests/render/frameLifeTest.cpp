@@ -257,6 +257,7 @@ TEST_F(FrameLife, AsksTheHostOnlyAfterSomeTime)
     EXPECT_EQ(s_abortCalls, 1);
 }
 
+// The workers wait in their first blocks until the calling thread has thrown in its own.
 TEST_F(FrameLife, SurvivesExceptionsOfTheCallingThread)
 {
     resize(64, 64);
@@ -264,9 +265,14 @@ TEST_F(FrameLife, SurvivesExceptionsOfTheCallingThread)
     const unsigned before = controlWord();
     for (u32 taskCount : {1u, 4u}) {
         const auto self = std::this_thread::get_id();
-        useHookLens([self] {
-            if (std::this_thread::get_id() == self)
+        std::atomic<bool> hasThrown{false};
+        useHookLens([&] {
+            if (std::this_thread::get_id() == self) {
+                hasThrown = true;
                 throw std::runtime_error("tile");
+            }
+            for (int i = 0; i < 5000 && !hasThrown; ++i)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
         });
         EXPECT_THROW(trace(taskCount), std::runtime_error);
         EXPECT_EQ(controlWord(), before);
