@@ -116,6 +116,18 @@ znRTColorPacket environmentShare(const znRTLitHit& hit, const znRTBRDFMaterial& 
                                                        : material.getEnvironmentOcclusion(hit.data);
 }
 
+znRTThroughput throughputOf(const znRTBRDFMaterial& material, const znRTHitSurface& hit,
+                            const znRTAlphaSplit& split)
+{
+    znRTThroughput throughput;
+    throughput.blend = split.shaded;
+    throughput.surfaceAlpha = split.surfaceAlpha;
+    throughput.hitLanes = split.passing;
+    throughput.shadingNormal = &hit.dg.shadingNormal;
+    throughput.material = &material;
+    return throughput;
+}
+
 void shadeLobes(const znRTBRDFMaterial& material, unsigned terms,
                 const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                 znRTHitSurface& hit, const znRTAlphaSplit& split, znRTFragment& fragment,
@@ -139,12 +151,7 @@ void shadeLobes(const znRTBRDFMaterial& material, unsigned terms,
     surface[surfaceEmission] = emissionOf(material, ray, data, hit, split.shaded);
     surface[surfaceTransparency] = hit.transparency;
 
-    znRTThroughput throughput;
-    throughput.blend = split.shaded;
-    throughput.surfaceAlpha = split.surfaceAlpha;
-    throughput.hitLanes = split.passing;
-    throughput.shadingNormal = &hit.dg.shadingNormal;
-    throughput.material = &material;
+    const znRTThroughput throughput = throughputOf(material, hit, split);
     if (hit.backLobes.count > 0)
         terms |= shadeTranslucent;
     if (const Update update = updateOf[terms & 15])

@@ -19,6 +19,7 @@
 #include "material/znRTBRDFMaterial.h"
 
 struct znRTLitHit;
+struct znRTThroughput;
 
 /// Illumination terms of a kind.
 enum znRTShadeTerm : unsigned {
@@ -104,6 +105,9 @@ znRTColorPacket emissionOf(const znRTBRDFMaterial& material, const znRTRayPacket
                            const znFloatType<2>& lanes);
 /// Share of the environment that reaches a hit, per channel: traced, or from the vertices.
 znRTColorPacket environmentShare(const znRTLitHit& hit, const znRTBRDFMaterial& material);
+/// How a surface enters the fragment, and the rays that go on behind it. It points into the hit.
+znRTThroughput throughputOf(const znRTBRDFMaterial& material, const znRTHitSurface& hit,
+                            const znRTAlphaSplit& split);
 /// Steps that follow lobes and colours: light, and the fragment's update operation.
 /// @param terms  bits of znRTShadeTerm
 void shadeLobes(const znRTBRDFMaterial& material, unsigned terms,

@@ -216,12 +216,7 @@ void znRTGlassMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBloc
     }
     terms.emission = emissionOf(*this, ray, data, hit, split.shaded);
 
-    znRTThroughput throughput;
-    throughput.blend = split.shaded;
-    throughput.surfaceAlpha = split.surfaceAlpha;
-    throughput.hitLanes = split.passing;
-    throughput.shadingNormal = &hit.dg.shadingNormal;
-    throughput.material = this;
+    const znRTThroughput throughput = throughputOf(*this, hit, split);
     const auto update = frosted ? &znRTFragment::updateFrostedGlass : &znRTFragment::updateGlass;
     (fragment.*update)(ray, data, terms, hit.transparency, state, throughput, mask);
 }

@@ -323,12 +323,7 @@ void znRTShadowMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBlo
     hit.transparency = {left.r, left.g, left.b, alpha};
     const znRTAlphaSplit split{mask, mask & (alpha < one), alpha};
     if (!anyLane(mask & (own > zero))) {
-        znRTThroughput throughput;
-        throughput.blend = split.shaded;
-        throughput.surfaceAlpha = split.surfaceAlpha;
-        throughput.hitLanes = split.passing;
-        throughput.shadingNormal = &hit.dg.shadingNormal;
-        throughput.material = this;
+        const znRTThroughput throughput = throughputOf(*this, hit, split);
         fragment.updateToColor(ray, data, znRTColorPacket(zero), hit.transparency, state,
                                throughput, mask);
         return;
