@@ -67,7 +67,7 @@ double radianceOf(const SoftBox& box, const Direction& d)
     return box.radiance * inside * fall;
 }
 
-constexpr double horizon = 0.62;
+constexpr double horizon = 0.95;
 
 /// Walls fade from the horizon to a darker ceiling.
 double wallRadiance(double z)
@@ -80,7 +80,7 @@ double wallRadiance(double z)
 /// @param irradiance  of the floor
 double floorRadiance(double z, double irradiance)
 {
-    constexpr double reflectance = 0.5;
+    constexpr double reflectance = 0.68;
     return horizon + (reflectance * irradiance / pi - horizon) * smoothStep(0.0, 0.4, -z);
 }
 
