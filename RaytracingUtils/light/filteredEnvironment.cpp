@@ -1,7 +1,7 @@
 #include "light/filteredEnvironment.h"
 
 #include "host/znRTEnvironmentImages.h"
-#include "light/polarImage.h"
+#include "texture/znRTTextureFunctions.h"
 
 namespace {
 
@@ -14,16 +14,13 @@ bool znRTFilteredEnvironment::build(const znRTSampler2D& image)
     return znRTEnvironmentImages::buildStack(image, stack, slices, height);
 }
 
-znRTColorPacket znRTFilteredEnvironment::lookup(const znRTVector2fPacket& uv,
+znRTColorPacket znRTFilteredEnvironment::lookup(const znRTVector3fPacket& direction,
                                                 const znFloatType<2>& level,
                                                 const znFloatType<2>& mask) const
 {
     if (!isValid())
         return znRTColorPacket(0.0f);
-    const znFloatType<2> place = clamp01(level) * float(slices - 1);
-    const znFloatType<2> slice = minimum(floor(place), float(slices - 2));
-    const znRTPolarPlaces places(uv, stack.width, stack.height);
-    return places.read(stack, toInt(slice), place - slice, mask);
+    return znRTTextureFunctions::environmentLookup(stack, direction, level, false, mask);
 }
 
 znFloatType<2> znRTFilteredEnvironment::getExponent(const znFloatType<2>& level)

@@ -5,7 +5,7 @@
 // the cosine, 1 the sharp image at the size of the stack.
 
 #include "core/znRTColorPacket.h"
-#include "core/znRTVector2fPacket.h"
+#include "core/znRTVector3fPacket.h"
 #include "host/znRTTextureSampler.h"
 
 class znRTFilteredEnvironment
@@ -19,7 +19,8 @@ public:
     bool isValid() const { return stack.isValid(); }
 
     /// Colours as the image stores them, between places and levels; 0 in lanes off the mask.
-    znRTColorPacket lookup(const znRTVector2fPacket& uv, const znFloatType<2>& level,
+    /// @param direction  in the frame of the environment, of any length
+    znRTColorPacket lookup(const znRTVector3fPacket& direction, const znFloatType<2>& level,
                            const znFloatType<2>& mask) const;
 
     /// Exponent of the lobe of a level, the inverse of lobeMath::environmentLevel.

@@ -18,11 +18,6 @@ public:
     /// @return the stored colours and alphas; 0 in lanes off the mask, whose texels are not touched
     znRTColorPacket read(const znRTTextureSampler& image, int layer,
                          const znFloatType<2>& mask) const;
-    /// The same from two neighbouring layers of each lane's own.
-    /// @param layer     whole numbers, below the last layer
-    /// @param fraction  share of the layer above
-    znRTColorPacket read(const znRTTextureSampler& image, const znIntType<2>& layer,
-                         const znFloatType<2>& fraction, const znFloatType<2>& mask) const;
 
 private:
     /// Red, green, blue, alpha of one lane.
@@ -71,20 +66,5 @@ inline znRTColorPacket znRTPolarPlaces::read(const znRTTextureSampler& image, in
     znFloatType<2> colors[4];
     for (int lane = 0; lane < 4; ++lane)
         colors[lane] = (lanes >> lane) & 1 ? readLane(image, layer, lane) : znFloatType<2>(0.0f);
-    return colorsOfLanes(colors);
-}
-
-inline znRTColorPacket znRTPolarPlaces::read(const znRTTextureSampler& image,
-                                             const znIntType<2>& layer,
-                                             const znFloatType<2>& fraction,
-                                             const znFloatType<2>& mask) const
-{
-    const int lanes = moveMask(mask);
-    znFloatType<2> colors[4];
-    for (int lane = 0; lane < 4; ++lane)
-        colors[lane] = (lanes >> lane) & 1
-                           ? mix(readLane(image, layer[lane], lane),
-                                 readLane(image, layer[lane] + 1, lane), fraction[lane])
-                           : znFloatType<2>(0.0f);
     return colorsOfLanes(colors);
 }

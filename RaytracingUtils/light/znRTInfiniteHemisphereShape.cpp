@@ -139,8 +139,8 @@ znRTColorPacket znRTInfiniteHemisphereShape::evaluateFiltered(const znRTVector3f
 {
     if (!filtered.isValid())
         return znRTColorPacket(averageColor) & mask;
-    const znRTVector2fPacket uv = getCoordinates(direction);
-    return environmentSampler.getCorrected(filtered.lookup(uv, level, mask), mask);
+    return environmentSampler.getCorrected(filtered.lookup(toEnvironment(direction), level, mask),
+                                           mask);
 }
 
 void znRTInfiniteHemisphereShape::makeFiltered()

@@ -67,18 +67,6 @@ TEST(PolarImage, ReadsBetweenTexelsAcrossTheSeam)
     }
 }
 
-TEST(PolarImage, MixesTheLayersOfEachLane)
-{
-    const Stack stack;
-    const znRTPolarPlaces places({znFloatType<2>(0.3f), znFloatType<2>(0.4f)}, width, height);
-    const znRTColorPacket c = places.read(stack.image, znIntType<2>(0, 1, 0, 1),
-                                          znFloatType<2>(0.0f, 0.25f, 1.0f, 1.0f), everyLane4);
-    EXPECT_NEAR(c.b[0], 0.0f, 1e-4f);
-    EXPECT_NEAR(c.b[1], 125.0f, 1e-3f);
-    EXPECT_NEAR(c.b[2], 100.0f, 1e-3f);
-    EXPECT_NEAR(c.b[3], 200.0f, 1e-3f);
-}
-
 // Lanes off the mask may hold anything.
 TEST(PolarImage, StaysInsideForAnyNumber)
 {
