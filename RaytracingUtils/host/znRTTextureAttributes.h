@@ -61,8 +61,10 @@ public:
     };
 
     int mappingType = mappingUV;
-    int uvSet = 0;                  ///< of the mesh, 0..7
-    bool useInfiniteTiling = false; ///< breaks up visible repeats by random tiles
+    int uvSet = 0; ///< of the mesh, 0..7
+    /// Breaks up visible repeats by random tiles, where the image repeats along both axes. Heights
+    /// that displace a surface repeat all the same.
+    bool useInfiniteTiling = false;
     znRTVector2f repeat{1.0f, 1.0f};
     bool hasTextureProjection = false; ///< mappingType is not mappingUV
     bool useOwnUV = false;    ///< reads with its own coordinates, not with those of its material

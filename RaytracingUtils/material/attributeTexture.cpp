@@ -5,6 +5,7 @@
 #include "host/znRTMaterialState.h"
 #include "host/znRTTextureAttributes.h"
 #include "render/notAvailable.h"
+#include "texture/infiniteTiling.h"
 #include "texture/znRTTextureFunctions.h"
 
 #include <algorithm>
@@ -34,6 +35,7 @@ void znRTAttributeTexture::set(const znRTTextureSampler* newSampler, bool isActi
     sampler = newSampler;
     attributes = newAttributes;
     lies = attributes ? layOf(*attributes) : byFirstSet;
+    isTiledInfinitely = infiniteTiling::isWanted(*sampler, attributes);
 }
 
 znRTColorPacket znRTAttributeTexture::fetch(const znRTDataBlockPacket& data,
@@ -41,18 +43,34 @@ znRTColorPacket znRTAttributeTexture::fetch(const znRTDataBlockPacket& data,
 {
     const bool hasFootprint = data.requirements & shadingRequirement::footprint;
     if (lies == byFirstSet)
-        return hasFootprint ? znRTTextureFunctions::texture2D(*sampler, data.dg.uv,
-                                                              {data.dg.dUVdx, data.dg.dUVdy}, mask)
-                            : znRTTextureFunctions::texture2D(*sampler, data.dg.uv, mask);
+        return hasFootprint ? fetchAt(data.dg.uv, {data.dg.dUVdx, data.dg.dUVdy}, mask)
+                            : fetchAt(data.dg.uv, mask);
     if (lies != bySet)
         return fetchProjected(data, mask);
     const int set = std::min(attributes->uvSet, znRTDataBlockPacket::maxTextureSets - 1);
     const bool hasSet = (data.uvValid >> set) & 1u;
     const auto& [dUVdx, dUVdy, dPdu, dPdv] = data.uvDerivatives[set];
-    return !hasSet ? znRTTextureFunctions::texture2D(*sampler, data.dg.uv, mask)
-           : hasFootprint
-               ? znRTTextureFunctions::texture2D(*sampler, data.uv[set], {dUVdx, dUVdy}, mask)
-               : znRTTextureFunctions::texture2D(*sampler, data.uv[set], mask);
+    return !hasSet        ? fetchAt(data.dg.uv, mask)
+           : hasFootprint ? fetchAt(data.uv[set], {dUVdx, dUVdy}, mask)
+                          : fetchAt(data.uv[set], mask);
+}
+
+znRTColorPacket znRTAttributeTexture::fetchAt(const znRTVector2fPacket& uv,
+                                              const znFloatType<2>& mask) const
+{
+    if (!isTiledInfinitely)
+        return znRTTextureFunctions::texture2D(*sampler, uv, mask);
+    const znRTVector2fPacket none(0.0f, 0.0f);
+    return fetchAt(uv, {none, none}, mask);
+}
+
+znRTColorPacket znRTAttributeTexture::fetchAt(const znRTVector2fPacket& uv,
+                                              const znTextureFootprint& footprint,
+                                              const znFloatType<2>& mask) const
+{
+    return isTiledInfinitely
+               ? znRTTextureFunctions::texture2DInfiniteTiling(*sampler, uv, footprint, mask)
+               : znRTTextureFunctions::texture2D(*sampler, uv, footprint, mask);
 }
 
 znRTColorPacket znRTAttributeTexture::fetchProjected(const znRTDataBlockPacket& data,
@@ -71,8 +89,7 @@ znRTColorPacket znRTAttributeTexture::fetchProjected(const znRTDataBlockPacket& 
 znRTColorPacket znRTAttributeTexture::fetchPlain(const znRTDifferentialGeometry& dg,
                                                  const znFloatType<2>& mask) const
 {
-    return lies == byFirstSet ? znRTTextureFunctions::texture2D(*sampler, dg.uv, mask)
-                              : znRTColorPacket(1.0f) & mask;
+    return lies == byFirstSet ? fetchAt(dg.uv, mask) : znRTColorPacket(1.0f) & mask;
 }
 
 znRTColor znRTAttributeTexture::getMean() const

@@ -5,7 +5,9 @@
 // for.
 
 #include "core/znRTColorPacket.h"
+#include "core/znRTVector2fPacket.h"
 
+struct znTextureFootprint;
 class znRTDataBlockPacket;
 class znRTTextureAttributes;
 class znRTTextureSampler;
@@ -41,10 +43,15 @@ private:
     enum Lies { byFirstSet, bySet, inObject, inWorld };
 
     static Lies layOf(const znRTTextureAttributes& attributes);
+    /// At a place of a set, without and with its footprint.
+    znRTColorPacket fetchAt(const znRTVector2fPacket& uv, const znFloatType<2>& mask) const;
+    znRTColorPacket fetchAt(const znRTVector2fPacket& uv, const znTextureFootprint& footprint,
+                            const znFloatType<2>& mask) const;
     znRTColorPacket fetchProjected(const znRTDataBlockPacket& data,
                                    const znFloatType<2>& mask) const;
 
     const znRTTextureSampler* sampler = nullptr;
     const znRTTextureAttributes* attributes = nullptr; ///< null for the first set
     Lies lies = byFirstSet;
+    bool isTiledInfinitely = false;
 };

@@ -85,7 +85,11 @@ znTexturePlace znRTTextureFunctions::computeCylindricalTextureProjection(
 znRTColorPacket znRTTextureFunctions::texture2D(const znRTTextureSampler& sampler,
                                                 const znTexturePlace& place, const Mask& mask)
 {
-    znRTColorPacket color = texture2D(sampler, place.uv, place.footprint, mask & place.inside);
+    const Mask inside = mask & place.inside;
+    znRTColorPacket color =
+        place.isTiledInfinitely
+            ? texture2DInfiniteTiling(sampler, place.uv, place.footprint, inside)
+            : texture2D(sampler, place.uv, place.footprint, inside);
     if (sampler.isValid())
         replaceColorByBorderColor(sampler, color, place.inside | andNot(mask, Mask::allLanes()));
     return color & mask;
@@ -99,13 +103,15 @@ znRTColorPacket znRTTextureFunctions::texture2D(const znRTTextureSampler& sample
     if (attributes.mappingType == znRTTextureAttributes::mappingTriplanar && attributes.mapping &&
         attributes.mapping->typeId == znRTTextureMapping::triplanar) {
         const auto& axes = static_cast<const znRTTriplanarTextureAttributes&>(*attributes.mapping);
-        return texture2DTriplanar(sampler, prepareTriplanar(axes, dg, mask), mask);
+        znTriplanarProjection projection = prepareTriplanar(axes, dg, mask);
+        for (znTexturePlace& place : projection.place)
+            place.isTiledInfinitely = attributes.useInfiniteTiling;
+        return texture2DTriplanar(sampler, projection, mask);
     }
+    znTexturePlace place{dg.uv, {dg.dUVdx, dg.dUVdy}, mask};
     if (attributes.mappingType == znRTTextureAttributes::mappingProjection)
-        return texture2D(sampler,
-                         attributes.cylindrical
-                             ? computeCylindricalTextureProjection(sampler, dg, mask)
-                             : computePlanarTextureProjection(sampler, dg, mask),
-                         mask);
-    return texture2D(sampler, dg.uv, {dg.dUVdx, dg.dUVdy}, mask);
+        place = attributes.cylindrical ? computeCylindricalTextureProjection(sampler, dg, mask)
+                                       : computePlanarTextureProjection(sampler, dg, mask);
+    place.isTiledInfinitely = attributes.useInfiniteTiling;
+    return texture2D(sampler, place, mask);
 }

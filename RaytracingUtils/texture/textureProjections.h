@@ -10,7 +10,8 @@ struct znTexturePlace
 {
     znRTVector2fPacket uv;
     znTextureFootprint footprint;
-    znFloatType<2> inside; ///< mask: lanes that the projection reaches
+    znFloatType<2> inside;          ///< mask: lanes that the projection reaches
+    bool isTiledInfinitely = false; ///< see infiniteTiling.h
 };
 
 /// The places along the three axes, and how much each of them shows.

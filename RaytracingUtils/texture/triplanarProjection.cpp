@@ -151,7 +151,7 @@ znRTColorPacket znRTTextureFunctions::texture2DTriplanar(const znRTTextureSample
                                                          const Mask& mask)
 {
     return blended(projection, mask, [&](const znTexturePlace& place, const Mask& seen) {
-        return texture2D(sampler, place.uv, place.footprint, seen);
+        return texture2D(sampler, place, seen);
     });
 }
 

@@ -1,6 +1,7 @@
 #include "texture/znRTBumpTexture.h"
 
 #include "texture/filteredLookup.h"
+#include "texture/infiniteTiling.h"
 #include "texture/tangentSpace.h"
 
 const znRTTypeId znRTBumpTexture::id("znRTBumpTexture");
@@ -33,8 +34,11 @@ znRTVector3fPacket znRTBumpTexture::getNormalAt(const znRTDifferentialGeometry& 
 znRTVector3fPacket znRTBumpTexture::normalOfMap(const znRTDifferentialGeometry& dg,
                                                 const znFloatType<2>& mask) const
 {
+    const znTextureFootprint footprint{dg.dUVdx, dg.dUVdy};
     const znRTColorPacket texel =
-        znRTTextureFunctions::texture2D(sampler, dg.uv, {dg.dUVdx, dg.dUVdy}, mask);
+        infiniteTiling::isWanted(sampler, attributes)
+            ? znRTTextureFunctions::texture2DInfiniteTiling(sampler, dg.uv, footprint, mask)
+            : znRTTextureFunctions::texture2D(sampler, dg.uv, footprint, mask);
     // Bytes have no value for a slope of 0: half a step off the middle counts as none.
     const auto slope = [](const znFloatType<2>& x) {
         const znFloatType<2> s = x + x - 1.0f;
@@ -52,19 +56,31 @@ znRTVector2fPacket znRTBumpTexture::slopeOfHeights(const znRTDifferentialGeometr
     znTextureFootprint footprint{dg.dUVdx, dg.dUVdy};
     znRTTextureFunctions::applyTexCoordTransform(sampler, uv, footprint);
     const znMipLevels levels = levelsOf(footprint);
-    znRTVector2fPacket along = slopeInLevel(uv, levels.level, mask);
-    const znFloatType<2> mixed =
-        mask & (levels.weight > znFloatType<2>(0.0f)) & asFloat(levels.next != levels.level);
-    if (anyLane(mixed)) {
-        const znRTVector2fPacket coarser = slopeInLevel(uv, levels.next, mixed);
-        const znFloatType<2> weight = levels.weight & mixed;
-        along += (coarser - along) * weight;
-    }
+    const auto slopeAt = [&](const znRTVector2fPacket& place, const znFloatType<2>& lanes) {
+        return slopeBetweenLevels(place, levels, lanes);
+    };
+    const znRTVector2fPacket along =
+        infiniteTiling::isWanted(sampler, attributes)
+            ? infiniteTiling::blended(uv, mask, znRTVector2fPacket(0.0f, 0.0f), slopeAt)
+            : slopeAt(uv, mask);
     if (!sampler.hasTransform)
         return along;
     const znFloatType<2> s = along.x * sampler.repeatU, t = along.y * sampler.repeatV;
     return {s * sampler.cosRotation + t * sampler.sinRotation,
             t * sampler.cosRotation - s * sampler.sinRotation};
+}
+
+znRTVector2fPacket znRTBumpTexture::slopeBetweenLevels(const znRTVector2fPacket& uv,
+                                                       const znMipLevels& levels,
+                                                       const znFloatType<2>& mask) const
+{
+    const znRTVector2fPacket along = slopeInLevel(uv, levels.level, mask);
+    const znFloatType<2> mixed =
+        mask & (levels.weight > znFloatType<2>(0.0f)) & asFloat(levels.next != levels.level);
+    if (!anyLane(mixed))
+        return along;
+    const znRTVector2fPacket coarser = slopeInLevel(uv, levels.next, mixed);
+    return along + (coarser - along) * (levels.weight & mixed);
 }
 
 znRTVector2fPacket znRTBumpTexture::slopeInLevel(const znRTVector2fPacket& uv,

@@ -52,7 +52,10 @@ private:
     /// Height per step of the texture coordinates, before the sampler's transform.
     znRTVector2fPacket slopeOfHeights(const znRTDifferentialGeometry& dg,
                                       const znFloatType<2>& mask) const;
-    /// The same per step of the image, in one level.
+    /// The same per step of the image, after the transform.
+    znRTVector2fPacket slopeBetweenLevels(const znRTVector2fPacket& uv, const znMipLevels& levels,
+                                          const znFloatType<2>& mask) const;
+    /// In one level.
     znRTVector2fPacket slopeInLevel(const znRTVector2fPacket& uv, const znIntType<2>& level,
                                     const znFloatType<2>& mask) const;
 

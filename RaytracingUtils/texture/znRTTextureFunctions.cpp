@@ -1,6 +1,7 @@
 #include "texture/znRTTextureFunctions.h"
 
 #include "texture/filteredLookup.h"
+#include "texture/infiniteTiling.h"
 
 using Color = znRTColorPacket;
 using Mask = znFloatType<2>;
@@ -52,6 +53,22 @@ Color znRTTextureFunctions::texture2D(const znRTTextureSampler& sampler, const z
                                       const znFloatType<2>& dtdy, const Mask& mask)
 {
     return texture2D(sampler, znRTVector2fPacket(s, t), {{dsdx, dtdx}, {dsdy, dtdy}}, mask);
+}
+
+Color znRTTextureFunctions::texture2DInfiniteTiling(const znRTTextureSampler& sampler,
+                                                    const znRTVector2fPacket& uv,
+                                                    const znTextureFootprint& footprint,
+                                                    const Mask& mask)
+{
+    if (!infiniteTiling::isPossible(sampler))
+        return texture2D(sampler, uv, footprint, mask);
+    znRTVector2fPacket place = uv;
+    znTextureFootprint steps = footprint;
+    applyTexCoordTransform(sampler, place, steps);
+    return infiniteTiling::blended(place, mask, Color(0.0f),
+                                   [&](const znRTVector2fPacket& shifted, const Mask& seen) {
+                                       return texture2DNoTransform(sampler, shifted, steps, seen);
+                                   });
 }
 
 Color znRTTextureFunctions::texture2DNearestNoTransform(const znRTTextureSampler& sampler,

@@ -54,6 +54,12 @@ public:
     static znRTColorPacket texture2DNearestNoTransform(const znRTTextureSampler& sampler,
                                                        const znRTVector2fPacket& uv,
                                                        const znFloatType<2>& mask);
+    /// A repeated image without visible repeats: see infiniteTiling.h. Images that end at their
+    /// edges are read as they are.
+    static znRTColorPacket texture2DInfiniteTiling(const znRTTextureSampler& sampler,
+                                                   const znRTVector2fPacket& uv,
+                                                   const znTextureFootprint& footprint,
+                                                   const znFloatType<2>& mask);
     /// One element of an array, by its number; numbers are held inside the array.
     static znRTColorPacket texture2DArray(const znRTTextureSampler& sampler,
                                           const znRTVector2fPacket& uv, const znIntType<2>& element,
@@ -68,7 +74,8 @@ public:
     // of the projection; see znRTDataBlockPacket::setupTriplanarDifferentialGeometry.
 
     /// By how the attribute lies on the surface: the texture coordinates in force, a plane or
-    /// cylinder, or three axes. Lanes that a projection does not reach show the border.
+    /// cylinder, or three axes; with or without visible repeats. Lanes that a projection does not
+    /// reach show the border.
     static znRTColorPacket texture2D(const znRTTextureSampler& sampler,
                                      const znRTTextureAttributes& attributes,
                                      const znRTDifferentialGeometry& dg,

@@ -3,6 +3,7 @@
 #include "core/shadingRequirements.h"
 #include "core/znRTRayPacket.h"
 #include "texture/filteredLookup.h"
+#include "texture/infiniteTiling.h"
 #include "texture/tangentSpace.h"
 
 znRTTexturedSurface::znRTTexturedSurface(const znRTTypeId& typeId,
@@ -73,7 +74,12 @@ znFloatType<2> znRTTexturedSurface::heightAt(const znRTVector2fPacket& uv,
 {
     znRTVector2fPacket place = uv;
     znRTTextureFunctions::applyTexCoordTransform(sampler, place);
-    const znRTColorPacket texel =
-        filteredLookup::bilinear(sampler, znSamplerWraps(sampler.wrapMode), place, level, 0, mask);
-    return channel == 0 ? texel.r : texel.a;
+    const auto heightOf = [&](const znRTVector2fPacket& at, const znFloatType<2>& lanes) {
+        const znRTColorPacket texel = filteredLookup::bilinear(
+            sampler, znSamplerWraps(sampler.wrapMode), at, level, 0, lanes);
+        return channel == 0 ? texel.r : texel.a;
+    };
+    return infiniteTiling::isWanted(sampler, attributes)
+               ? infiniteTiling::blended(place, mask, znFloatType<2>(0.0f), heightOf)
+               : heightOf(place, mask);
 }

@@ -130,6 +130,36 @@ TEST_F(ProjectedTextures, LieAlongTheAxesOnTriplanarKinds)
     EXPECT_LANES_NEAR(color.r * (1.0f / white), 0.0f, 0.2f, 0.4f, 0.8f, 2e-3f);
 }
 
+// The square is four images wide, and its halves are two images apart.
+TEST_F(ProjectedTextures, RepeatWithoutVisibleRepeatsWhereAsked)
+{
+    const PhongPtr material = makeDiffuse(1.0f);
+    std::vector<u8> texels;
+    for (int i = 0; i < 64; ++i)
+        texels.push_back(u8(i * 151 % 256));
+    const TexturePtr texture = makeTexture(8, 8, texels);
+    texture->setWrapS(znRTTextureSampler::repeat);
+    texture->setWrapT(znRTTextureSampler::repeat);
+    texture->setRepeat(osg::Vec2f(4.0f, 4.0f));
+    material->setDiffuseTexture(texture.get());
+    addSquare(material);
+    addSun();
+    const auto differenceOfHalves = [&] {
+        float greatest = 0.0f;
+        for (float y = -0.87f; y < 0.9f; y += 0.1f) {
+            const znRTColorPacket left = shade({-0.9f, -0.7f, -0.5f, -0.3f}, y).color;
+            const znRTColorPacket right = shade({0.1f, 0.3f, 0.5f, 0.7f}, y).color;
+            for (int lane = 0; lane < 4; ++lane)
+                greatest = std::max(greatest, std::abs(left.r[lane] - right.r[lane]));
+        }
+        return greatest;
+    };
+    EXPECT_LT(differenceOfHalves(), 1e-3f);
+    texture->setUseInfiniteTiling(true);
+    scene.scene->applyMaterialChanges();
+    EXPECT_GT(differenceOfHalves(), 0.3f);
+}
+
 TEST_F(ProjectedTextures, DriveNumbersAndOpacityToo)
 {
     const auto substance = osg::USubstanceMaterial::create();
