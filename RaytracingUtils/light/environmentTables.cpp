@@ -61,12 +61,32 @@ float shareAboveMean(const std::vector<float>& cells, int width, int height)
     return light > 0.0 ? float(above / light) : 0.0f;
 }
 
+/// Weighs the upper half with the cosine to the axis.
+void fillOnGround(const std::vector<float>& cells, int width, int height, znRTEnvironmentTables& t)
+{
+    const int rows = height / 2;
+    std::vector<float> received(std::size_t(width) * rows);
+    for (int row = 0; row < rows; ++row) {
+        const float cosine = float(std::cos(std::numbers::pi * (double(row) + 0.5) / height));
+        for (int x = 0; x < width; ++x) {
+            const std::size_t i = std::size_t(row) * width + x;
+            received[i] = cells[i] * cosine;
+        }
+    }
+    t.onGround.setFunction(received.data(), width, rows);
+    // Means over the whole image and over its half.
+    const float all = t.full.marginal.getAverage(), half = t.onGround.marginal.getAverage();
+    t.groundShare = all > 0.0f ? 0.5f * half / all : 0.0f;
+}
+
 } // namespace
 
 bool znRTEnvironmentTables::calculate(const znRTEnvironmentMap& map)
 {
     full.clear();
     upper.clear();
+    onGround.clear();
+    groundShare = 0.0f;
     if (!map.isValid())
         return false;
     const int width = std::clamp(map.getWidth(), leastWidth, mostWidth);
@@ -82,6 +102,7 @@ bool znRTEnvironmentTables::calculate(const znRTEnvironmentMap& map)
         tbb::auto_partitioner());
     full.setFunction(cells.data(), width, height);
     upper.setFunction(cells.data(), width, height / 2);
+    fillOnGround(cells, width, height, *this);
     peakShare = shareAboveMean(cells, width, height);
     return full.isValid() && upper.isValid();
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-// Tables by which directions are drawn from an environment, in proportion to its light. Two of
-// them, so that what looks up draws from the upper half alone. Tables stay in image space: turning
-// the environment leaves them as they are.
+// Tables by which directions are drawn from an environment, in proportion to its light. Three of
+// them, so that what looks up draws from the upper half alone, and a floor what falls on it. Tables
+// stay in image space: turning the environment leaves them as they are.
 
 #include "host/znDistribution2D.h"
 
@@ -12,6 +12,10 @@ struct znRTEnvironmentTables
 {
     znDistribution2D full;  ///< over v in [0, 1]
     znDistribution2D upper; ///< over v in [0, 0.5]; a row's place in the table is 2 v
+    /// As upper, times the cosine to the axis: what a surface that faces up receives.
+    znDistribution2D onGround;
+    /// Irradiance of that surface over the light of all directions.
+    float groundShare = 0.0f;
     /// Share of the light that is brighter than the mean: 0 for one value all around.
     float peakShare = 0.0f;
 

@@ -129,6 +129,12 @@ znRTVector3fPacket znRTInfiniteAreaLight::getFullSphereSample(const znRTVector2f
     return direction;
 }
 
+znRTVector3fPacket znRTInfiniteAreaLight::getGroundSample(const znRTVector2fPacket& u,
+                                                          const znFloatType<2>& mask) const
+{
+    return m_isOn ? infiniteShape->sampleOnGround(u, mask) : znRTVector3fPacket(0.0f, 0.0f, 1.0f);
+}
+
 znFloatType<2> znRTInfiniteAreaLight::getPDF(const znRTVector3fPacket&,
                                              const znRTVector3fPacket& direction,
                                              const znFloatType<2>& mask) const

@@ -77,6 +77,15 @@ public:
     /// @param pdf  out: per steradian; 0 where nothing was drawn
     virtual znRTVector3fPacket getSample(const znRTVector2fPacket& u, znFloatType<2>& pdf,
                                          const znFloatType<2>& mask) const;
+    /// Draws a direction in proportion to what the ground receives: a surface that faces along the
+    /// environment's axis. Without a density: it is that share of the irradiance.
+    znRTVector3fPacket getGroundSample(const znRTVector2fPacket& u,
+                                       const znFloatType<2>& mask) const;
+    /// Irradiance of the ground, luminance.
+    float getGroundIrradiance() const
+    {
+        return m_isOn ? infiniteShape->getGroundIrradiance() : 0.0f;
+    }
     /// Draws a direction from the full sphere, whose density getPDF answers.
     /// @param uv  out: its place in the image, for getIntensity
     znRTVector3fPacket getFullSphereSample(const znRTVector2fPacket& u, znFloatType<2>& pdf,

@@ -74,6 +74,13 @@ public:
     /// nothing that drawing by a surface's lobes would miss.
     virtual bool isEven() const = 0;
 
+    /// Draws a direction in proportion to what a surface receives from it that faces along the
+    /// environment's axis.
+    virtual znRTVector3fPacket sampleOnGround(const znRTVector2fPacket& u,
+                                              const znFloatType<2>& mask) const = 0;
+    /// Irradiance of that surface, luminance; 0 when there is nothing to draw.
+    virtual float getGroundIrradiance() const = 0;
+
     /// Samples per point in force: at least 1, and 1 below 4.
     unsigned getNumSamples() const { return numSamples; }
     bool isImportanceSampled() const { return isSampled; }

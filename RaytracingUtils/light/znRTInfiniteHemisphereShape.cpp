@@ -66,11 +66,29 @@ znFloatType<2> znRTInfiniteHemisphereShape::sample(const znRTVector2fPacket& u,
     const znFloatType<2> areaPdf = drawGuided(*table, u, mask, uv);
     if (upperOnly)
         uv.y *= 0.5f;
+    znFloatType<2> sine;
+    direction = directionAt(uv, sine);
+    return toSolidAngle(areaPdf, sine, upperOnly) & mask;
+}
+
+znRTVector3fPacket znRTInfiniteHemisphereShape::directionAt(const znRTVector2fPacket& uv,
+                                                            znFloatType<2>& sine) const
+{
     const znRTVector3fPacket turned[3] = {worldToEnvironment[1], worldToEnvironment[0],
                                           worldToEnvironment[2]};
+    return polarToDirection(turned, uv, sine);
+}
+
+znRTVector3fPacket znRTInfiniteHemisphereShape::sampleOnGround(const znRTVector2fPacket& u,
+                                                               const znFloatType<2>& mask) const
+{
+    if (!tables || !tables->onGround.isValid())
+        return worldToEnvironment[2];
+    znRTVector2fPacket uv;
+    drawGuided(tables->onGround, u, mask, uv);
+    uv.y *= 0.5f;
     znFloatType<2> sine;
-    direction = polarToDirection(turned, uv, sine);
-    return toSolidAngle(areaPdf, sine, upperOnly) & mask;
+    return directionAt(uv, sine);
 }
 
 znFloatType<2> znRTInfiniteHemisphereShape::density(const znRTVector3fPacket& direction,

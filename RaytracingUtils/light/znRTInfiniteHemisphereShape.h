@@ -50,6 +50,12 @@ public:
                                      const znFloatType<2>& mask) const override;
     void makeFiltered() override;
     bool isEven() const override;
+    znRTVector3fPacket sampleOnGround(const znRTVector2fPacket& u,
+                                      const znFloatType<2>& mask) const override;
+    float getGroundIrradiance() const override
+    {
+        return tables ? averagePower * tables->groundShare : 0.0f;
+    }
 
     /// Takes an image that is already as lookups need it, for models of skies.
     /// @param isNew  the pixels differ from those of the last call
@@ -78,6 +84,8 @@ private:
         bool operator==(const Source&) const = default;
     };
 
+    /// @param uv  of the whole image
+    znRTVector3fPacket directionAt(const znRTVector2fPacket& uv, znFloatType<2>& sine) const;
     znFloatType<2> toSolidAngle(const znFloatType<2>& areaPdf, const znFloatType<2>& sine,
                                 bool upperOnly) const;
     /// Density at a place in the image.

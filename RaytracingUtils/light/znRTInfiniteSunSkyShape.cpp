@@ -213,6 +213,20 @@ znFloatType<2> znRTInfiniteSunSkyShape::sample(const znRTVector2fPacket& u,
     return density(direction, drawn, upperOnly);
 }
 
+znRTVector3fPacket znRTInfiniteSunSkyShape::sampleOnGround(const znRTVector2fPacket& u,
+                                                           const znFloatType<2>& mask) const
+{
+    const float ofSun = sunOnGround();
+    if (!(ofSun > 0.0f))
+        return sky.sampleOnGround(u, mask);
+    const float share = ofSun / getGroundIrradiance();
+    const float invRest = share < 1.0f ? 1.0f / (1.0f - share) : 0.0f;
+    const znFloatType<2> takesSun = u.x < znFloatType<2>(share);
+    const znFloatType<2> x =
+        clamp01(select(takesSun, u.x * (1.0f / share), (u.x - share) * invRest));
+    return select(takesSun, drawSun({x, u.y}), sky.sampleOnGround({x, u.y}, mask));
+}
+
 znFloatType<2> znRTInfiniteSunSkyShape::pdf(const znRTVector3fPacket& direction,
                                             const znFloatType<2>& mask) const
 {

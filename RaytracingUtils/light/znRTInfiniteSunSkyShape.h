@@ -48,6 +48,9 @@ public:
                                      const znFloatType<2>& mask) const override;
     void makeFiltered() override { sky.makeFiltered(); }
     bool isEven() const override { return !(pSun > 0.0f) && sky.isEven(); }
+    znRTVector3fPacket sampleOnGround(const znRTVector2fPacket& u,
+                                      const znFloatType<2>& mask) const override;
+    float getGroundIrradiance() const override { return sky.getGroundIrradiance() + sunOnGround(); }
 
     /// Sets the sun apart from a material, for a given sky.
     /// @param color      radiance of the disk
@@ -77,6 +80,11 @@ private:
     };
 
     void makeSky(const SkySettings& newSettings);
+    /// Irradiance that the sun brings to the ground, luminance.
+    float sunOnGround() const
+    {
+        return pSun > 0.0f && sunDirection.z > 0.0f ? sunPower * sunDirection.z : 0.0f;
+    }
     znRTVector3fPacket drawSun(const znRTVector2fPacket& u) const;
     /// Density of the mixture of sun and sky.
     znFloatType<2> density(const znRTVector3fPacket& direction, const znFloatType<2>& mask,

@@ -68,7 +68,14 @@ znFloatType<2> litLanes(const znRTLight& light, const znRTLitHit& hit)
     return light.cullLight(hit.dg.position, hit.dg.shadingNormal, hit.mask);
 }
 
-/// Directions for shadows of an environment, with what each brings to a white diffuse surface.
+/// A direction for a shadow ray, with what all light would bring that it stands for.
+struct ChosenDirection
+{
+    znRTVector3fPacket wi;
+    znFloatType<2> weight; ///< radiosity of a white diffuse surface over pi, luminance
+};
+
+/// Directions to the environment, in proportion to what each brings to a white diffuse surface.
 class EnvironmentDirections
 {
 public:
@@ -76,22 +83,53 @@ public:
         : hit(newHit), light(newLight)
     {
         frame.set(hit.dg.shadingNormal);
-        // The table of the upper half serves surfaces that face up.
-        constexpr float nearlyUp = 0.999f;
+        constexpr float nearlyUp = 0.9999f;
         const znFloatType<2> isUp =
             light.getLocalLightDir(hit.dg.shadingNormal).z > znFloatType<2>(nearlyUp);
-        facesUp = everyLane(isUp | andNot(hit.mask, znFloatType<2>::allLanes()));
+        isGround = everyLane(isUp | andNot(hit.mask, znFloatType<2>::allLanes()));
     }
 
-    znRTVector3fPacket draw(const znRTVector2fPacket& u, znFloatType<2>& weight) const
+    /// @param i  of rays
+    ChosenDirection draw(int rays, int i) const
+    {
+        return isGround ? drawOnGround(rays, i) : chooseOfSeveral(rays, i);
+    }
+
+private:
+    /// Floors have a table of their own.
+    ChosenDirection drawOnGround(int rays, int i) const
+    {
+        return {light.getGroundSample(numbers(rays, i), hit.mask),
+                znFloatType<2>(light.getGroundIrradiance() * lobeMath::invPi) & hit.mask};
+    }
+
+    ChosenDirection chooseOfSeveral(int rays, int i) const
+    {
+        WeightedChoice choice(
+            drawPair(hit.state, RandomDecision::lobeChoice, rays, i, moveMask(hit.mask)).x);
+        ChosenDirection chosen{hit.dg.shadingNormal, 0.0f};
+        for (int k = 0; k < candidates; ++k) {
+            znFloatType<2> weight;
+            const znRTVector3fPacket next =
+                candidate(numbers(rays * candidates, i * candidates + k), weight);
+            chosen.wi.setMasked(next, choice.offer(weight));
+        }
+        chosen.weight = choice.getTotal() * (1.0f / float(candidates));
+        return chosen;
+    }
+
+    znRTVector2fPacket numbers(int samples, int i) const
+    {
+        return drawPair(hit.state, RandomDecision::environment, samples, i, moveMask(hit.mask));
+    }
+
+    znRTVector3fPacket candidate(const znRTVector2fPacket& u, znFloatType<2>& weight) const
     {
         znFloatType<2> pdf, unused;
         znRTVector3fPacket wi;
         if (light.isEven()) {
             wi = frame.toWorld(lobeSampling::cosineHemisphere(u));
             pdf = maximum(dot(wi, hit.dg.shadingNormal), zero) * lobeMath::invPi;
-        } else if (facesUp) {
-            wi = light.getSample(u, pdf, hit.mask);
         } else {
             znRTVector2fPacket uv;
             wi = light.getFullSphereSample(u, pdf, uv, hit.mask);
@@ -103,11 +141,10 @@ public:
         return wi;
     }
 
-private:
     const znRTLitHit& hit;
     const znRTInfiniteAreaLight& light;
     znRTONB frame;
-    bool facesUp;
+    bool isGround;
 };
 
 } // namespace
@@ -227,27 +264,16 @@ void znRTShadowMaterial::evaluateEnvironmentShadow(const znRTLitHit& hit,
     }
     const EnvironmentDirections directions(hit, light);
     const int rays = hit.state.counterC == 0 ? int(light.getNumSamples()) : 1;
-    const int laneBits = moveMask(hit.mask);
     for (int i = 0; i < rays; ++i) {
-        WeightedChoice choice(drawPair(hit.state, RandomDecision::lobeChoice, rays, i, laneBits).x);
-        znRTVector3fPacket wi = hit.dg.shadingNormal;
-        for (int k = 0; k < candidates; ++k) {
-            znFloatType<2> weight;
-            const znRTVector3fPacket next =
-                directions.draw(drawPair(hit.state, RandomDecision::environment, rays * candidates,
-                                         i * candidates + k, laneBits),
-                                weight);
-            wi.setMasked(next, choice.offer(weight));
-        }
-        const znFloatType<2> lanes = hit.mask & (choice.getTotal() > zero);
+        const ChosenDirection chosen = directions.draw(rays, i);
+        const znFloatType<2> lanes = hit.mask & (chosen.weight > zero);
         if (!anyLane(lanes))
             continue;
         const znRTColorPacket passed = znRTLight::getEnvironmentShadowFactor(
-            hit.ray, shadowOrigin(hit.data, hit.dg, wi), wi, 0.0f, lanes,
+            hit.ray, shadowOrigin(hit.data, hit.dg, chosen.wi), chosen.wi, 0.0f, lanes,
             light.getGroundShadowIntensity() * strength, hit.state,
             int(rayType::shadowMaterialShadow));
-        evaluateShadowBRDF(noLight, lanes, choice.getTotal() * (1.0f / float(rays * candidates)),
-                           passed, result);
+        evaluateShadowBRDF(noLight, lanes, chosen.weight * (1.0f / float(rays)), passed, result);
     }
 }
 

@@ -62,8 +62,13 @@ FrameDriver::Stop stopWanted()
                                          : FrameDriver::Stop::no;
 }
 
-// Pictures of different seeds share no sample before the 30,000th.
-constexpr int samplesPerSeed = 32749;
+/// First sample of a seed's picture. A prime apart, so that seeds do not meet in the table of
+/// random points, and at a multiple of 64, where a net of places within the pixel begins.
+int firstSampleOf(unsigned seed)
+{
+    constexpr int samplesPerSeed = 32749, netSize = 64;
+    return int(seed) * samplesPerSeed / netSize * netSize;
+}
 
 } // namespace
 
@@ -92,7 +97,7 @@ int runRender(const Options& options)
     driver.setScene(scene.root.get());
     applyPathOptions(options, driver.utils());
     if (options.seed > 0)
-        driver.utils().setRaytracingSampleOffset(int(options.seed) * samplesPerSeed);
+        driver.utils().setRaytracingSampleOffset(firstSampleOf(options.seed));
     colors.prepare(*view.camera, showsLight && light.isLit());
     if (showsLight)
         light.expose(options, driver, view);

@@ -3,6 +3,7 @@
 #include "render/znRTRenderUtils.h"
 #include "support/meshScene.h"
 
+#include <array>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -143,6 +144,50 @@ TEST(EnvironmentLight, DrawsTexelsInProportionToTheirLight)
         chi2 += (counts[std::size_t(i)] - mean) * (counts[std::size_t(i)] - mean) / mean;
     }
     EXPECT_LT(chi2, 640.0);
+}
+
+// Means over the directions against integrals of radiance times cosine by a fine grid; the
+// environment is tilted, and its ground with it.
+TEST(EnvironmentLight, DrawsForTheGroundWhatItReceives)
+{
+    Surroundings s(uneven());
+    osg::Matrix tilted; // about x: z goes to y
+    tilted[1] = {0.0f, 0.0f, -1.0f, 0.0f};
+    tilted[2] = {0.0f, 1.0f, 0.0f, 0.0f};
+    s.material->setRotation(tilted);
+    s.material->setUseRotation(true);
+    s.material->setIntensity(3.0f);
+    s.light.update();
+    const znRTVector3fPacket up = s.shape().toWorld(znRTVector3fPacket(0.0f, 0.0f, 1.0f));
+    const znRTVector3f ground(up.x[0], up.y[0], up.z[0]);
+    ASSERT_NEAR(std::fabs(ground.y), 1.0f, 1e-6f);
+    const auto received = [&](const znRTVector3f& d) {
+        const float cosine = d.x * ground.x + d.y * ground.y + d.z * ground.z;
+        const auto c = s.light.getIntensity(inAllLanes(0, 0, 0), znRTVector3fPacket(d),
+                                            znRTVector2fPacket(0.0f, 0.0f), everyLane4);
+        return double(c.r[0]) * std::max(0.0f, cosine);
+    };
+    const double all = overSphere(received);
+    EXPECT_NEAR(s.light.getGroundIrradiance(), all, 0.005 * all);
+    double expected[4], found[4] = {};
+    const auto moments = [&](const znRTVector3f& d) {
+        return std::array<double, 4>{d.x, d.z, d.x * d.x, d.x * d.z};
+    };
+    for (unsigned k = 0; k < 4; ++k)
+        expected[k] =
+            overSphere([&](const znRTVector3f& d) { return moments(d)[k] * received(d); }) / all;
+    constexpr int samples = 16384;
+    for (int i = 0; i < samples; i += 4) {
+        const znRTVector3fPacket d = s.light.getGroundSample(tablePoints(i), everyLane4);
+        for (int lane = 0; lane < 4; ++lane) {
+            const znRTVector3f one(d.x[lane], d.y[lane], d.z[lane]);
+            EXPECT_GE(one.y * ground.y, -1e-5f);
+            for (unsigned k = 0; k < 4; ++k)
+                found[k] += moments(one)[k] / samples;
+        }
+    }
+    for (unsigned k = 0; k < 4; ++k)
+        EXPECT_NEAR(found[k], expected[k], 0.005) << k;
 }
 
 // White surroundings bring pi to every surface.

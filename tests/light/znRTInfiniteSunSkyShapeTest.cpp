@@ -2,6 +2,7 @@
 
 #include "light/environmentFixture.h"
 
+#include <bit>
 #include <gtest/gtest.h>
 
 namespace {
@@ -64,6 +65,24 @@ TEST(SunAndSky, DrawTheSunWithinItsDiskAndAnswerOneDensity)
     }
     EXPECT_EQ(apart, 0);
     EXPECT_NEAR(double(onSun) / samples, s.shape.getSunProbability(), 0.01);
+}
+
+// The sun stands at a cosine of 0.8 to the ground. The sky's part by a fine grid.
+TEST(SunAndSky, DrawTheSunForTheGroundByItsShareThere)
+{
+    Sky s;
+    const double ofSky = overSphere([&](const znRTVector3f& d) {
+        const znRTColorPacket c = s.shape.getSky().evaluate(znRTVector3fPacket(d), everyLane4);
+        return double(luminance(c)[0]) * std::max(0.0f, d.z);
+    });
+    const double ofSun = 0.8 * double(s.shape.getSunPower());
+    EXPECT_NEAR(s.shape.getGroundIrradiance(), ofSky + ofSun, 0.005 * (ofSky + ofSun));
+    int onSun = 0;
+    constexpr int samples = 16384;
+    for (int i = 0; i < samples; i += 4)
+        onSun += std::popcount(unsigned(
+            moveMask(s.shape.isOnSun(s.shape.sampleOnGround(tablePoints(i), everyLane4)))));
+    EXPECT_NEAR(double(onSun) / samples, ofSun / (ofSky + ofSun), 0.01);
 }
 
 // 2 pi (1 - cos(atan(r / d))) = 6.79397e-5 sr: irradiance of a facing surface over the radiance.

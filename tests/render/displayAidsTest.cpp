@@ -2,6 +2,7 @@
 
 #include "host/znRTSceneHandler.h"
 #include "integratorFixture.h"
+#include "render/integrators/idColor.h"
 #include "render/integrators/znRTAORenderingIntegrator.h"
 #include "render/integrators/znRTAnalyticRenderingIntegrator.h"
 #include "render/integrators/znRTDebugIntegrator.h"
@@ -338,21 +339,27 @@ TEST_F(OcclusionDisplay, ReachesAsFarWithSurroundingsAsWithout)
 
 TEST_F(DebugDisplay, GivesObjectsHuesAndTrianglesBrightnesses)
 {
-    add(makeSquare(), material);
-    add(makeSquare(), material, makeTranslation(4.0f, 0.0f, 0.0f));
+    const osg::NodePtr first = add(makeSquare(), material);
+    const osg::NodePtr second = add(makeSquare(), material, makeTranslation(4.0f, 0.0f, 0.0f));
     scene.build();
     // Lower right and upper left triangle of the first square, the same of the second.
     znRTRayDifferentialPacket ray = downward({0.5f, -0.5f, 4.5f, 3.5f}, {-0.5f, 0.5f, -0.5f, 0.5f});
     ray.pixelX = ray.pixelY = znIntType<2>(0);
     integrate<znRTDebugIntegrator>(ray);
-    const auto hue = [&](int lane) {
-        const znRTColor c = fragment.colour.getComponent(lane);
-        return c.r / (c.r + c.g + c.b);
+    const auto sum = [](const znRTColor& c) { return c.r + c.g + c.b; };
+    const auto expectHue = [&](int lane, const osg::NodePtr& node) {
+        const znRTColor hue = idColor(node->getId());
+        const znRTColor shown = fragment.colour.getComponent(lane);
+        EXPECT_NEAR(shown.r / sum(shown), hue.r / sum(hue), 1e-5f) << lane;
+        EXPECT_NEAR(shown.g / sum(shown), hue.g / sum(hue), 1e-5f) << lane;
     };
-    EXPECT_NEAR(hue(0), hue(1), 1e-5f);
-    EXPECT_NEAR(hue(2), hue(3), 1e-5f);
-    EXPECT_GT(std::abs(hue(0) - hue(2)), 0.01f);
-    EXPECT_GT(std::abs(fragment.colour.r[0] - fragment.colour.r[1]), 0.01f);
+    expectHue(0, first);
+    expectHue(1, first);
+    expectHue(2, second);
+    expectHue(3, second);
+    const auto brightness = [&](int lane) { return sum(fragment.colour.getComponent(lane)); };
+    EXPECT_NEAR(brightness(0) / brightness(1), idBrightness(0) / idBrightness(1), 1e-5f);
+    EXPECT_NEAR(brightness(2) / brightness(3), idBrightness(0) / idBrightness(1), 1e-5f);
 
     // The pixel that is being looked at.
     ray.pixelX = znIntType<2>(7, 8, 9, 10);
