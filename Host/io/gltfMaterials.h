@@ -2,18 +2,18 @@
 
 // Materials of a glTF file, mapped onto the kinds of the renderer. The first rule that fits wins:
 //
-//   unlit                                   light material
-//   transmission                            glass
-//   black with emission                     light material
-//   sheen                                   velvet
-//   iridescence                             flipflop paint (approximate)
-//   clearcoat over metal / over the rest    metallic paint / unicolour paint
-//   with textures, or between metal and not substance
-//   metal, anisotropic / not                brushed metal / chrome
-//   rough / glossy                          plastic / reflective plastic
+//   unlit                                        light material
+//   transmission of all / of an even part        glass / substance that lets light through
+//   black with emission                          light material
+//   sheen                                        plastic with a tinted rim
+//   clearcoat, smooth / rough                    reflective plastic / plastic
+//   diffuse transmission                         plastic, translucent
+//   polished metal / polished dielectric         chrome / reflective plastic
+//   dielectric of a strong reflection            plastic
+//   all else                                     substance
 //
-// Fields are set by name through reflection, so a kind that lacks one simply does without. The log
-// says which rule fired for which material.
+// Kinds other than substance stand for what that one does not have. The log says which rule fired
+// for which material; what is not shown is told of by a warning.
 
 #include "host/osg/Material.h"
 #include "io/gltfTextures.h"

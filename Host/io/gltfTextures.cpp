@@ -54,20 +54,50 @@ Placement placementOf(double ox, double oy, double r, double kx, double ky)
 
 } // namespace
 
-std::optional<u64> GltfTextures::imageOf(const Json& texture) const
+namespace {
+
+/// Formats of images that stand in an extension of a texture, and are not read.
+const char* unreadFormat(const Json& texture)
 {
-    return wholeNumber(texture, "source");
+    if (extension(texture, "KHR_texture_basisu"))
+        return "KTX2";
+    if (extension(texture, "EXT_texture_webp"))
+        return "WebP";
+    if (extension(texture, "EXT_texture_avif"))
+        return "AVIF";
+    return extension(texture, "MSFT_texture_dds") ? "DDS" : nullptr;
+}
+
+} // namespace
+
+/// Number of the image of a reference to a texture.
+u64 GltfTextures::imageOf(const Json& info)
+{
+    const std::optional<u64> index = wholeNumber(info, "index");
+    if (!index)
+        throw GltfFault("it names no texture");
+    const Json& texture = document.element("textures", *index);
+    if (const std::optional<u64> source = wholeNumber(texture, "source"))
+        return *source;
+    const char* format = unreadFormat(texture);
+    throw GltfFault(format ? fmt::format("texture {} is there as {} alone, which is not read; "
+                                         "export it again as PNG or JPEG",
+                                         *index, format)
+                           : fmt::format("texture {} has no image", *index));
 }
 
 EncodedImage GltfTextures::encodedImage(u64 index)
 {
     const Json& description = document.element("images", index);
+    const std::string uri = text(description, "uri");
+    const bool isFile = !uri.empty() && !uri.starts_with("data:");
     EncodedImage encoded;
-    encoded.name = fmt::format("image {} of {}", index, document.getName());
+    encoded.name = isFile ? fmt::format("image {} ({}) of {}", index, uri, document.getName())
+                          : fmt::format("image {} of {}", index, document.getName());
     if (const auto view = wholeNumber(description, "bufferView"))
         encoded.bytes = document.bufferView(*view).bytes;
     else {
-        encoded.ownBytes = document.readUri(text(description, "uri"));
+        encoded.ownBytes = document.readUri(uri);
         encoded.bytes = encoded.ownBytes;
     }
     return encoded;
@@ -99,33 +129,31 @@ osg::Ref<osg::Image> GltfTextures::sceneImage(u64 index, DecodedImage&& decoded)
 
 osg::ImagePtr GltfTextures::image(u64 index)
 {
-    const auto [found, isNew] = images.try_emplace(index);
-    if (!isNew)
-        return found->second;
+    osg::Ref<osg::Image>& found = images[index];
+    if (found)
+        return found;
     try {
         const EncodedImage encoded = encodedImage(index);
-        found->second =
-            sceneImage(index, std::move(decodeImages({&encoded, 1}, document.getLimits())[0]));
+        found = sceneImage(index, std::move(decodeImages({&encoded, 1}, document.getLimits())[0]));
     } catch (const InputError& error) {
         throw GltfFault(error.what());
     }
-    return found->second;
+    return found;
 }
 
 namespace {
 
-/// Numbers of the textures that a material refers to, in any of its blocks.
-void findTextures(const Json& block, std::set<u64>& textures)
+/// What a material refers to textures by, in any of its blocks.
+void findTextures(const Json& block, std::vector<const Json*>& references)
 {
     constexpr std::string_view suffix = "Texture";
     for (const auto& [key, value] : block.items()) {
         if (!value.is_object())
             continue;
-        if (std::string_view(key).ends_with(suffix)) {
-            if (const std::optional<u64> index = wholeNumber(value, "index"))
-                textures.insert(*index);
-        } else
-            findTextures(value, textures);
+        if (std::string_view(key).ends_with(suffix))
+            references.push_back(&value);
+        else
+            findTextures(value, references);
     }
 }
 
@@ -144,14 +172,11 @@ void GltfTextures::decodeAhead(const std::set<u64>& materials)
         } catch (const InputError&) {
         }
     };
-    std::set<u64> textures;
+    std::vector<const Json*> references;
     for (const u64 material : materials)
-        quietly([&] { findTextures(document.element("materials", material), textures); });
-    for (const u64 texture : textures)
-        quietly([&] {
-            if (const auto source = imageOf(document.element("textures", texture)))
-                wanted.insert(*source);
-        });
+        quietly([&] { findTextures(document.element("materials", material), references); });
+    for (const Json* reference : references)
+        quietly([&] { wanted.insert(imageOf(*reference)); });
     for (const u64 index : wanted)
         if (!images.contains(index))
             quietly([&] {
@@ -166,34 +191,76 @@ void GltfTextures::decodeAhead(const std::set<u64>& materials)
         });
 }
 
+namespace {
+
+/// Angle in turns of a direction that is stored in two channels.
+float turnsOf(const osg::Vec4f& texel)
+{
+    const float turns = std::atan2(2.0f * texel[1] - 1.0f, 2.0f * texel[0] - 1.0f) *
+                        (0.5f * std::numbers::inv_pi_v<float>);
+    return turns < 0.0f ? turns + 1.0f : turns;
+}
+
+float valueOf(const GltfTextures::Channel& channel, const osg::Vec4f& texel)
+{
+    if (channel.channel == GltfTextures::directionAngle) {
+        const float turns = turnsOf(texel) + channel.offset;
+        return turns - std::floor(turns);
+    }
+    const float value = texel[channel.channel];
+    return channel.offset +
+           channel.factor * (channel.power == 1.0f ? value : std::pow(value, channel.power));
+}
+
+} // namespace
+
 osg::ImagePtr GltfTextures::channelImage(u64 index, const Channel& channel)
 {
-    const auto [found, isNew] = channelImages.try_emplace({index, channel});
-    if (!isNew)
-        return found->second;
+    osg::Ref<osg::Image>& found = channelImages[{index, channel}];
+    if (found)
+        return found;
     const osg::ImagePtr source = image(index);
-    if (!source)
-        throw GltfFault(fmt::format("image {} could not be read", index));
     const u32 width = source->getWidth(), height = source->getHeight();
     const bool isWide = source->getDataType() != osg::Image::UInt8;
     std::vector<u8> pixels(u64(width) * height * (isWide ? sizeof(float) : 1));
     tbb::parallel_for(u32(0), height, [&](u32 y) {
         for (u32 x = 0; x < width; ++x) {
             const u64 at = u64(y) * width + x;
-            float value = channel.offset + channel.factor * source->getPixel(x, y)[channel.channel];
-            if (channel.threshold != noThreshold)
-                value = value >= channel.threshold ? 1.0f : 0.0f;
+            const float value = valueOf(channel, source->getPixel(x, y));
             if (isWide)
                 std::memcpy(pixels.data() + at * sizeof(float), &value, sizeof(float));
             else
                 pixels[at] = u8(std::lround(std::clamp(value, 0.0f, 1.0f) * 255.0f));
         }
     });
-    found->second = osg::Image::create();
-    found->second->take(osg::Image::L, width, height, std::move(pixels),
-                        isWide ? osg::Image::Float32 : osg::Image::UInt8);
-    setName(found->second.get(), getName(source));
-    return found->second;
+    found = osg::Image::create();
+    found->take(osg::Image::L, width, height, std::move(pixels),
+                isWide ? osg::Image::Float32 : osg::Image::UInt8);
+    setName(found.get(), getName(source));
+    return found;
+}
+
+std::optional<double> GltfTextures::meanOf(const Json& block, const char* textureMember,
+                                           u32 channel)
+{
+    const Json* info = member(block, textureMember);
+    if (!info)
+        return std::nullopt;
+    try {
+        const osg::ImagePtr source = image(imageOf(*info));
+        // A grid is enough to tell.
+        constexpr u32 most = 128;
+        const u32 columns = std::min(source->getWidth(), most);
+        const u32 rows = std::min(source->getHeight(), most);
+        double sum = 0.0;
+        for (u32 y = 0; y < rows; ++y)
+            for (u32 x = 0; x < columns; ++x)
+                sum += source->getPixel(u32((x + 0.5) / columns * source->getWidth()),
+                                        u32((y + 0.5) / rows * source->getHeight()))[channel];
+        return sum / (double(columns) * rows);
+    } catch (const GltfFault&) {
+        return std::nullopt;
+    }
 }
 
 osg::Ref<osg::UTextureSettings> GltfTextures::slot(const Json& block, const char* textureMember,
@@ -215,25 +282,17 @@ osg::Ref<osg::UTextureSettings> GltfTextures::makeSlot(const Json& block, const 
     if (!info)
         return {};
     try {
-        const std::optional<u64> index = wholeNumber(*info, "index");
-        if (!index)
-            throw GltfFault("it names no texture");
-        const Json& texture = document.element("textures", *index);
-        const std::optional<u64> source = imageOf(texture);
-        if (!source)
-            throw GltfFault(fmt::format("texture {} has no image of a kind that is read", *index));
-
+        const u64 source = imageOf(*info);
         const osg::Ref<osg::UTextureSettings> slot = osg::UTextureSettings::create();
-        slot->setImage(channel ? channelImage(*source, *channel) : image(*source));
-        if (!slot->getImage())
-            throw GltfFault(fmt::format("image {} could not be read", *source));
+        slot->setImage(channel ? channelImage(source, *channel) : image(source));
         slot->setGamma(kind == Kind::color ? 2.2f : 1.0f);
-        readSampler(*slot, texture);
+        readSampler(*slot, document.element("textures", *wholeNumber(*info, "index")));
         readPlacement(*slot, *info);
         slot->setIsActive(true);
         return slot;
     } catch (const GltfFault& fault) {
-        document.warn(fmt::format("{} is left out: {}", textureMember, fault.what()));
+        if (told.insert(fault.what()).second)
+            document.warn(fmt::format("{} is left out: {}", textureMember, fault.what()));
         return {};
     }
 }

@@ -28,25 +28,31 @@ public:
     /// @return null without the member, and with a warning where the image cannot be used
     osg::Ref<osg::UTextureSettings> slot(const Json& block, const char* textureMember, Kind kind);
 
-    /// How one channel of an image becomes a grey image of data: offset + factor * value, then 1
-    /// where that reaches the threshold and 0 elsewhere, if there is one.
+    /// How one channel of an image becomes a grey image of data:
+    /// offset + factor * value^power, within [0, 1] for images of bytes.
     struct Channel
     {
-        u32 channel; ///< 0 red to 3 alpha; an image without it gives 1 everywhere
-        float factor = 1.0f, offset = 0.0f;
-        float threshold = noThreshold;
+        /// 0 red to 3 alpha, which is 1 in images without it; or directionAngle
+        u32 channel;
+        float factor = 1.0f, offset = 0.0f, power = 1.0f;
         auto operator<=>(const Channel&) const = default;
     };
-    static constexpr float noThreshold = -1e30f;
+    /// In place of a channel: the angle of the direction (2 red - 1, 2 green - 1), in turns from 0
+    /// to 1. The offset turns it further.
+    static constexpr u32 directionAngle = 4;
 
     /// A slot with one channel of the image.
     osg::Ref<osg::UTextureSettings> channelSlot(const Json& block, const char* textureMember,
                                                 const Channel& channel);
 
+    /// Mean of a channel over the image of a member.
+    /// @return nothing without the member or its image; of that a slot tells
+    std::optional<double> meanOf(const Json& block, const char* textureMember, u32 channel);
+
 private:
     using ChannelKey = std::pair<u64, Channel>; ///< image and what is taken of it
 
-    std::optional<u64> imageOf(const Json& texture) const;
+    u64 imageOf(const Json& info);
     osg::ImagePtr image(u64 index);
     EncodedImage encodedImage(u64 index);
     osg::Ref<osg::Image> sceneImage(u64 index, DecodedImage&& decoded);
@@ -59,6 +65,7 @@ private:
     GltfDocument& document;
     std::map<u64, osg::Ref<osg::Image>> images;
     std::map<ChannelKey, osg::Ref<osg::Image>> channelImages;
+    std::set<std::string> told; ///< faults that were told of: one image may be in many slots
 };
 
 } // namespace io

@@ -89,51 +89,59 @@ Json extended(Json material, const char* name, const Json& block)
 TEST(GltfMaterials, ChooseTheKindByTheFirstRuleThatFits)
 {
     const auto kind = [](const Json& material) { return Imported(withMaterial(material)).type(); };
-    EXPECT_EQ(kind(pbr(1, 0.2)), "UChromeMaterial");
+    // What mirrors has kinds of its own, all else is of the metallic workflow.
+    EXPECT_EQ(kind(pbr(1, 0.02)), "UChromeMaterial");
+    EXPECT_EQ(kind(pbr(0, 0.02)), "UReflectivePlasticMaterial");
+    for (const auto& [metallic, roughness] : {std::pair{1.0, 0.2}, {0.0, 0.9}, {0.5, 0.02}})
+        EXPECT_EQ(kind(pbr(metallic, roughness)), "USubstanceMaterial");
     EXPECT_EQ(
-        kind(extended(pbr(1, 0.2), "KHR_materials_anisotropy", {{"anisotropyStrength", 0.5}})),
-        "UBrushedMetalMaterial");
-    EXPECT_EQ(kind(pbr(0, 0.9)), "UPlasticMaterial");
-    EXPECT_EQ(kind(pbr(0, 0.1)), "UReflectivePlasticMaterial");
-    EXPECT_EQ(kind(pbr(0.5, 0.5)), "USubstanceMaterial");
-    EXPECT_EQ(kind(extended(pbr(0, 0.5), "KHR_materials_clearcoat", {{"clearcoatFactor", 1}})),
-              "UUnicolorPaintMaterial");
-    EXPECT_EQ(kind(extended(pbr(1, 0.5), "KHR_materials_clearcoat", {{"clearcoatFactor", 1}})),
-              "UMetallicPaintMaterial");
-    EXPECT_EQ(kind(extended(pbr(0, 0), "KHR_materials_transmission", {{"transmissionFactor", 1}})),
-              "UGlassMaterial");
-    EXPECT_EQ(kind(extended(pbr(0, 1), "KHR_materials_sheen", {{"sheenColorFactor", {1, 0, 0}}})),
-              "UVelvetMaterial");
-    EXPECT_EQ(kind(extended(pbr(0, 0), "KHR_materials_iridescence", {{"iridescenceFactor", 1}})),
-              "UFlipflopMaterial");
-    EXPECT_EQ(kind(extended(pbr(0, 1), "KHR_materials_unlit", Json::object())), "ULightMaterial");
-    // Extensions with their neutral values change nothing.
-    EXPECT_EQ(kind(extended(pbr(0, 0.9), "KHR_materials_clearcoat", {{"clearcoatFactor", 0}})),
+        kind(extended(pbr(1, 0.02), "KHR_materials_anisotropy", {{"anisotropyStrength", 0.5}})),
+        "USubstanceMaterial");
+    const char* coat = "KHR_materials_clearcoat";
+    EXPECT_EQ(kind(extended(pbr(0, 0.5), coat, {{"clearcoatFactor", 1}})),
+              "UReflectivePlasticMaterial");
+    EXPECT_EQ(kind(extended(pbr(0, 0.5), coat,
+                            {{"clearcoatFactor", 1}, {"clearcoatRoughnessFactor", 0.4}})),
               "UPlasticMaterial");
+    EXPECT_EQ(kind(extended(pbr(0, 0.9), coat, {{"clearcoatFactor", 0}})), "USubstanceMaterial");
+    const char* clear = "KHR_materials_transmission";
+    EXPECT_EQ(kind(extended(pbr(0, 0), clear, {{"transmissionFactor", 1}})), "UGlassMaterial");
+    EXPECT_EQ(kind(extended(pbr(0, 0), clear, {{"transmissionFactor", 0.4}})),
+              "USubstanceMaterial");
+    EXPECT_EQ(kind(extended(pbr(0, 1), "KHR_materials_sheen", {{"sheenColorFactor", {1, 0, 0}}})),
+              "UPlasticMaterial");
+    EXPECT_EQ(kind(extended(pbr(0, 1), "KHR_materials_diffuse_transmission",
+                            {{"diffuseTransmissionFactor", 0.5}})),
+              "UPlasticMaterial");
+    EXPECT_EQ(kind(extended(pbr(0, 1), "KHR_materials_unlit", Json::object())), "ULightMaterial");
 }
 
 TEST(GltfMaterials, TellWhichRuleFired)
 {
-    Json material = pbr(1, 0.2);
+    Json material = pbr(1, 0.02);
     material["name"] = "rim";
     const LogCatcher log;
     const Imported imported(withMaterial(material));
-    EXPECT_NE(log.infos.find("material \"rim\" becomes UChromeMaterial: metal"), std::string::npos);
+    EXPECT_NE(log.infos.find("material \"rim\" becomes UChromeMaterial: polished metal"),
+              std::string::npos);
     EXPECT_EQ(getName(imported.material), "rim");
 }
 
 TEST(GltfMaterials, GiveMetalsTheColourOfTheirReflection)
 {
+    const Imported mirror(withMaterial(pbr(1, 0.04)));
+    EXPECT_EQ(mirror.color("reflection"), osg::Vec3f(0.5f, 0.25f, 0.125f));
+    EXPECT_EQ(std::get<u32>(mirror.field("fresnelTable")), 255u);
     const Imported metal(withMaterial(pbr(1, 0.3)));
-    EXPECT_EQ(metal.color("reflection"), osg::Vec3f(0.5f, 0.25f, 0.125f));
-    EXPECT_EQ(std::get<u32>(metal.field("fresnelTable")), 255u);
+    EXPECT_EQ(metal.color("baseColor"), osg::Vec3f(0.5f, 0.25f, 0.125f));
+    EXPECT_FLOAT_EQ(metal.number("metallic"), 1.0f);
     EXPECT_FLOAT_EQ(metal.number("roughness"), 0.3f);
 }
 
 // Fresnel reflectance at normal incidence, ((n - 1) / (n + 1))^2 = 0.04 for 1.5, 1/9 for 2.
 TEST(GltfMaterials, DeriveReflectanceFromTheIndexOfRefraction)
 {
-    EXPECT_NEAR(Imported(withMaterial(pbr(0, 0.9))).number("reflectance"), 0.04f, 1e-6f);
+    EXPECT_NEAR(Imported(withMaterial(pbr(0, 0.01))).number("clearcoatReflectance"), 0.04f, 1e-6f);
     EXPECT_NEAR(Imported(withMaterial(extended(pbr(0, 0.9), "KHR_materials_ior", {{"ior", 2.0}})))
                     .number("reflectance"),
                 1.0f / 9.0f, 1e-6f);
@@ -176,7 +184,7 @@ TEST(GltfMaterials, MultiplyEmissionByItsStrength)
         extended(pbr(0, 0.9), "KHR_materials_emissive_strength", {{"emissiveStrength", 8}});
     material["emissiveFactor"] = {0.1, 0.5, 0.9};
     const Imported imported(withMaterial(material));
-    EXPECT_EQ(imported.type(), "UPlasticMaterial");
+    EXPECT_EQ(imported.type(), "USubstanceMaterial");
     EXPECT_EQ(imported.color("incandescence"), osg::Vec3f(0.1f, 0.5f, 0.9f));
     EXPECT_EQ(std::get<osg::ColorComponent>(imported.field("incandescence")).intensity, 8.0f);
     EXPECT_TRUE(std::get<bool>(imported.field("incandescenceActive")));
@@ -229,8 +237,26 @@ TEST(GltfTextures, CutOutBelowTheAlphaThreshold)
     const Imported imported(withMaterial(material, {{{255, 0, 0, 100}}, {{255, 0, 0, 110}}}, 2, 1));
     const auto slot = imported.texture("cutoutTexture");
     ASSERT_TRUE(slot);
-    EXPECT_EQ(slot->getImage()->getPixel(0, 0)[0], 0.0f);
-    EXPECT_EQ(slot->getImage()->getPixel(1, 0)[0], 1.0f);
+    // Kinds cut at a half; in between, the edge runs where the alpha of the file would be cut.
+    EXPECT_LT(slot->getImage()->getPixel(0, 0)[0], 0.5f);
+    EXPECT_GE(slot->getImage()->getPixel(1, 0)[0], 0.5f);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_NEAR(slot->getImage()->getPixel(u32(i), 0)[0], (i ? 110 : 100) / 255.0f + 0.1f,
+                    0.51f / 255.0f);
+}
+
+// Leaves and signs without light are cut and blended as all surfaces are.
+TEST(GltfTextures, OpenUnlitSurfacesToo)
+{
+    Json material = extended(pbr(0, 1, {{"baseColorTexture", {{"index", 0}}}}),
+                             "KHR_materials_unlit", Json::object());
+    material["alphaMode"] = "MASK";
+    const std::vector<std::array<u8, 4>> pixels = {{{255, 0, 0, 51}}};
+    EXPECT_TRUE(Imported(withMaterial(material, pixels)).texture("cutoutTexture"));
+    material["alphaMode"] = "BLEND";
+    const Imported blended(withMaterial(material, pixels));
+    ASSERT_TRUE(blended.texture("transparencyTexture"));
+    EXPECT_NEAR(blended.texture("transparencyTexture")->getImage()->getPixel(0, 0)[0], 0.8f, 2e-3f);
 }
 
 TEST(GltfTextures, AreLeftOutWithAWarningWhenTheyCannotBeRead)
@@ -241,11 +267,58 @@ TEST(GltfTextures, AreLeftOutWithAWarningWhenTheyCannotBeRead)
     const LogCatcher log;
     const Imported imported(file);
     EXPECT_TRUE(imported.material);
-    EXPECT_GE(imported.scene.warnings, 1u);
+    EXPECT_EQ(imported.scene.warnings, 1u);
     file.root["images"] = {{{"uri", "other.png"}}};
     EXPECT_TRUE(Imported(file).material);
     file.root["textures"] = {{{"source", 9}}};
     EXPECT_TRUE(Imported(file).material);
+}
+
+// However many slots of however many materials wait for it.
+TEST(GltfTextures, AreToldOfOnceWhenTheyAreBroken)
+{
+    const Json info = {{"index", 0}};
+    Json material = pbr(0.5, 0.5, {{"baseColorTexture", info}, {"metallicRoughnessTexture", info}});
+    material["normalTexture"] = material["occlusionTexture"] = info;
+    material["alphaMode"] = "BLEND";
+    GltfBuilder file = withMaterial(material);
+    const int second = file.triangle();
+    file.root["materials"].push_back(material);
+    file.root["meshes"][second]["primitives"][0]["material"] = 1;
+    file.node({{"mesh", second}});
+    file.root["images"] = {{{"uri", "data:image/png;base64,iVBORw0KGgo="}}};
+    file.root["textures"] = {{{"source", 0}}};
+    const LogCatcher log;
+    const Imported imported(file);
+    EXPECT_EQ(imported.scene.warnings, 1u) << log.warnings;
+    EXPECT_NE(log.warnings.find("image 0"), std::string::npos) << log.warnings;
+    EXPECT_EQ(imported.color("baseColor"), osg::Vec3f(0.5f, 0.25f, 0.125f));
+    EXPECT_FLOAT_EQ(imported.number("roughness"), 0.5f);
+}
+
+// Optional formats may stand beside one that is read.
+TEST(GltfTextures, TellOfFormatsThatAreNotReadAndTakeTheOther)
+{
+    const std::pair<const char*, const char*> formats[] = {{"KHR_texture_basisu", "KTX2"},
+                                                           {"EXT_texture_webp", "WebP"}};
+    for (const auto& [name, format] : formats) {
+        GltfBuilder file =
+            withMaterial(pbr(0, 1, {{"baseColorTexture", {{"index", 0}}}}), {{{255, 0, 0, 255}}});
+        file.root["extensionsUsed"] = {name};
+        file.root["textures"][0]["extensions"][name] = {{"source", 7}};
+        const LogCatcher log;
+        const Imported both(file);
+        EXPECT_TRUE(both.texture("baseColorTexture"));
+        EXPECT_EQ(both.scene.warnings, 0u) << log.warnings;
+        file.root["textures"][0].erase("source");
+        const Imported alone(file);
+        EXPECT_FALSE(alone.texture("baseColorTexture"));
+        EXPECT_EQ(alone.scene.warnings, 1u);
+        EXPECT_NE(log.warnings.find(format), std::string::npos) << log.warnings;
+        EXPECT_NE(log.warnings.find("PNG or JPEG"), std::string::npos) << log.warnings;
+        file.root["extensionsRequired"] = {name};
+        EXPECT_NE(gltfError(file.text()).find(name), std::string::npos);
+    }
 }
 
 /// Where a slot reads for a texture coordinate of the file (v down), again with v down.
@@ -299,30 +372,161 @@ TEST(GltfMaterials, ReadOlderFilesOfSpecularAndGlossinessAsDielectrics)
          {"extensions",
           {{"KHR_materials_pbrSpecularGlossiness",
             {{"diffuseFactor", {0.5, 0.25, 0.125, 1}}, {"glossinessFactor", 0.25}}}}}}));
-    EXPECT_EQ(imported.type(), "UPlasticMaterial");
-    EXPECT_EQ(imported.color("diffuse")[1], 0.25f);
+    EXPECT_EQ(imported.color("baseColor")[1], 0.25f);
     EXPECT_EQ(imported.number("roughness"), 0.75f);
+    EXPECT_EQ(imported.number("metallic"), 0.0f);
     EXPECT_NE(log.warnings.find("\"old\""), std::string::npos) << log.warnings;
 }
 
-// The map of a coat is a factor, roughness lies in the second channel, occlusion in the first;
-// texels of glossiness are 1 minus the roughness.
+// A black body with the reflection of gold is no dielectric. Alpha holds the glossiness.
+TEST(GltfMaterials, ReadOlderFilesWithStrongSpecularAsMetals)
+{
+    const Imported imported(withMaterial({{"extensions",
+                                           {{"KHR_materials_pbrSpecularGlossiness",
+                                             {{"diffuseFactor", {0, 0, 0, 1}},
+                                              {"specularFactor", {1.0, 0.75, 0.25}},
+                                              {"glossinessFactor", 0.5},
+                                              {"specularGlossinessTexture", {{"index", 0}}}}}}}},
+                                         {{{255, 255, 255, 102}}}));
+    EXPECT_EQ(imported.number("metallic"), 1.0f);
+    EXPECT_EQ(imported.color("baseColor"), osg::Vec3f(1.0f, 0.75f, 0.25f));
+    ASSERT_TRUE(imported.texture("baseColorTexture"));
+    ASSERT_TRUE(imported.texture("roughnessTexture"));
+    EXPECT_NEAR(imported.texture("roughnessTexture")->getImage()->getPixel(0, 0)[0],
+                1.0f - 0.5f * 0.4f, 2e-3f);
+}
+
+// The map of a coat is a factor, roughness lies in the second channel, occlusion in the first.
+// Texels of glossiness are 1 minus the width of the lobe, alpha / sqrt(2) with alpha = roughness^2.
 TEST(GltfTextures, LieOnCoatsAndUnderThem)
 {
-    nlohmann::json material = pbr(1.0, 0.5, {{"metallicRoughnessTexture", {{"index", 0}}}});
-    material["extensions"]["KHR_materials_clearcoat"] = {{"clearcoatFactor", 0.5},
-                                                         {"clearcoatTexture", {{"index", 0}}}};
+    Json material = pbr(1.0, 0.5, {{"metallicRoughnessTexture", {{"index", 0}}}});
+    material["extensions"]["KHR_materials_clearcoat"] = {
+        {"clearcoatFactor", 0.5},
+        {"clearcoatTexture", {{"index", 0}}},
+        {"clearcoatNormalTexture", {{"index", 0}}}};
     material["occlusionTexture"] = {{"index", 0}, {"strength", 0.5}};
     const Imported imported(withMaterial(material, {{51, 204, 255, 255}}));
-    EXPECT_EQ(imported.type(), "UMetallicPaintMaterial");
+    ASSERT_EQ(imported.type(), "UReflectivePlasticMaterial");
     EXPECT_EQ(imported.color("clearcoat")[0], 0.5f);
+    // A metal: what reflects below the coat has the colour.
+    EXPECT_EQ(imported.color("glossy"), osg::Vec3f(0.5f, 0.25f, 0.125f));
+    EXPECT_EQ(imported.color("diffuse"), osg::Vec3f(0.0f, 0.0f, 0.0f));
     const auto texel = [&](const char* name) {
         const auto texture = imported.texture(name);
         return texture ? texture->getImage()->getPixel(0, 0)[0] : -1.0f;
     };
     EXPECT_NEAR(texel("clearcoatTexture"), 0.2f, 1e-6f);
-    EXPECT_NEAR(texel("glossinessTexture"), 0.6f, 2e-3f);
+    EXPECT_NEAR(texel("glossinessTexture"), 1.0f - 0.16f / std::sqrt(2.0f), 2e-3f);
     EXPECT_NEAR(texel("occlusionTexture"), 0.6f, 2e-3f);
+    EXPECT_TRUE(imported.texture("bumpTexture")) << "the coat's normals, as the body has none";
+}
+
+// One highlight: that of the coat.
+TEST(GltfTextures, GiveRoughCoatsTheirWidth)
+{
+    const Json material = extended(pbr(0.0, 0.9), "KHR_materials_clearcoat",
+                                   {{"clearcoatFactor", 0.5},
+                                    {"clearcoatRoughnessFactor", 0.8},
+                                    {"clearcoatRoughnessTexture", {{"index", 0}}}});
+    const LogCatcher log;
+    const Imported imported(withMaterial(material, {{51, 204, 255, 255}}));
+    ASSERT_EQ(imported.type(), "UPlasticMaterial");
+    EXPECT_EQ(imported.color("glossy")[0], 0.5f);
+    EXPECT_NEAR(imported.texture("glossinessTexture")->getImage()->getPixel(0, 0)[0],
+                1.0f - 0.4096f / std::sqrt(2.0f), 2e-3f);
+    EXPECT_NE(log.warnings.find("not shown"), std::string::npos);
+}
+
+TEST(GltfTextures, TintTheRimOfCloth)
+{
+    const Json material = extended(pbr(0.0, 0.9), "KHR_materials_sheen",
+                                   {{"sheenColorFactor", {0.5, 0.25, 1.0}},
+                                    {"sheenColorTexture", {{"index", 0}}},
+                                    {"sheenRoughnessFactor", 1.0},
+                                    {"sheenRoughnessTexture", {{"index", 0}}}});
+    const Imported imported(withMaterial(material, {{51, 204, 255, 204}}));
+    EXPECT_EQ(imported.color("diffuse"), osg::Vec3f(0.5f, 0.25f, 0.125f));
+    EXPECT_EQ(imported.color("glossy"), osg::Vec3f(0.5f, 0.25f, 1.0f));
+    ASSERT_TRUE(imported.texture("glossyTexture"));
+    EXPECT_EQ(imported.texture("glossyTexture")->getGamma(), 2.2f);
+    EXPECT_NEAR(imported.texture("glossinessTexture")->getImage()->getPixel(0, 0)[0],
+                1.0f - 0.64f / std::sqrt(2.0f), 2e-3f);
+}
+
+// The strength lies in the third channel, the direction in the first two: (0, 1) is a quarter turn.
+TEST(GltfTextures, TurnTheFacetsOfAnisotropicSurfaces)
+{
+    const Json plain = extended(pbr(1.0, 0.5), "KHR_materials_anisotropy",
+                                {{"anisotropyStrength", 1.0}, {"anisotropyRotation", 1.5707963}});
+    const Imported even(withMaterial(plain));
+    // Slopes 1 along and 1/4 across: their product is the square of 1/2, the fourth power of the
+    // roughness, and their ratio 1 - 0.9 level.
+    EXPECT_NEAR(even.number("roughness"), std::sqrt(0.5f), 1e-5f);
+    EXPECT_NEAR(even.number("anisotropyLevel"), 0.75f / 0.9f, 1e-5f);
+    EXPECT_NEAR(even.number("anisotropyAngle"), 0.25f, 1e-5f);
+    EXPECT_TRUE(std::get<bool>(even.field("hasAnisotropyLevel")));
+    Json mapped = plain;
+    mapped["extensions"]["KHR_materials_anisotropy"]["anisotropyTexture"] = {{"index", 0}};
+    const Imported varying(withMaterial(mapped, {{128, 255, 128, 255}}));
+    const auto texel = [&](const char* name) {
+        return varying.texture(name)->getImage()->getPixel(0, 0)[0];
+    };
+    EXPECT_NEAR(texel("anisotropyAngle"
+                      "Texture"),
+                0.5f, 4e-3f);
+    EXPECT_NEAR(texel("anisotropyLevelTexture"), 0.75f / 0.9f * 0.252f, 4e-3f);
+}
+
+TEST(GltfTextures, ScaleTheReflectionOfDielectrics)
+{
+    Json material = extended(pbr(0.0, 0.9), "KHR_materials_specular",
+                             {{"specularFactor", 0.5}, {"specularColorFactor", {0.5, 1.0, 0.25}}});
+    EXPECT_NEAR(Imported(withMaterial(material)).number("specularLevel"), 0.25f, 1e-6f);
+    material["extensions"]["KHR_materials_specular"]["specularTexture"] = {{"index", 0}};
+    const Imported mapped(withMaterial(material, {{0, 0, 0, 204}}));
+    EXPECT_NEAR(mapped.texture("specularLevelTexture")->getImage()->getPixel(0, 0)[0], 0.8f * 0.25f,
+                2e-3f);
+}
+
+TEST(GltfMaterials, LetDiffuseLightThrough)
+{
+    const Imported imported(
+        withMaterial(extended(pbr(0.0, 0.9), "KHR_materials_diffuse_transmission",
+                              {{"diffuseTransmissionFactor", 0.25},
+                               {"diffuseTransmissionColorFactor", {1.0, 0.5, 0.0}}})));
+    EXPECT_EQ(std::get<int>(imported.field("translucencyMode")), 1);
+    EXPECT_EQ(imported.color("translucency"), osg::Vec3f(0.25f, 0.125f, 0.0f));
+    EXPECT_EQ(imported.color("diffuse"), osg::Vec3f(0.375f, 0.1875f, 0.09375f));
+}
+
+TEST(GltfMaterials, LetAnEvenPartThroughStraight)
+{
+    const Imported imported(withMaterial(
+        extended(pbr(0.0, 0.3), "KHR_materials_transmission", {{"transmissionFactor", 0.5}})));
+    EXPECT_EQ(imported.color("transparencyColor"), osg::Vec3f(0.25f, 0.125f, 0.0625f));
+}
+
+// Images may serve several surfaces: their opaque parts need not be on this one.
+TEST(GltfMaterials, TakeMapsOfTransmissionForGlass)
+{
+    const Json material =
+        extended(pbr(0.0, 0.3), "KHR_materials_transmission",
+                 {{"transmissionFactor", 1.0}, {"transmissionTexture", {{"index", 0}}}});
+    const LogCatcher log;
+    EXPECT_EQ(Imported(withMaterial(material, {{255, 0, 0, 255}})).type(), "UGlassMaterial");
+    EXPECT_EQ(log.infos.find("opaque"), std::string::npos);
+    EXPECT_EQ(Imported(withMaterial(material, {{0, 255, 255, 255}})).type(), "UGlassMaterial");
+    EXPECT_NE(log.infos.find("also where its map is opaque"), std::string::npos);
+}
+
+TEST(GltfMaterials, TellOfIridescenceThatIsNotShown)
+{
+    const LogCatcher log;
+    const Imported imported(
+        withMaterial(extended(pbr(0, 0), "KHR_materials_iridescence", {{"iridescenceFactor", 1}})));
+    EXPECT_EQ(imported.scene.warnings, 1u);
+    EXPECT_NE(log.warnings.find("iridescence is not shown"), std::string::npos) << log.warnings;
 }
 
 TEST(GltfMaterials, TakeColoursOfVerticesOnlyWhereTheyAre)
@@ -439,7 +643,7 @@ TEST(GltfTextures, BelongToTheirMaterialsHoweverManyThereAre)
 TEST(GltfMaterials, MakeASwitchOfVariants)
 {
     GltfBuilder file = withMaterial(pbr(0, 0.9));
-    file.root["materials"].push_back(pbr(1, 0.1));
+    file.root["materials"].push_back(pbr(1, 0.01));
     file.root["extensions"]["KHR_materials_variants"]["variants"] = {{{"name", "matt"}},
                                                                      {{"name", "shiny"}}};
     file.root["meshes"][0]["primitives"][0]["extensions"]["KHR_materials_variants"]["mappings"] = {
@@ -449,7 +653,7 @@ TEST(GltfMaterials, MakeASwitchOfVariants)
     ASSERT_EQ(imported.type(), "SwitchMaterial");
     const auto list = std::get<std::vector<osg::FieldContainerPtr>>(imported.field("materials"));
     ASSERT_EQ(list.size(), 3u);
-    EXPECT_STREQ(list[0]->getType().getName(), "UPlasticMaterial");
+    EXPECT_STREQ(list[0]->getType().getName(), "USubstanceMaterial");
     EXPECT_STREQ(list[1]->getType().getName(), "UChromeMaterial");
     // Nobody has chosen a variant: the material that the primitive names itself is shown.
     EXPECT_EQ(list[2], list[0]);
@@ -460,11 +664,11 @@ TEST(GltfMaterials, TakeDefaultsForBlocksThatMakeNoSense)
 {
     const LogCatcher log;
     const Imported imported(withMaterial({{"pbrMetallicRoughness", {{"metallicFactor", "no"}}}}));
-    EXPECT_EQ(imported.type(), "UPlasticMaterial");
+    EXPECT_EQ(imported.type(), "USubstanceMaterial");
     EXPECT_EQ(imported.scene.warnings, 1u);
     GltfBuilder file = withMaterial(pbr(0, 1));
     file.root["meshes"][0]["primitives"][0]["material"] = 5;
-    EXPECT_EQ(Imported(file).type(), "UPlasticMaterial");
+    EXPECT_EQ(Imported(file).type(), "USubstanceMaterial");
 }
 
 } // namespace
