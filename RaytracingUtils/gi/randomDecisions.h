@@ -25,6 +25,7 @@ enum class RandomDecision : int {
     gatherGlossy,
     roundedEdge,
     roundedEdgeFrame,
+    lampByLobe,
     count
 };
 

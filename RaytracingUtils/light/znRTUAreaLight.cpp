@@ -49,6 +49,7 @@ bool znRTUAreaLight::updateAreaLight()
                             : light->getStillQuality();
     numQualitySamples = std::max(quality, 1u);
     usesCone = false;
+    metByRays = true;
     return true;
 }
 

@@ -96,6 +96,11 @@ public:
     float getAreaScale() const { return areaScale; }
     bool isVisibleInReflections() const { return visibleInReflections; }
     bool hasPrimaryVisibility() const { return primaryVisibility; }
+    /// Whether all that it brings to a point comes along directions in which a ray from there
+    /// meets it first: then directions may be drawn by others, too.
+    bool isMetByRays() const { return metByRays && lightKind == physicalKind && shape; }
+    /// Whether points on it are drawn the same for positions near and far.
+    bool isDrawnByArea() const { return drawnByArea; }
 
 protected:
     znRTUAreaLight(const znRTTypeId& typeId, const osg::NodePtr& node,
@@ -119,6 +124,7 @@ protected:
     float areaScale = 3.1415927f; ///< flux of a square unit of radiance 1
     bool visibleInReflections = true;
     bool primaryVisibility = true;
+    bool metByRays = false, drawnByArea = false;
     bool usesCone = false;
     znRTLightCone cone;
     znRTVector3fPacket coneAxis; ///< unit, world

@@ -7,6 +7,7 @@
 #include "host/znRTRaytracingSettings.h"
 #include "light/znRTUAreaLight.h"
 #include "material/lightSample.h"
+#include "material/metLamps.h"
 #include "material/shadowOrigin.h"
 #include "material/znRTMaterial.h"
 #include "render/znRTRenderUtils.h"
@@ -47,6 +48,7 @@ struct LitLobe
     znRTVector3fPacket wo; ///< in its frame
     znFloatType<2> mask;
     bool isGlossy;
+    int directions = 0; ///< that it draws itself, to meet lamps
 };
 
 class Estimate
@@ -65,7 +67,7 @@ public:
                 mask & entry.mask & (entry.color.getMax() > znFloatType<2>(0.0f));
             if (!entry.lobe->isDelta() && anyLane(lanes))
                 lobes[lobeCount++] = {&entry, entry.onb->toLocal(newWo), lanes,
-                                      entry.lobe->isSelected(lobeType::glossy)};
+                                      entry.lobe->isSelected(lobeType::glossy), 0};
         }
     }
 
@@ -74,11 +76,14 @@ public:
 
     void addAll(const znDynArray<znRTLight*>& lights)
     {
+        findLamps(lights,
+                  [this](const znRTUAreaLight& light, u64) { return float(samplesOf(&light)); });
         for (const znRTLight* light : lights) {
             const znFloatType<2> lanes = litLanes(*light, mask);
             if (anyLane(lanes))
                 addWhole(*light, lanes);
         }
+        addMetLamps();
     }
 
     /// Draws lights in proportion to their power. All lanes walk through the table together, so one
@@ -88,6 +93,9 @@ public:
         const int count = int(lights.size);
         const int draws = std::max(znRTRenderUtils::s_maxLightEvaluations, leastDraws);
         const int laneMask = moveMask(mask);
+        findLamps(lights, [&](const znRTUAreaLight&, u64 i) {
+            return float(draws) * (distribution.cdf[i + 1] - distribution.cdf[i]);
+        });
         for (int k = 0; k < draws; ++k) {
             const znFloatType<2> choice =
                 drawPair(state, RandomDecision::lightChoice, draws, k, laneMask).x;
@@ -112,6 +120,7 @@ public:
             }
             add(sample);
         }
+        addMetLamps();
     }
 
     const znRTRayDifferentialPacket& ray;
@@ -146,14 +155,44 @@ private:
         return std::max(first, 1);
     }
 
+    /// Points that are seen show the shadow of an area; those that light comes from by way of a
+    /// ray are many, and each is a part of a mean.
+    bool isSeen() const { return state.counterC == 0; }
+    int samplesOf(const znRTUAreaLight* area) const
+    {
+        return area && isSeen() ? int(area->getNumSamples()) : 1;
+    }
+
+    /// Lists the lamps that directions of the lobes are to meet, and decides which lobes draw any:
+    /// glossy ones, and where points are seen all before lamps that are drawn by area, which bring
+    /// specks of light to what is close to them.
+    /// @param samplesOfLamp  (light, place in the list) -> float
+    template <class Samples>
+    void findLamps(const znDynArray<znRTLight*>& lights, const Samples& samplesOfLamp)
+    {
+        if (lights.size > znRTMetLamps::capacity)
+            return;
+        int directions = 0;
+        for (u64 i = 0; i < lights.size; ++i) {
+            const znRTUAreaLight* const area = areaOf(*lights.data[i]);
+            if (!area || !area->isMetByRays())
+                continue;
+            const int lanes = moveMask(litLanes(*area, mask));
+            if (!lanes)
+                continue;
+            lamps.add(*area, samplesOfLamp(*area, i), lanes);
+            directions = std::max(directions, samplesOf(area));
+        }
+        for (int i = 0; i < lobeCount; ++i)
+            if (lobes[i].isGlossy || (isSeen() && lamps.hasDrawnByArea()))
+                lobes[i].directions = directions;
+    }
+
     /// All samples that a light asks for.
     void addWhole(const znRTLight& light, const znFloatType<2>& lanes)
     {
         const znRTUAreaLight* const area = areaOf(light);
-        // Points that are seen show the shadow of an area; those that light comes from by way of
-        // a ray are many, and each is a part of a mean.
-        const bool isSeen = state.counterC == 0;
-        const int samples = area && isSeen ? int(area->getNumSamples()) : 1;
+        const int samples = samplesOf(area);
         for (int i = 0; i < samples; ++i) {
             LightEvalSample sample;
             const znRTVector2fPacket place =
@@ -174,10 +213,73 @@ private:
             const znFloatType<2> lanes = sample.mask & lobe.mask;
             if (!anyLane(lanes))
                 continue;
-            znRTColorPacket& sum = lobe.isGlossy ? onGlossy : onDiffuse;
-            sum += (reflected(lobe, sample.wi) * (lobe.isGlossy ? sample.glossy : sample.diffuse)) &
-                   lanes;
+            znFloatType<2> lobePdf;
+            znRTColorPacket value = reflected(lobe, lobe.entry->onb->toLocal(sample.wi), lobePdf) *
+                                    (lobe.isGlossy ? sample.glossy : sample.diffuse);
+            if (lobe.directions > 0)
+                value *= shareOf(sample, lobe, lobePdf);
+            (lobe.isGlossy ? onGlossy : onDiffuse) += value & lanes;
         }
+        addShadowed(sample, onDiffuse, onGlossy);
+    }
+
+    /// Weight of a sample beside the directions that the lobe draws; 1 where these do not meet the
+    /// light.
+    static znFloatType<2> shareOf(const LightEvalSample& sample, const LitLobe& lobe,
+                                  const znFloatType<2>& lobePdf)
+    {
+        const znFloatType<2> one(1.0f), zero(0.0f);
+        znFloatType<2> shared = sample.density > zero;
+        if (!lobe.isGlossy)
+            shared &= sample.byArea;
+        const znFloatType<2> all = sample.density + lobePdf * float(lobe.directions);
+        return select(shared, sample.density * reciprocalOrZero(all), one);
+    }
+
+    /// Lamps by directions of the lobes.
+    void addMetLamps()
+    {
+        if (lamps.isEmpty())
+            return;
+        for (int i = 0; i < lobeCount; ++i)
+            for (int k = 0; k < lobes[i].directions; ++k)
+                addMetLamps(lobes[i], k);
+    }
+
+    void addMetLamps(const LitLobe& lobe, int k)
+    {
+        const znRTVector2fPacket u =
+            drawPair(state, RandomDecision::lampByLobe, lobe.directions, k, moveMask(lobe.mask));
+        znRTVector3fPacket local;
+        const znFloatType<2> drawn = lobe.entry->lobe->sample(u, lobe.wo, dg, local) & lobe.mask;
+        if (!anyLane(drawn))
+            return;
+        const znRTVector3fPacket wi = lobe.entry->onb->toWorld(local);
+        const znRTVector3fPacket origin = shadowOrigin(data, dg, wi);
+        znRTColorPacket value;
+        znFloatType<2> lobePdf(0.0f);
+        bool isEvaluated = false;
+        for (unsigned i = 0; i < lamps.getCount(); ++i) {
+            znRTMetLamps::Hit met;
+            if (!lamps.meet(i, origin, wi, drawn, !lobe.isGlossy, met))
+                continue;
+            if (!isEvaluated)
+                value = reflected(lobe, local, lobePdf);
+            isEvaluated = true;
+            met.lanes &= lobePdf > znFloatType<2>(0.0f);
+            const LightEvalSample sample =
+                lamps.sampleOf(i, met, dg, wi, lobePdf * float(lobe.directions));
+            const znRTColorPacket none(0.0f);
+            if (lobe.isGlossy)
+                addShadowed(sample, none, (value * sample.glossy) & met.lanes);
+            else
+                addShadowed(sample, (value * sample.diffuse) & met.lanes, none);
+        }
+    }
+
+    void addShadowed(const LightEvalSample& sample, const znRTColorPacket& onDiffuse,
+                     const znRTColorPacket& onGlossy)
+    {
         const znFloatType<2> lit =
             maximum(onDiffuse.getMax(), onGlossy.getMax()) > znFloatType<2>(0.0f);
         if (!anyLane(lit))
@@ -192,15 +294,16 @@ private:
     }
 
     /// Value of a lobe times the cosine at the surface.
-    znRTColorPacket reflected(const LitLobe& lobe, const znRTVector3fPacket& wi) const
+    /// @param wi  in the lobe's frame
+    znRTColorPacket reflected(const LitLobe& lobe, const znRTVector3fPacket& wi,
+                              znFloatType<2>& pdf) const
     {
-        const znRTVector3fPacket local = lobe.entry->onb->toLocal(wi);
-        znFloatType<2> pdf;
-        return lobe.entry->lobe->evaluate(lobe.wo, local, dg, pdf) * maximum(local.z, 0.0f);
+        return lobe.entry->lobe->evaluate(lobe.wo, wi, dg, pdf) * maximum(wi.z, 0.0f);
     }
 
     LitLobe lobes[znRTLobeSet::capacity];
     int lobeCount = 0;
+    znRTMetLamps lamps;
 };
 
 } // namespace

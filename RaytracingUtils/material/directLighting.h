@@ -1,7 +1,8 @@
 #pragma once
 
 // Light of the scene's lights on a surface. Every light counts once: it is sampled here, and rays
-// that the surface's lobes send out do not see it (rayTypes.h, seesEmission).
+// that look for other surfaces do not see it (rayTypes.h, seesEmission). Area lights are sampled by
+// points on them and by directions of glossy lobes, with balance weights (metLamps.h).
 //
 // Each light sample brings, per lobe,  colour * intensity * value * cosine / density,  times what
 // the way to the light lets through. Colour is the light's diffuse one for diffuse lobes and its

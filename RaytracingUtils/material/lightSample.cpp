@@ -40,10 +40,11 @@ Sight sightOf(const znRTUAreaLight& light, const znRTDifferentialGeometry& dg,
 }
 
 /// Red, green and blue of a light's colour times what arrives.
-znRTColorPacket arriving(const znRTColor& color, const Sight& sight, const znFloatType<2>& factor)
+znRTColorPacket arriving(const znRTColor& color, const znRTColorPacket& intensity,
+                         const znFloatType<2>& factor)
 {
-    return {sight.intensity.r * factor * color.r, sight.intensity.g * factor * color.g,
-            sight.intensity.b * factor * color.b, 1.0f};
+    return {intensity.r * factor * color.r, intensity.g * factor * color.g,
+            intensity.b * factor * color.b, 1.0f};
 }
 
 } // namespace
@@ -61,14 +62,24 @@ void LightEvalSample::take(const znRTLight& light, const znRTUAreaLight* area,
                              : sightOf(static_cast<const znRTUDeltaLight&>(light), dg, lanes);
     const znFloatType<2> reached = lanes & (sight.pdf > znFloatType<2>(0.0f));
     const znFloatType<2> factor = weight * reciprocalOrZero(sight.pdf);
-    wi.setMasked(sight.wi, reached);
-    distance = select(reached, sight.distance, distance);
-    diffuse.maskedUpdate(arriving(light.getDiffuseColor(), sight, factor), reached);
-    glossy.maskedUpdate(arriving(light.getGlossyColor(), sight, factor), reached);
-    shadowIntensity = select(reached, light.getShadowIntensity(), shadowIntensity);
-    groundShadowIntensity =
-        select(reached, light.getGroundShadowIntensity(), groundShadowIntensity);
-    mask |= reached;
+    enter(light, sight.wi, sight.distance, sight.intensity, factor, reached);
+    const bool isMet = area && area->isMetByRays();
+    const znFloatType<2> perSteradian = isMet ? sight.pdf * reciprocalOrZero(weight) : 0.0f;
+    density = select(reached, perSteradian, density);
+    byArea = isMet && area->isDrawnByArea() ? byArea | reached : andNot(reached, byArea);
+}
+
+void LightEvalSample::enter(const znRTLight& light, const znRTVector3fPacket& direction,
+                            const znFloatType<2>& way, const znRTColorPacket& intensity,
+                            const znFloatType<2>& factor, const znFloatType<2>& lanes)
+{
+    wi.setMasked(direction, lanes);
+    distance = select(lanes, way, distance);
+    diffuse.maskedUpdate(arriving(light.getDiffuseColor(), intensity, factor), lanes);
+    glossy.maskedUpdate(arriving(light.getGlossyColor(), intensity, factor), lanes);
+    shadowIntensity = select(lanes, light.getShadowIntensity(), shadowIntensity);
+    groundShadowIntensity = select(lanes, light.getGroundShadowIntensity(), groundShadowIntensity);
+    mask |= lanes;
 }
 
 znRTVector3fPacket LightEvalSample::wayFrom(const znRTVector3fPacket& origin,
