@@ -1,5 +1,6 @@
 #include "light/znRTGeometryLight.h"
 
+#include "core/rayTypes.h"
 #include "geometry/znRTGeometryNode.h"
 #include "host/osg/Materials.h"
 #include "host/znRTLensFlare.h"
@@ -46,7 +47,14 @@ bool znRTGeometryLight::update()
     if (!shape)
         shape = std::make_unique<znRTGeometryShape>(geometryNode);
     const znRTMaterial* const material = geometryNode->getActiveMaterial();
-    static_cast<znRTGeometryShape&>(*shape).update(material->getState().sideness);
+    static_cast<znRTGeometryShape&>(*shape).update(material->getState().sideness,
+                                                   usesMean ? nullptr : emissionSampler);
+    // Through a surface that lets light pass, or casts no shadow, points farther along a direction
+    // shine, too.
+    drawnByArea = true;
+    metByRays = !material->isTransparent() && !material->hasTransparencyTexture() &&
+                geometryNode->getClippingShapes().size == 0 &&
+                (geometryNode->getVisibilityFlags() & rayType::lightShadow) == rayType::lightShadow;
     if (!shape->isValid())
         m_isOn = false;
     return changed;

@@ -1,8 +1,13 @@
 #include "light/znRTGeometryShape.h"
 
+#include "accel/znRTIntersector.h"
+#include "core/znRTHitInfoPacket.h"
+#include "core/znRTRayPacket.h"
 #include "geometry/meshTriangles.h"
 #include "geometry/znRTMesh.h"
+#include "host/znRTTextureSampler.h"
 #include "light/shapeSampling.h"
+#include "light/textureLookup.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,10 +23,47 @@ constexpr int backSide = 2;
 constexpr std::size_t manyTriangles = 100000;
 constexpr float digits = 1000.0f;
 constexpr float numberStep = 1e-6f;
+/// Up to this many triangles are tested faster than a tree is walked.
+constexpr std::size_t fewTriangles = 8;
+
+/// Mean luminance of a texture on a triangle, by points spread over it (M. Roberts, "The
+/// Unreasonable Effectiveness of Quasirandom Sequences", 2018, R2), one for some texels each.
+float meanOnTriangle(const znRTTextureSampler& texture, const znRTVector2f& corner,
+                     const znRTVector2f& edge1, const znRTVector2f& edge2)
+{
+    constexpr float texelsPerPoint = 16.0f;
+    constexpr int mostPoints = 256;
+    const float share = 0.5f * std::abs(edge1.x * edge2.y - edge1.y * edge2.x);
+    const float texels = share * float(texture.getLevelWidth(0)) * float(texture.getLevelHeight(0));
+    const int packets = texels < 4.0f * texelsPerPoint
+                            ? 1
+                            : int(std::min(texels / texelsPerPoint, float(mostPoints))) / 4;
+    double sum = 0.0;
+    for (int i = 0; i < packets; ++i) {
+        znRTVector2fPacket uv(0.0f, 0.0f);
+        for (int lane = 0; lane < 4; ++lane) {
+            const double n = 4 * i + lane + 0.5;
+            double a = n * 0.7548776662, b = n * 0.5698402910;
+            a -= std::floor(a);
+            b -= std::floor(b);
+            if (a + b > 1.0) {
+                a = 1.0 - a;
+                b = 1.0 - b;
+            }
+            uv.setLane(lane, corner + edge1 * float(a) + edge2 * float(b));
+        }
+        const znFloatType<2> light =
+            luminance(lookUpTexture(texture, uv, znFloatType<2>::allLanes()));
+        for (int lane = 0; lane < 4; ++lane)
+            sum += std::max(0.0f, light[lane]);
+    }
+    const double mean = sum / (4.0 * packets);
+    return std::isfinite(mean) ? float(mean) : 0.0f;
+}
 
 } // namespace
 
-void znRTGeometryShape::update(int newSideness)
+void znRTGeometryShape::update(int newSideness, const znRTTextureSampler* emission)
 {
     sideness = newSideness;
     triangles.clear();
@@ -43,10 +85,35 @@ void znRTGeometryShape::update(int newSideness)
     }
     if (!(sum > 0.0) || !std::isfinite(sum))
         return;
-    areaDistribution.setFunction(areas.data(), int(areas.size()));
     totalArea = float(sum);
     invTotalArea = float(1.0 / sum);
     centroid = {float(x / sum), float(y / sum), float(z / sum)};
+    chooseBy(areas, emission);
+}
+
+void znRTGeometryShape::chooseBy(const std::vector<float>& areas,
+                                 const znRTTextureSampler* emission)
+{
+    std::vector<float> light(areas.size(), 1.0f);
+    double flux = 0.0;
+    if (emission)
+        for (std::size_t i = 0; i < areas.size(); ++i) {
+            const Triangle& t = triangles[i];
+            light[i] = meanOnTriangle(*emission, t.uv, t.uvEdge1, t.uvEdge2);
+            flux += double(light[i]) * areas[i];
+        }
+    // A part is drawn evenly: the means are estimates, and no point may be left out.
+    constexpr float evenShare = 0.1f;
+    const bool isGuided = flux > 0.0 && std::isfinite(flux);
+    const float scale = isGuided ? (1.0f - evenShare) * float(totalArea / flux) : 0.0f;
+    const float even = isGuided ? evenShare : 1.0f;
+    std::vector<float> weights(areas.size());
+    for (std::size_t i = 0; i < areas.size(); ++i) {
+        const float relative = even + scale * light[i];
+        weights[i] = areas[i] * relative;
+        triangles[i].pdf = invTotalArea * relative;
+    }
+    areaDistribution.setFunction(weights.data(), int(weights.size()));
 }
 
 void znRTGeometryShape::readTriangles(const znRTMesh& mesh, std::vector<float>& areas)
@@ -91,7 +158,7 @@ void znRTGeometryShape::setPoint(int lane, const Triangle& t, float b1, float b2
     point.position.setLane(lane, t.corner + t.edge1 * b1 + t.edge2 * b2);
     point.normal.setLane(lane, t.normal);
     point.uv.setLane(lane, t.uv + t.uvEdge1 * b1 + t.uvEdge2 * b2);
-    point.pdf.set(lane, invTotalArea);
+    point.pdf.set(lane, t.pdf);
 }
 
 void znRTGeometryShape::drawPoint(int lane, float u, float v, znRTShapePoint& point) const
@@ -153,17 +220,57 @@ znRTColorPacket znRTGeometryShape::sampleForLight(const znRTVector2fPacket& u,
     return znRTColorPacket(1.0f) & active;
 }
 
+const znRTIntersector* znRTGeometryShape::getTree() const
+{
+    if (triangles.size() <= fewTriangles || !node)
+        return nullptr;
+    const znRTIntersector* const tree = node->getCurrentIntersector();
+    return tree && tree->isValid() && tree->getCount() == triangles.size() ? tree : nullptr;
+}
+
 znFloatType<2> znRTGeometryShape::intersectOrEvaluate(const znRTVector3fPacket& origin,
                                                       const znRTVector3fPacket& direction,
                                                       const znFloatType<2>& mask, znFloatType<2>& t,
                                                       znRTShapePoint& point) const
 {
-    // T. Moeller, B. Trumbore, "Fast, Minimum Storage Ray/Triangle Intersection", Journal of
-    // Graphics Tools 2(1), 1997.
-    const znFloatType<2> zero(0.0f), one(1.0f);
     point = {
         znRTVector3fPacket(centroid), znRTVector3fPacket(0.0f, 0.0f, 1.0f), {0.0f, 0.0f}, 0.0f};
     t = std::numeric_limits<float>::max();
+    const znRTIntersector* const tree = getTree();
+    return tree ? meetByTree(*tree, origin, direction, mask, t, point)
+                : meetOneByOne(origin, direction, mask, t, point);
+}
+
+znFloatType<2> znRTGeometryShape::meetByTree(const znRTIntersector& tree,
+                                             const znRTVector3fPacket& origin,
+                                             const znRTVector3fPacket& direction,
+                                             const znFloatType<2>& mask, znFloatType<2>& t,
+                                             znRTShapePoint& point) const
+{
+    const znFloatType<2> zero(0.0f), end(t);
+    znRTRayPacket ray(origin, direction);
+    ray.type = znIntType<2>(-1);
+    znRTHitInfoPacket hit;
+    hit.reset(end);
+    tree.intersect(ray, zero, end, hit, moveMask(mask));
+    const znFloatType<2> met = mask & expandLanes(int(hit.hitMask));
+    const int lanes = moveMask(met);
+    for (int lane = 0; lane < 4; ++lane)
+        if ((lanes >> lane) & 1)
+            setPoint(lane, triangles[std::size_t(u32(hit.primitive[lane]))], hit.u[lane],
+                     hit.v[lane], point);
+    t = select(met, hit.t, t);
+    return isTwoSided() ? met : met & (dot(direction, point.normal) < zero);
+}
+
+znFloatType<2> znRTGeometryShape::meetOneByOne(const znRTVector3fPacket& origin,
+                                               const znRTVector3fPacket& direction,
+                                               const znFloatType<2>& mask, znFloatType<2>& t,
+                                               znRTShapePoint& point) const
+{
+    // T. Moeller, B. Trumbore, "Fast, Minimum Storage Ray/Triangle Intersection", Journal of
+    // Graphics Tools 2(1), 1997.
+    const znFloatType<2> zero(0.0f), one(1.0f);
     znFloatType<2> found = znFloatType<2>::noLanes();
     for (const Triangle& triangle : triangles) {
         const znRTVector3fPacket e1(triangle.edge1), e2(triangle.edge2);

@@ -4,6 +4,8 @@
 // points on them uniformly (P. Shirley, C. Wang, K. Zimmerman, "Monte Carlo Techniques for Direct
 // Lighting Calculations", ACM Transactions on Graphics 15(1), 1996, 3.2.1).
 //
+// An emission texture guides the choice of triangles by its mean on each of them.
+//
 // Points carry the normal of their triangle, not one interpolated between vertices: it is the one
 // that turns densities per area into densities per steradian.
 
@@ -13,7 +15,9 @@
 #include <vector>
 
 class znRTGeometryNode;
+class znRTIntersector;
 class znRTMesh;
+class znRTTextureSampler;
 
 class znRTGeometryShape : public znRTShape
 {
@@ -27,7 +31,8 @@ public:
 
     /// Reads the node's triangles anew, in world space. Nodes that are no meshes have none.
     /// @param newSideness  1 the front emits, 2 the back, 3 both
-    void update(int newSideness);
+    /// @param emission     texture on the triangles' coordinates; null for one value all over
+    void update(int newSideness, const znRTTextureSampler* emission = nullptr);
 
     bool isValid() const override { return totalArea > 0.0f; }
     void samplePoint(znFloatType<2>& mask, const znFloatType<2>& u, const znFloatType<2>& v,
@@ -39,7 +44,7 @@ public:
                           const znRTVector3fPacket& normal, const znFloatType<2>& areaPdf,
                           const znFloatType<2>& mask) const override;
     float getArea() const override { return totalArea; }
-    /// Tests all triangles.
+    /// By the tree of the node once it is built. Before, and for a few triangles, all are tested.
     znFloatType<2> intersectOrEvaluate(const znRTVector3fPacket& origin,
                                        const znRTVector3fPacket& direction,
                                        const znFloatType<2>& mask, znFloatType<2>& t,
@@ -68,9 +73,20 @@ private:
         znRTVector3f corner, edge1, edge2;
         znRTVector3f normal; ///< unit, on the side that emits
         znRTVector2f uv, uvEdge1, uvEdge2;
+        float pdf; ///< of its points, per area
     };
 
     void readTriangles(const znRTMesh& mesh, std::vector<float>& areas);
+    /// Makes the distribution over the triangles.
+    void chooseBy(const std::vector<float>& areas, const znRTTextureSampler* emission);
+    /// Where the numbers of its hits are those of the triangles; null without.
+    const znRTIntersector* getTree() const;
+    znFloatType<2> meetByTree(const znRTIntersector& tree, const znRTVector3fPacket& origin,
+                              const znRTVector3fPacket& direction, const znFloatType<2>& mask,
+                              znFloatType<2>& t, znRTShapePoint& point) const;
+    znFloatType<2> meetOneByOne(const znRTVector3fPacket& origin,
+                                const znRTVector3fPacket& direction, const znFloatType<2>& mask,
+                                znFloatType<2>& t, znRTShapePoint& point) const;
     /// @param v  chooses the triangle; what is left of it, with u, the point on it
     void drawPoint(int lane, float u, float v, znRTShapePoint& point) const;
     void setPoint(int lane, const Triangle& triangle, float b1, float b2,

@@ -1,4 +1,5 @@
 #include "light/znRTGeometryLight.h"
+#include "brdf/lobeSampling.h"
 #include "host/osg/Materials.h"
 #include "host/osg/RaytracingLightAttachment.h"
 #include "light/lightFixture.h"
@@ -23,9 +24,10 @@ public:
     {
     }
     bool isLightSource() const override { return shines; }
+    bool isTransparent() const override { return letsThrough; }
     void setSideness(int sideness) { materialState.sideness = sideness; }
 
-    bool shines = true;
+    bool shines = true, letsThrough = false;
 };
 
 class GeometryLight : public testing::Test
@@ -300,3 +302,121 @@ TEST_F(GeometryLight, ShinesByItsTexture)
 }
 
 } // namespace
+
+namespace {
+
+constexpr u32 gridCells = 6;
+
+/// makeLamp's square of many triangles, which are tested by their tree.
+GeometryRef makeGridLamp(float height)
+{
+    std::vector<osg::Vec3f> points;
+    std::vector<osg::Vec2f> uvs;
+    std::vector<u32> indices;
+    const u32 side = gridCells + 1;
+    for (u32 j = 0; j < side; ++j)
+        for (u32 i = 0; i < side; ++i) {
+            const float u = float(i) / gridCells, v = float(j) / gridCells;
+            points.push_back({u - 0.5f, v - 0.5f, height});
+            uvs.push_back({u, v});
+        }
+    for (u32 j = 0; j < gridCells; ++j)
+        for (u32 i = 0; i < gridCells; ++i) {
+            const u32 a = j * side + i, b = a + 1, c = b + side, d = a + side;
+            indices.insert(indices.end(), {a, c, b, a, d, c});
+        }
+    return makeMesh(points, indices, {}, uvs);
+}
+
+/// Irradiance by directions in proportion to the cosine, and the integral of the light's density.
+struct Met
+{
+    double irradiance = 0.0, density = 0.0;
+};
+
+Met metFrom(const znRTGeometryLight& light, const znRTVector3f& position)
+{
+    const znRTVector3fPacket p(position);
+    Met met;
+    constexpr int count = 32768;
+    for (int i = 0; i < count; i += 4) {
+        const znRTVector2fPacket u = tablePoints(i);
+        const znRTVector3fPacket wi = lobeSampling::cosineHemisphere(u);
+        const znRTColorPacket value =
+            light.getIntensity(p, wi, znRTVector2fPacket(0.0f, 0.0f), everyLane4);
+        const znFloatType<2> pdf = light.getPDF(p, wi, everyLane4);
+        for (int lane = 0; lane < 4; ++lane) {
+            met.irradiance += testPi * double(value.r[lane]) * light.getDiffuseColor().r / count;
+            met.density += testPi * double(pdf[lane]) / std::max(1e-6, double(wi.z[lane])) / count;
+        }
+    }
+    return met;
+}
+
+} // namespace
+
+// What directions meet is what points on the mesh bring, and all of the density is found.
+TEST_F(GeometryLight, IsMetAsItsPointsAreDrawn)
+{
+    osg::Matrix matrix; // turned by a quarter about z
+    matrix[0][0] = matrix[1][1] = 0.0f;
+    matrix[0][1] = -1.0f;
+    matrix[1][0] = 1.0f;
+    matrix[3][0] = 0.2f;
+    const GeometryRef lamp = makeGridLamp(0.6f);
+    add(lamp, matrix);
+    EXPECT_TRUE(light().isMetByRays());
+    EXPECT_TRUE(light().isDrawnByArea());
+    for (const float x : {0.0f, 0.5f}) {
+        const double drawn = sampledIrradiance(light(), {x, 0, 0}, {0, 0, 1}, 32768);
+        const Met met = metFrom(light(), {x, 0, 0});
+        EXPECT_GT(drawn, 0.5);
+        EXPECT_NEAR(met.irradiance, drawn, 0.01 * drawn);
+        EXPECT_NEAR(met.density, 1.0, 0.01);
+    }
+    EXPECT_EQ(metFrom(light(), {0, 0, 2}).irradiance, 0.0) << "from behind";
+}
+
+// Points behind the first surface shine through what is transparent.
+TEST_F(GeometryLight, IsNotMetThroughTransparentSurfaces)
+{
+    emitter->letsThrough = true;
+    const GeometryRef lamp = makeGridLamp(0.6f);
+    add(lamp);
+    EXPECT_TRUE(light().isOn());
+    EXPECT_FALSE(light().isMetByRays());
+}
+
+// A small bright spot of a dark mesh: most points are drawn there, and the light is the same.
+TEST_F(GeometryLight, IsDrawnWhereItsTextureShines)
+{
+    std::vector<float> texels(36 * 36, 0.01f);
+    for (int j = 6; j < 12; ++j)
+        for (int i = 24; i < 30; ++i)
+            texels[std::size_t(36 * j + i)] = 20.0f;
+    const osg::Ref<osg::Image> image(osg::Image::create());
+    image->set(osg::Image::L, 36, 36, 1, 1, 1, texels.data(), osg::Image::Float32);
+    image->setColorSpaceGamma(1.0f);
+    const osg::Ref<osg::UTextureSettings> settings(osg::UTextureSettings::create());
+    settings->setIsActive(true);
+    settings->setGamma(1.0f);
+    settings->setImage(image.get());
+    host->setIncandescenceTexture(settings.get());
+    const GeometryRef lamp = makeGridLamp(0.6f);
+    add(lamp);
+    int inSpot = 0;
+    constexpr int count = 8192;
+    for (int i = 0; i < count; i += 4) {
+        znFloatType<2> mask = everyLane4;
+        znRTShapePoint point;
+        const znRTVector2fPacket u = tablePoints(i);
+        shape().samplePoint(mask, u.x, u.y, point);
+        for (int lane = 0; lane < 4; ++lane)
+            inSpot += point.position.x[lane] > 1.0f / 6.0f && point.position.x[lane] < 1.0f / 3.0f;
+    }
+    EXPECT_GT(inSpot, 0.7 * count);
+    const double drawn = sampledIrradiance(light(), {}, {0, 0, 1}, 32768);
+    const Met met = metFrom(light(), {});
+    EXPECT_NEAR(met.irradiance, drawn, 0.02 * drawn);
+    EXPECT_NEAR(met.density, 1.0, 0.02);
+}
