@@ -213,7 +213,9 @@ void addPaths(CLI::App& command, Words& words)
                                    fmt::join(illuminations, ", ")));
     command.add_option("--bounces", words.bounces, "Mirror and glass surfaces that a path passes")
         ->check(CLI::Range(0, 64));
-    command.add_option("--clamp", words.clamp, "Largest value of a sample: fewer bright specks")
+    command
+        .add_option("--clamp", words.clamp,
+                    "Largest value of a sample after the exposure, white is 1: fewer bright specks")
         ->check(CLI::Range(1e-4, 1e30));
 }
 

@@ -166,6 +166,20 @@ void SceneLight::addFloor(io::SceneFile& scene)
     surroundings::addInWorld(scene.root.get(), floor.get());
 }
 
+namespace {
+
+/// The largest value of a sample is meant after the exposure, where 1 is white: the same number
+/// fits lamps in candela and lamps without a unit.
+void clampExposed(osg::UberCamera& camera, znRaytracingUtilsBase& core)
+{
+    const auto tonemapping = camera.getTonemappingSettings();
+    if (tonemapping && core.getClamping())
+        core.setReflectionClampValue(core.getReflectionClampValue() *
+                                     std::exp2(-tonemapping->getExposure()));
+}
+
+} // namespace
+
 void SceneLight::expose(const Options& options, FrameDriver& driver, View& view) const
 {
     const auto known = view.camera->getTonemappingSettings();
@@ -180,7 +194,12 @@ void SceneLight::expose(const Options& options, FrameDriver& driver, View& view)
         settings.samples = meterSamples;
         settings.passes = 0;
         settings.shownPass = 0;
+        // Values are not bounded before it is known what is bright.
+        znRaytracingUtilsBase& core = driver.utils();
+        const bool clamps = core.getClamping();
+        core.setClamping(false);
         driver.render(settings, view.camera.get());
+        core.setClamping(clamps);
         const auto stops = meterExposure(driver.getImage(FrameDriver::Colors::linear));
         if (stops) {
             tonemappingOf(*view.camera).setExposure(float(*stops));
@@ -189,6 +208,7 @@ void SceneLight::expose(const Options& options, FrameDriver& driver, View& view)
                     .c_str());
         }
     }
+    clampExposed(*view.camera, driver.utils());
     show();
 }
 

@@ -21,8 +21,8 @@ public:
 
     /// Shows the environment, which is hidden at first, where the options want it seen.
     void show() const;
-    /// Sets the exposure of a camera that nobody exposed, by a small picture of the scene, and
-    /// shows the environment.
+    /// Sets the exposure of a camera that nobody exposed, by a small picture of the scene, makes
+    /// the clamp of samples one of exposed values, and shows the environment.
     void expose(const Options& options, FrameDriver& driver, View& view) const;
 
 private:

@@ -270,3 +270,23 @@ TEST(ZnRenderLight, NamesWhatIsWrongInOneLine)
         EXPECT_FALSE(std::filesystem::exists(picture)) << c.words[1];
     }
 }
+
+// The clamp is a multiple of what the exposure makes white, so that both count the same stops.
+TEST(ZnRenderLight, ClampsWhatIsExposed)
+{
+    const TemporaryFolder folder;
+    const std::string scene = matteSquare(folder), picture = folder.path("a.png");
+    const std::string around =
+        surroundingsFile(folder, "around.hdr", [](u32, u32) { return 64.0f; });
+    const auto brightness = [&](const std::vector<std::string>& further) {
+        return meanOf(render({scene, "-o", picture, "-r", "24x24", "-s", "4", "-q", "--overwrite",
+                              "--env", around, "--no-tonemap"},
+                             further, picture),
+                      8, 16);
+    };
+    const double free = brightness({"--exposure", "-7"});
+    EXPECT_GT(free, 0.4);
+    EXPECT_LT(free, 0.9);
+    EXPECT_NEAR(brightness({"--exposure", "-7", "--clamp", "1"}), free, 0.01);
+    EXPECT_LT(brightness({"--exposure", "-7", "--clamp", "0.1"}), 0.6 * free);
+}
