@@ -24,6 +24,12 @@ std::string withoutEnd(std::string text)
     return text;
 }
 
+/// A message must not end the render when the terminal has gone.
+void toTerminal(const std::string& line)
+{
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
 } // namespace
 
 LogFile::LogFile(const std::string& path, znLog::Level shown) : name(io::printable(path))
@@ -35,10 +41,9 @@ LogFile::LogFile(const std::string& path, znLog::Level shown) : name(io::printab
     znLog::setSink([this, shown](znLog::Level level, const char* text) {
         const std::string line = withoutEnd(text);
         if (level <= shown)
-            fmt::print(stderr, "{}{}\n",
-                       level == znLog::Level::info ? ""
-                                                   : std::string(levelNames[int(level)]) + ": ",
-                       line);
+            toTerminal(
+                (level == znLog::Level::info ? "" : std::string(levelNames[int(level)]) + ": ") +
+                line);
         write(level, line);
     });
 }
@@ -65,7 +70,8 @@ void LogFile::write(znLog::Level level, const std::string& text)
             continue;
         if (count <= 0) {
             hasFailed = true;
-            fmt::print(stderr, "warning: {}: {}; the log ends here\n", name, std::strerror(errno));
+            toTerminal(
+                fmt::format("warning: {}: {}; the log ends here", name, std::strerror(errno)));
             return;
         }
         done += std::size_t(count);

@@ -26,7 +26,8 @@ std::optional<LogFile> s_logFile;
 int report(const std::string& text, int exitCode)
 {
     const std::string line = io::printable(text, 2000);
-    fmt::print(stderr, "znrender: {}\n", line);
+    // Not by a function that throws: nobody may be left to read it, and the exit code still tells.
+    std::fprintf(stderr, "znrender: %s\n", line.c_str());
     if (s_logFile)
         s_logFile->write(znLog::Level::error, line);
     return exitCode;

@@ -182,6 +182,26 @@ TEST(ZnRenderLight, ExposesByItsMeter)
     EXPECT_GT(meanOf(render(frontView(scene, light), {}, light), 11, 13), 1000.0);
 }
 
+// A white matt square shows 100 cd from two metres as 100 / 4, and its faint gloss on top. Every
+// sample is held at the clamp, which counts after the exposure; files of light have it before.
+TEST(ZnRenderLight, HoldsSamplesBelowTheClamp)
+{
+    const TemporaryFolder folder;
+    const std::string scene = lampScene(folder, "lamp", 100.0), picture = folder.path("a.pfm");
+    const auto onSquare = [&](const char* exposure, std::vector<std::string> options) {
+        options.insert(options.end(), {"--exposure", exposure});
+        return meanOf(render(frontView(scene, picture), options, picture), 11, 13);
+    };
+    const double light = onSquare("0", {});
+    EXPECT_NEAR(light, 25.4, 0.5);
+    EXPECT_EQ(onSquare("0", {"--clamp", "40"}), light);
+    EXPECT_NEAR(onSquare("0", {"--clamp", "2"}), 2.0, 1e-5);
+    EXPECT_NEAR(onSquare("-2", {"--clamp", "2"}), 8.0, 1e-4);
+    EXPECT_NEAR(onSquare("0", {"--set", "settings.clamping=true", "--set",
+                               "settings.reflectionClampValue=3"}),
+                3.0, 1e-5);
+}
+
 // Under even surroundings a white square that stands alone shows nearly the same on every level
 // that takes their light. On the floor of the studio, light between surfaces comes on top.
 TEST(ZnRenderLight, FollowsLightAsFarAsItIsTold)

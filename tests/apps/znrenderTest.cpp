@@ -8,10 +8,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -273,6 +275,83 @@ TEST(ZnRender, RefusesAWrongCommandLineInOneLine)
         EXPECT_EQ(result.out, "") << line;
     }
     EXPECT_FALSE(std::filesystem::exists("a.png"));
+}
+
+// Not a number is no place in any range, and digits behind a zero are no octal ones.
+TEST(ZnRender, TakesNumbersInTheirRangeOnly)
+{
+    const std::vector<std::array<std::string, 3>> cases = {
+        {"--exposure", "nan", "--exposure: 'nan' is no number"},
+        {"--scale", "nan", "--scale: 'nan' is no number"},
+        {"--fov", "nan", "--fov: 'nan' is no number"},
+        {"--clamp", "nan", "--clamp: 'nan' is no number"},
+        {"--noise", "nan", "--noise: 'nan' is no number"},
+        {"--env-rotation", "nan", "--env-rotation: 'nan' is no number"},
+        {"--env-strength", "nan", "--env-strength: 'nan' is no number"},
+        {"--env-strength", "inf", "--env-strength: 'inf' lies outside of 0 to 1e+09"},
+        {"--exposure", "0x10", "--exposure: '0x10' is no number"},
+        {"--exposure", "-51", "--exposure: '-51' lies outside of -50 to 50"},
+        {"--clamp", "0", "--clamp: '0' lies outside of 0.0001 to 1e+30"},
+        {"--bounces", "65", "--bounces: '65' lies outside of 0 to 64"},
+        {"--samples", "1.5", "--samples: '1.5' is no whole number"},
+        {"--samples", "0x10", "--samples: '0x10' is no whole number"},
+        {"--seed", "65536", "--seed: '65536' lies outside of 0 to 65535"},
+        {"--mode", "moving",
+         "--mode: 'moving' is unknown, perhaps 'still'; there are still, "
+         "interactive"},
+        {"--bit-depth", "7", "--bit-depth: '7' is unknown, perhaps '8'; there are 8, 16, 32"},
+    };
+    for (const auto& [option, value, fault] : cases) {
+        const ProgramResult result = znrender({studio, "-o", "a.png", option, value});
+        EXPECT_EQ(result.exitCode, 2) << option;
+        EXPECT_EQ(result.error, "znrender: " + fault + " (see 'znrender --help')\n");
+    }
+    const TemporaryFolder folder;
+    const std::string picture = folder.path("out.png");
+    const ProgramResult good =
+        znrender({squareScene(folder.path()), "-o", picture, "-r", "8x8", "-s", "010", "--exposure",
+                  "+1", "--env", "none", "--json-progress"});
+    EXPECT_EQ(good.exitCode, 0) << good.error;
+    EXPECT_NE(good.out.find("\"samples\": 10,"), std::string::npos) << good.out;
+}
+
+TEST(ZnRender, NamesTheOptionThatWasMeant)
+{
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{studio, "-o", "a.png", "--exposre", "2"},
+         "--exposre: there is no such option, perhaps '--exposure'"},
+        {{studio, "-o", "a.png", "--exposre=2"},
+         "--exposre: there is no such option, perhaps '--exposure'"},
+        {{studio, "-o", "a.png", "-z"}, "-z: there is no such option"},
+        {{"list", "materials", "--exposure", "2"}, "--exposure: is no option of 'list'"},
+        {{studio, "-o", "a.png", "--exposure"}, "--exposure: needs a value"},
+        {{studio, "-o", "a.png", "-s", "2", "--samples", "3"},
+         "--samples: is given more than once"},
+    };
+    for (const auto& [arguments, fault] : cases) {
+        const ProgramResult result = znrender(arguments);
+        EXPECT_EQ(result.exitCode, 2) << fault;
+        EXPECT_EQ(result.error, "znrender: " + fault + " (see 'znrender --help')\n");
+    }
+}
+
+// As behind "2>&1 | head -1", or started by something that has gone: nobody reads the messages.
+TEST(ZnRender, EndsByItsExitCodeWhenNobodyReadsItsMessages)
+{
+    const TemporaryFolder folder;
+    const std::string program = std::string(ZN_BINARY_DIR) + "/znrender", log = folder.path("log");
+    const auto run = [&](const std::string& words) {
+        const int status = std::system(("'" + program + "' " + words + " >&- 2>&-").c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    };
+    EXPECT_EQ(run("missing.glb -o a.png"), 1);
+    EXPECT_EQ(run("--no-such-option"), 2);
+    EXPECT_EQ(run("missing.glb -o a.png --log-file '" + log + "'"), 1);
+    const std::string scene = squareScene(folder.path()), picture = folder.path("out.png");
+    EXPECT_EQ(run("'" + scene + "' -o '" + picture + "' -r 8x8 -s 1 --log-level info --log-file '" +
+                  log + "'"),
+              0);
+    EXPECT_EQ(io::readImage(picture).width, 8u);
 }
 
 TEST(ZnRender, NamesFileAndCauseOfABadScene)
