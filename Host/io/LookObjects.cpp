@@ -239,6 +239,20 @@ void LookObjects::setProfile(const osg::FieldContainerPtr& light, const LookValu
     }
 }
 
+/// A light with an extent of 0 is left out of the picture; the other lights shine on.
+void LookObjects::warnOfMissingExtent(const osg::FieldContainerPtr& light, const LookValue& object)
+{
+    for (const char* const name : {"sizeX", "sizeY", "radius"}) {
+        const osg::FieldDescription* const field = LookFields::findField(*light, name);
+        if (!field || std::get<float>(field->get(*light)) > 0.0f)
+            continue;
+        const LookValue* const member = object.find(name);
+        fields.document.warn(member ? *member : object,
+                             fmt::format("a light with a {} of 0 gives no light", name));
+        return;
+    }
+}
+
 void LookObjects::setLight(const LookValue& object)
 {
     SceneFile& scene = fields.world.scene;
@@ -289,6 +303,7 @@ void LookObjects::setLight(const LookValue& object)
         fields.setMembers(entry.light, object, others);
         if (const LookValue* const profile = object.find("profile"))
             setProfile(entry.light, *profile);
+        warnOfMissingExtent(entry.light, object);
     }
 }
 

@@ -46,6 +46,7 @@ private:
     std::string nameOf(const LookValue& object);
 
     void addAsset(const LookValue& object);
+    void warnOfMissingExtent(const osg::FieldContainerPtr& light, const LookValue& object);
     void setLight(const LookValue& object);
     /// @return whether the camera is new
     bool setCamera(const LookValue& object, u32 index);

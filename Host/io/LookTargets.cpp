@@ -75,8 +75,9 @@ osg::FieldContainerPtr LookTargets::step(const osg::FieldContainerPtr& from,
 }
 
 /// @param candidates  where the first name of the chain is looked for, in this order
+/// @param others      names that may have been meant beside the candidates' fields
 void LookTargets::setChain(const Containers& candidates, const std::string& chain,
-                           const LookValue& value)
+                           const LookValue& value, const std::vector<std::string>& others)
 {
     std::string rest = chain, name = before(rest, '.');
     osg::FieldContainerPtr container = candidates.front();
@@ -94,10 +95,12 @@ void LookTargets::setChain(const Containers& candidates, const std::string& chai
     if (!field) {
         // The nearest name may be one of any candidate's.
         std::vector<std::string> names;
-        if (rest == chain)
+        if (rest == chain) {
+            names = others;
             for (const osg::FieldContainerPtr& candidate : candidates)
                 for (const std::string& other : lookFieldNames(candidate->getType()))
                     names.push_back(other);
+        }
         fields.failForField(value, *container, name, names);
     }
     const osg::EditScope edit(container);
@@ -154,7 +157,7 @@ void LookTargets::setNode(const osg::NodePtr& node, const std::string& chain,
         if (osg::isKindOf<osg::UberLight>(child->getCore()) ||
             osg::isKindOf<osg::Camera>(child->getCore()))
             add(child->getCore());
-    setChain(candidates, chain, value);
+    setChain(candidates, chain, value, {"visible", "material"});
 }
 
 void LookTargets::setNodes(const std::string& address, const LookValue& value)
@@ -228,6 +231,8 @@ void LookTargets::setNamed(const std::string& rest, const char* kind,
     for (const auto& [name, containers] : byName)
         names.push_back(name);
     const std::string name = rest.substr(0, rest.rfind('.'));
+    if (byName.contains(name) || byName.contains(rest))
+        fields.document.fail(value, fmt::format("should be set as {}s.NAME.FIELD", kind));
     fields.document.fail(value,
                          fmt::format("there is no {} '{}'{}", kind, name, perhaps(name, names)));
 }

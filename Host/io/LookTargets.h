@@ -33,7 +33,8 @@ private:
     void setNamed(const std::string& rest, const char* kind,
                   const std::map<std::string, Containers>& byName, const LookValue& value);
     std::map<std::string, Containers> named(const std::string& kind);
-    void setChain(const Containers& candidates, const std::string& chain, const LookValue& value);
+    void setChain(const Containers& candidates, const std::string& chain, const LookValue& value,
+                  const std::vector<std::string>& others = {});
     osg::FieldContainerPtr step(const osg::FieldContainerPtr& from, const std::string& name,
                                 const LookValue& where);
 

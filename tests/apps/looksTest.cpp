@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -161,6 +162,58 @@ TEST(Looks, LeaveNothingBehindWhenTheyAreWrong)
     EXPECT_NE(result.error.find("--variant red: the scene has no variants"), result.error.npos)
         << result.error;
     EXPECT_EQ(folder.names(), std::set<std::string>{"a.zn.json"});
+}
+
+// What finds nothing to do is told in one line with its place, and the picture is made.
+TEST(Looks, GoOnAfterWhatHasNoEffect)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {R"("assign": [{"nodes": "/no such set/**", "material": "sugar"}])",
+         "assign[0]: matches nothing"},
+        {R"("assign": [{"named": "no such*", "material": "sugar"}])", "assign[0]: matches nothing"},
+        {R"("set": {"/no such*.visible": false})", "set./no such*.visible: matches nothing"},
+        {R"("lights": [{"type": "USphericalLight", "radius": 0}])",
+         "lights[0].radius: a light with a radius of 0 gives no light"},
+    };
+    const TemporaryFolder folder;
+    for (const auto& [member, warning] : cases) {
+        const std::string look =
+            folder.write("a.zn.json", std::string("{\n").append(member).append("}"));
+        const ProgramResult result =
+            znrender({studio, "--look", look, "-o", folder.path("a.png"), "-r", "8x8", "-s", "1",
+                      "--overwrite", "--log-level", "warning"});
+        EXPECT_EQ(result.exitCode, 0) << warning;
+        EXPECT_EQ(result.error, "warning: " + look + ": line 2: " + warning + "\n");
+        EXPECT_EQ(io::readImage(folder.path("a.png")).width, 8u);
+        std::filesystem::remove(folder.path("a.png"));
+    }
+}
+
+// Also where the new one was to replace it.
+TEST(Looks, KeepThePictureThatIsThereWhenTheyAreWrong)
+{
+    const TemporaryFolder folder;
+    const std::string picture = folder.write("a.png", "the only copy");
+    const std::pair<const char*, const char*> cases[] = {
+        {"a.zn.json", "{"},
+        {"b.zn.json", R"({"environment": {"image": "cut.hdr"}})"},
+        {"c.zn.json", R"({"lights": [{"type": "UPointLight", "profile": "cut.ies"}]})"},
+        {"d.zn.json", R"({"assets": [{"file": "cut.glb"}]})"},
+        {"e.zn.json", R"({"lights": [{"type": "UPointLight", "intensity": -1}]})"},
+    };
+    folder.write("cut.hdr", "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 4 +X 8\n");
+    folder.write("cut.ies", "IESNA:LM-63-2002\nTILT=NONE\n1 1000 1 3 1 1 2 0 0 0\n1 1 0\n0 45");
+    folder.write("cut.glb", "glTF");
+    for (const auto& [name, text] : cases) {
+        const std::string look = folder.write(name, text);
+        const ProgramResult result = znrender(
+            {studio, "--look", look, "-o", picture, "-r", "8x8", "-s", "1", "--overwrite"});
+        EXPECT_EQ(result.exitCode, 1) << name;
+        EXPECT_EQ(result.errorLines(), 1) << result.error;
+        EXPECT_EQ(result.error.find("znrender: " + look), 0u) << result.error;
+        EXPECT_EQ(contentOf(picture), "the only copy") << name;
+    }
+    EXPECT_EQ(folder.names().size(), 9u) << "nothing is left over";
 }
 
 // Every command line of the guide runs as it stands there.

@@ -65,6 +65,29 @@ TEST_F(LookObjects, AddLightsOfEveryKind)
     }
 }
 
+// The light stays, and whatever else the look says: it may get an extent by a later look.
+TEST_F(LookObjects, WarnOfLightsWithoutExtent)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {R"("type": "URectangularLight", "sizeX": 0)",
+         "lights[0].sizeX: a light with a sizeX of 0 gives no light"},
+        {R"("type": "UDiskLight", "sizeY": 0)",
+         "lights[0].sizeY: a light with a sizeY of 0 gives no light"},
+        {R"("type": "USphericalLight", "radius": 0)",
+         "lights[0].radius: a light with a radius of 0 gives no light"},
+    };
+    for (const auto& [members, warning] : cases) {
+        const LogCatcher log;
+        const std::string name = warning;
+        apply(R"({"lights": [{"name": ")" + name + "\", " + members + "}]}");
+        EXPECT_EQ(log.warnings, "a.zn.json: line 1: " + name + "\n");
+        EXPECT_TRUE(lightNamed<osg::UberLight>(name.c_str())) << name;
+    }
+    const LogCatcher log;
+    apply(R"({"lights": [{"type": "UDiskLight", "sizeX": 1e-6}, {"type": "UPointLight"}]})");
+    EXPECT_EQ(log.warnings, "");
+}
+
 // A light shines along its -z: the third column of its matrix points back from what it looks at.
 TEST_F(LookObjects, TurnTowardsAPoint)
 {
@@ -267,7 +290,12 @@ TEST_F(LookObjects, AreRefusedWithTheReason)
         {R"("set": {"/cart.visible": true})",
          "set./cart.visible: there is no node '/cart', perhaps '/car'"},
         {R"("set": {"/car.visibel": true})",
-         "set./car.visibel: Node has no field 'visibel', perhaps 'active'"},
+         "set./car.visibel: Node has no field 'visibel', perhaps 'visible'"},
+        {R"("set": {"/car/body.materiel": "grey"})",
+         "set./car/body.materiel: Node has no field 'materiel', perhaps 'material'"},
+        {R"("set": {"materials.grey": 1})",
+         "set.materials.grey: should be set as materials.NAME.FIELD"},
+        {R"("set": {"lights.lamp.": 1})", "set.lights.lamp.: should be set as lights.NAME.FIELD"},
         {R"("set": {"/car/body.core": null})",
          "set./car/body.core: Node has no field 'core', perhaps 'lock'"},
         {R"("set": {"/car.visible": 1})",
