@@ -25,4 +25,7 @@ complain 'a core header points upward' < <(
     grep -rnE '#include "(geometry|light|gi|camera|render)/' RaytracingUtils/{brdf,texture} --include='*.h'
     grep -rnE '#include "render/' RaytracingUtils/{accel,geometry,material,brdf,texture,light,gi,camera} \
         --include='*.h')
+# Approximations have their error stated in one place.
+complain 'a hardware estimate outside of core/packetMath.h' < <(
+    grep -rnE '_mm_(rcp|rsqrt)' RaytracingUtils | grep -v '^RaytracingUtils/core/packetMath.h:')
 exit $failed

@@ -20,6 +20,13 @@ inline constexpr float maxExponent = 1e5f;
 /// Smallest slope of a facet distribution: below it the peak leaves the range of floats.
 inline constexpr float minSlope = 1e-4f;
 
+/// A parameter inside its range; the lower end for one that is not a number, since one such lobe
+/// would blacken all pixels that its light reaches.
+inline float held(float x, float low, float high)
+{
+    return std::min(std::max(low, x), high);
+}
+
 inline znFloatType<2> fifthPower(znFloatType<2> x)
 {
     const znFloatType<2> x2 = x * x;

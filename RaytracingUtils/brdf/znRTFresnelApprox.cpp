@@ -35,7 +35,7 @@ void znRTFresnelApprox::setRefraction(float n, float k, float newBlend)
 
 void znRTFresnelApprox::setReflectance(float f0)
 {
-    const float f = std::clamp(f0, 1e-6f, 0.999999f);
+    const float f = lobeMath::held(f0, 1e-6f, 0.999999f);
     const float s = std::sqrt(f);
     setRefraction((1.0f + s) / (1.0f - s), 2.0f * std::sqrt(f / (1.0f - f)), 1.0f);
     tableIndex = 0;

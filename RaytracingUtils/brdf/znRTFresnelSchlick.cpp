@@ -10,13 +10,13 @@ using lobeMath::schlickRise;
 void znRTFresnelSchlick::setRefraction(float n, float, float)
 {
     const float root = (n - 1.0f) / (n + 1.0f);
-    reflectance = root * root;
+    reflectance = std::max(0.0f, root * root);
     hasColor = false;
 }
 
 void znRTFresnelSchlick::setReflectance(float f0)
 {
-    reflectance = std::clamp(f0, 1e-6f, 0.999999f);
+    reflectance = lobeMath::held(f0, 1e-6f, 0.999999f);
     hasColor = false;
 }
 
@@ -33,7 +33,8 @@ void znRTFresnelSchlick::setFromTable(unsigned index)
 
 void znRTFresnelSchlick::setReflectanceColor(const znRTColor& newColor)
 {
-    std::copy_n(&newColor.r, 3, color);
+    for (int channel = 0; channel < 3; ++channel)
+        color[channel] = lobeMath::held(newColor[channel], 0.0f, 1.0f);
     reflectance = (color[0] + color[1] + color[2]) * (1.0f / 3.0f);
     hasColor = true;
 }

@@ -3,8 +3,6 @@
 #include "brdf/lobeMath.h"
 #include "host/znDistribution2D.h"
 
-#include <xmmintrin.h>
-
 znRTShape::~znRTShape() = default;
 
 void znRTShape::setTransform(const osg::TransformationMatrix<float>&) {}
@@ -46,9 +44,7 @@ znFloatType<2> znRTShape::cullLight(const znRTVector3fPacket&, const znRTVector3
 znRTVector3f znRTShape::getDirection(const znRTVector3f& from, const znRTVector3f& to) const
 {
     const znRTVector3f towards = to - from;
-    const float square = towards.getSquareLength();
-    const float estimate = _mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(square)));
-    return towards * (0.5f * estimate * (3.0f - square * estimate * estimate));
+    return towards * reciprocalSquareRoot(towards.getSquareLength())[0];
 }
 
 znRTVector3fPacket znRTShape::getLightVector(const znRTVector3fPacket& from,

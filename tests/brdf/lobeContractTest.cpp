@@ -185,14 +185,17 @@ TEST_P(LobeContract, ReportsOneDensityFromEvaluateAndPdf)
 
 TEST_P(LobeContract, GivesTheSameWithBothDirectionsExchanged)
 {
-    if (!GetParam().isReciprocal)
-        GTEST_SKIP() << "follows the viewer alone";
     Uniform uniform(3);
     for (int i = 0; i < 1000; ++i) {
         Vector wo = viewer(GetParam(), 88.0 * uniform());
         wo = reference::Vector::polar(std::acos(wo.z), 2.0 * reference::pi * uniform());
         const Vector wi = incident(wo, uniform);
         const float there = value(wo, wi);
+        if (!GetParam().isReciprocal) {
+            // Follows the viewer alone: the light may as well stand on the normal.
+            EXPECT_EQ(there, value(wo, {0.0, 0.0, 1.0}));
+            continue;
+        }
         // Transmission: the way back meets the sheet from its other side, whose frame is turned.
         const float back = GetParam().isTransmission ? value(-wi, -wo) : value(wi, wo);
         EXPECT_NEAR(back, there, 1e-4f * there + 1e-6f);

@@ -68,6 +68,7 @@ void expectFinite(const znRTBRDF& lobe)
 }
 
 constexpr float widest = 1e30f;
+const float notANumber = std::nanf("");
 
 } // namespace
 
@@ -81,7 +82,7 @@ TEST(LobeExtremes, StayFiniteBeforeAnySetup)
 
 TEST(LobeExtremes, StayFiniteForAnyWidth)
 {
-    for (const float width : {-1.0f, 0.0f, 1e-12f, 1e-4f, 1.0f, 1e5f, widest})
+    for (const float width : {-1.0f, 0.0f, 1e-12f, 1e-4f, 1.0f, 1e5f, widest, notANumber})
         for (const auto& lobe : everyLobe()) {
             SCOPED_TRACE(testing::Message() << lobe->getTypeId().getName() << " " << width);
             znRTBSDFAttributes record;
@@ -91,7 +92,8 @@ TEST(LobeExtremes, StayFiniteForAnyWidth)
             record.setSlopes(width, 0.1f);
             record.diffuseRoughness = std::clamp(width, 0.0f, 1.5707964f);
             record.darkening = std::clamp(width, 1.0f, 40.0f);
-            record.anisotropyAngle = 1e4f;
+            record.diffuseShare = width;
+            record.anisotropyAngle = std::isnan(width) ? width : 1e4f;
             lobe->setup(record, 4);
             expectFinite(*lobe);
             znRTPhongBTDFAttributes rough;
@@ -105,7 +107,7 @@ TEST(LobeExtremes, StayFiniteForAnyWidth)
 TEST(LobeExtremes, StayFiniteForAnyFresnelTerm)
 {
     for (unsigned table = 0; table <= 255; table += table < 22 ? 1 : 233)
-        for (const float reflectance : {0.0f, 1.0f})
+        for (const float reflectance : {0.0f, 1.0f, 3.0f, notANumber})
             for (const auto& lobe : everyLobe()) {
                 SCOPED_TRACE(testing::Message() << lobe->getTypeId().getName() << " " << table);
                 znRTBSDFAttributes record;
@@ -119,8 +121,8 @@ TEST(LobeExtremes, StayFiniteForAnyFresnelTerm)
 
 TEST(LobeExtremes, StayFiniteForAnyIndices)
 {
-    for (const float inside : {0.0f, 1e-3f, 1.0f, 100.0f, 1e10f})
-        for (const float outside : {0.0f, 1.0f, 100.0f})
+    for (const float inside : {0.0f, 1e-3f, 1.0f, 100.0f, 1e10f, notANumber})
+        for (const float outside : {0.0f, 1.0f, 100.0f, notANumber})
             for (const auto& lobe : everyLobe()) {
                 SCOPED_TRACE(testing::Message() << lobe->getTypeId().getName() << " " << inside);
                 znRTPhongBTDFAttributes rough;
@@ -137,12 +139,14 @@ TEST(LobeExtremes, StayFiniteForAnyIndices)
 
 TEST(LobeExtremes, StayFiniteForAnyMetallicSurface)
 {
-    for (const float roughness : {0.0f, 1.0f})
-        for (const float anisotropy : {0.0f, 1.0f, 2.0f}) {
+    for (const float roughness : {0.0f, 1.0f, notANumber})
+        for (const float anisotropy : {0.0f, 1.0f, 2.0f, notANumber}) {
             znRTSubstanceAttributes record;
             record.roughness = roughness;
             record.anisotropyLevel = anisotropy;
             record.metallic = anisotropy;
+            record.specularLevel = roughness;
+            record.baseColor.y = anisotropy;
             znRTSubstanceGGXBRDF glossy;
             glossy.setup(record, 4);
             expectFinite(glossy);

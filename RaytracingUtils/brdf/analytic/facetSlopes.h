@@ -15,20 +15,21 @@ struct znRTFacetSlopes
     bool anisotropic = false;
 
     /// @param x, y  slopes, held inside lobeMath::minSlope..1: a zero has no density to speak of
-    /// @param angle degrees, from the frame's u toward v
+    /// @param angle degrees, from the frame's u toward v; 0 when it is not a number
     /// @return whether something changed
     bool set(float x, float y, float angle);
 };
 
 inline bool znRTFacetSlopes::set(float x, float y, float angle)
 {
-    const float newX = std::clamp(x, lobeMath::minSlope, 1.0f);
-    const float newY = std::clamp(y, lobeMath::minSlope, 1.0f);
-    if (newX == alphaX && newY == alphaY && angle == degrees)
+    const float newX = lobeMath::held(x, lobeMath::minSlope, 1.0f);
+    const float newY = lobeMath::held(y, lobeMath::minSlope, 1.0f);
+    const float newDegrees = std::isfinite(angle) ? angle : 0.0f;
+    if (newX == alphaX && newY == alphaY && newDegrees == degrees)
         return false;
     alphaX = newX;
     alphaY = newY;
-    degrees = angle;
+    degrees = newDegrees;
     anisotropic = alphaX != alphaY;
     const float radians = degrees * (lobeMath::pi / 180.0f);
     sinRotation = std::sin(-radians);

@@ -21,7 +21,7 @@ struct znRTPhongWidth
 
 inline bool znRTPhongWidth::set(float e)
 {
-    const float limited = std::clamp(e, 0.0f, lobeMath::maxExponent);
+    const float limited = lobeMath::held(e, 0.0f, lobeMath::maxExponent);
     if (limited == exponent)
         return false;
     exponent = limited;

@@ -22,7 +22,7 @@ void znRTRefractionRatios::set(const znRTRefractionIndices& indices)
     for (int channel = 0; channel < 3; ++channel) {
         const float a = dispersive ? indexOfChannel(*inside, channel) : indices.indexA;
         const float b = dispersive ? indexOfChannel(*outside, channel) : indices.indexB;
-        etaEnter[channel] = b / std::max(a, 1e-3f);
-        etaExit[channel] = a / std::max(b, 1e-3f);
+        etaEnter[channel] = b / std::max(1e-3f, a);
+        etaExit[channel] = a / std::max(1e-3f, b);
     }
 }

@@ -11,8 +11,8 @@ void znRTAnisotropicASBRDF<PerLane>::setup(const znRTBxDFAttributes& attributes,
     if (!record)
         return;
     setupFresnel(*record);
-    const float u = std::clamp(record->exponentX, 0.0f, lobeMath::maxExponent);
-    const float v = std::clamp(record->exponentY, 0.0f, lobeMath::maxExponent);
+    const float u = lobeMath::held(record->exponentX, 0.0f, lobeMath::maxExponent);
+    const float v = lobeMath::held(record->exponentY, 0.0f, lobeMath::maxExponent);
     if (u == exponentU && v == exponentV)
         return;
     exponentU = u;

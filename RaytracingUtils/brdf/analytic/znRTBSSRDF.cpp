@@ -32,11 +32,11 @@ void znRTBSSRDF::setup(const znRTBxDFAttributes& attributes, unsigned count)
         return;
     const znRTSubsurfaceMedium& medium = record->medium;
     mode4 = medium.mode == 4;
-    anisotropy = std::clamp(medium.anisotropy, -0.99f, 0.99f);
+    anisotropy = lobeMath::held(medium.anisotropy, -0.99f, 0.99f);
     const float newEta =
         std::max(1.0f, record->indices.indexA) / std::max(1.0f, record->indices.indexB);
-    const float newMfp = std::clamp(medium.extinction, 0.001f, 10.0f);
-    const float newAlbedo = std::clamp(medium.scatterAlbedo, 0.0f, 1.0f);
+    const float newMfp = lobeMath::held(medium.extinction, 0.001f, 10.0f);
+    const float newAlbedo = lobeMath::held(medium.scatterAlbedo, 0.0f, 1.0f);
     if (newEta == eta && newMfp == mfp && newAlbedo == scatterAlbedo)
         return;
     eta = newEta;

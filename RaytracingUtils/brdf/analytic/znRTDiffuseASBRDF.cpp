@@ -25,11 +25,11 @@ void znRTDiffuseASBRDF::setup(const znRTBxDFAttributes& attributes, unsigned cou
         return;
     const bool conserving = znRTRaytracingSettings::useEnergyConservingFresnel();
     // The classic form has no plain share: all of the diffuse light crosses the layer.
-    const float share = conserving ? record->diffuseShare : 1.0f;
-    if (record->reflectance == reflectance && share == diffuseShare &&
-        conserving == energyConserving)
+    const float share = conserving ? lobeMath::held(record->diffuseShare, 0.0f, 1.0f) : 1.0f;
+    const float newReflectance = lobeMath::held(record->reflectance, 0.0f, 1.0f);
+    if (newReflectance == reflectance && share == diffuseShare && conserving == energyConserving)
         return;
-    reflectance = record->reflectance;
+    reflectance = newReflectance;
     diffuseShare = share;
     energyConserving = conserving;
     scale = conserving ? 1.0f : 0.5f;

@@ -9,13 +9,13 @@ void znRTDiffuseFresnelBRDF::setup(const znRTBxDFAttributes& attributes, unsigne
 {
     setSampleCount(count);
     if (const auto* const record = dynamic_cast<const znRTBSDFAttributes*>(&attributes)) {
-        const float x = std::sqrt(std::sqrt(std::clamp(record->roughnessX, 0.0f, 1.0f)));
-        const float y = std::sqrt(std::sqrt(std::clamp(record->roughnessY, 0.0f, 1.0f)));
+        const float x = std::sqrt(std::sqrt(lobeMath::held(record->roughnessX, 0.0f, 1.0f)));
+        const float y = std::sqrt(std::sqrt(lobeMath::held(record->roughnessY, 0.0f, 1.0f)));
         roughness = 0.5f * (x + y);
         anisotropic = x != y;
     } else if (const auto* const metallic =
                    dynamic_cast<const znRTSubstanceAttributes*>(&attributes)) {
-        roughness = std::clamp(metallic->roughness, 0.0f, 1.0f);
+        roughness = lobeMath::held(metallic->roughness, 0.0f, 1.0f);
         anisotropic = metallic->anisotropyLevel > 0.0f;
     }
 }

@@ -21,8 +21,8 @@ void znRTFresnelBlendBRDF::setLobes(znRTBRDF& firstLobe, znRTBRDF& secondLobe)
 
 void znRTFresnelBlendBRDF::setMix(float newWeight1, float newWeight2)
 {
-    weight1 = std::max(newWeight1, 0.0f);
-    weight2 = std::max(newWeight2, 0.0f);
+    weight1 = std::max(0.0f, newWeight1);
+    weight2 = std::max(0.0f, newWeight2);
     useBlend = weight1 > 0.0f && weight2 > 0.0f;
 }
 

@@ -42,8 +42,8 @@ void znRTGGXBRDF<PerLane>::setup(const znRTBxDFAttributes& attributes, unsigned 
 {
     setSampleCount(count);
     if (const auto* const record = dynamic_cast<const znRTBSDFAttributes*>(&attributes)) {
-        slopes.set(std::sqrt(std::max(record->roughnessX, 0.0f)),
-                   std::sqrt(std::max(record->roughnessY, 0.0f)), record->anisotropyAngle);
+        slopes.set(std::sqrt(std::max(0.0f, record->roughnessX)),
+                   std::sqrt(std::max(0.0f, record->roughnessY)), record->anisotropyAngle);
         setupFresnel(*record);
     }
 }
