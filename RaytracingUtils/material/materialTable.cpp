@@ -117,16 +117,24 @@ const MaterialRow materialTable[] = {
 };
 static_assert(std::size(materialTable) == 38);
 
-/// Once per kind.
-void tellOfSubstitute(const MaterialRow& row)
+void tellOnce(const std::string& line)
 {
     static std::mutex lock;
     static std::set<std::string> told;
     const std::lock_guard guard(lock);
-    if (told.insert(row.missing).second)
-        znLog::warning(
-            (std::string(row.missing) + " is not there yet: its surfaces " + row.shown + '.')
-                .c_str());
+    if (told.insert(line).second)
+        znLog::warning(line.c_str());
+}
+
+/// Once per kind, where surfaces look otherwise than their kind says.
+void tellOfSubstitute(const MaterialRow& row, const znRTMaterial& made,
+                      const osg::MaterialPtr& material)
+{
+    if (row.missing)
+        tellOnce(std::string(row.missing) + " is not there yet: its surfaces " + row.shown + '.');
+    else if (made.isOfType(znRTDummyMaterial::id))
+        tellOnce(std::string(material->getType().getName()) +
+                 " is of an unknown kind: its surfaces " + lookOf<znRTDummyMaterial> + '.');
 }
 
 } // namespace
@@ -137,8 +145,7 @@ znRTMaterial* createMaterialObject(const osg::MaterialPtr& material)
         if (!row.matches(material))
             continue;
         znRTMaterial* const made = row.create(material);
-        if (row.missing)
-            tellOfSubstitute(row);
+        tellOfSubstitute(row, *made, material);
         return made;
     }
     return new znRTDummyMaterial(material);

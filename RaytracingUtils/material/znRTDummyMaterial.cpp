@@ -1,28 +1,12 @@
 #include "material/znRTDummyMaterial.h"
 
 #include "host/osg/materials/UberMaterial.h"
-#include "host/znLog.h"
 #include "render/znRTFragment.h"
-
-#include <atomic>
 
 const znRTTypeId znRTDummyMaterial::id("znRTDummyMaterial");
 
-namespace {
-
-void tellOnce()
-{
-    static std::atomic<bool> isTold{false};
-    if (!isTold.exchange(true))
-        znLog::warning("Materials do not shade yet: surfaces are opaque, two-sided and black");
-}
-
-} // namespace
-
 znRTDummyMaterial::znRTDummyMaterial(const osg::MaterialPtr& material) : znRTMaterial(id, material)
 {
-    if (material)
-        tellOnce();
     readIDColor();
 }
 

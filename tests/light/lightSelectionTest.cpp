@@ -1,7 +1,7 @@
 #include "gi/znRTPoisson.h"
 #include "host/osg/RaytracingLightAttachment.h"
 #include "host/osg/UberLight.h"
-#include "light/lightFixture.h"
+#include "light/environmentFixture.h"
 #include "light/znRTLight.h"
 #include "render/znRTRenderUtils.h"
 #include "support/meshScene.h"
@@ -80,6 +80,36 @@ TEST_F(LightSelection, KeepsPowersInUnitsOfMetres)
     const float power = scene.scene->getLights()[0]->getPower();
     znRTRenderUtils::updateLightDistribution(true);
     EXPECT_FLOAT_EQ(table().function[0], power * 1e-6f);
+}
+
+// The surroundings come behind the lamps, in the same unit; importance is a matter of lamps.
+TEST_F(LightSelection, PutsTheEnvironmentLast)
+{
+    const GeometryRef square = makeSquare(); // what surroundings light has a size
+    scene.add(square.get());
+    scene.build();
+    const osg::NodePtr lamp = add(1.0f);
+    add(2.0f);
+    const auto attachment = osg::RaytracingLightAttachment::create();
+    attachment->setImportanceMultiplier(7.0f);
+    lamp->getCore()->addAttachment(attachment);
+    const auto environment = environmentOf(greyEnvironment(8, 4, [](int, int) { return 1.0f; }));
+    scene.scene->addEnvironmentLight(osg::MaterialPtr(environment.get()));
+    const UnitsScope decimetres(10.0f);
+    znRTRenderUtils::updateEnvironment();
+    scene.scene->updateLights();
+    znRTRenderUtils::updateLightDistribution(true);
+    const znDynArray<znRTLight*>& lights = scene.scene->getLights();
+    const float around = znRTRenderUtils::getEnvironmentLight()->getPower();
+    ASSERT_GT(around, 0.0f);
+    EXPECT_EQ(table().count, 2);
+    const znDistribution1D& all = *znRTRenderUtils::getLightDistributionWithEnv();
+    ASSERT_EQ(all.count, 3);
+    const float expected[] = {0.07f * lights[0]->getPower(), 0.01f * lights[1]->getPower(),
+                              0.01f * around};
+    for (int i = 0; i < 3; ++i)
+        EXPECT_NEAR(all.function[i], expected[i], 1e-5f * expected[i]) << i;
+    EXPECT_EQ(all.cdf[3], 1.0f);
 }
 
 TEST_F(LightSelection, IsEmptyWithoutLightsAndUniformWithoutPower)
