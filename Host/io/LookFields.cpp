@@ -6,6 +6,7 @@
 #include "host/osg/Spectrum.h"
 #include "host/osg/UTextureSettings.h"
 #include "io/InputError.h"
+#include "io/decodeImages.h"
 #include "io/imageReader.h"
 #include "io/sceneImage.h"
 #include "scene/ownedContainers.h"
@@ -269,6 +270,45 @@ InputFile LookFields::openFile(const LookValue& name)
             cause.erase(0, prefix.size());
         document.fail(name, cause);
     }
+}
+
+namespace {
+
+/// File names of textures: "diffuseTexture": "a.png" or "diffuseTexture": {"image": "a.png"}.
+void findImages(const LookValue& value, std::vector<const LookValue*>& names)
+{
+    if (value.isString() && (value.key == "image" || value.key.ends_with("Texture")))
+        names.push_back(&value);
+    for (const LookValue& member : value.values)
+        findImages(member, names);
+}
+
+} // namespace
+
+void LookFields::decodeImagesAhead(const LookValue& part)
+{
+    std::vector<const LookValue*> found;
+    findImages(part, found);
+    std::vector<std::string> names;
+    std::vector<EncodedImage> encoded;
+    for (const LookValue* name : found) {
+        if (!world.folder || world.images.contains(name->text) ||
+            std::find(names.begin(), names.end(), name->text) != names.end())
+            continue;
+        try {
+            InputFile file = openFile(*name);
+            encoded.push_back({file.getName(), file.readAll(), {}});
+            encoded.back().bytes = encoded.back().ownBytes;
+            names.push_back(name->text);
+        } catch (const InputError&) {
+            // The field that asks for it tells, or it was no name of a file.
+        }
+    }
+    std::vector<DecodedImage> decoded = decodeImages(encoded, world.limits);
+    for (std::size_t i = 0; i < decoded.size(); ++i)
+        if (decoded[i].fault.empty())
+            if (auto made = sceneImageOfRows(std::move(decoded[i].pixels), names[i]))
+                world.images[names[i]] = std::move(made);
 }
 
 FieldContainerPtr LookFields::image(const LookValue& name)

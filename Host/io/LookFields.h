@@ -84,6 +84,9 @@ public:
     /// Opens what the look refers to.
     InputFile openFile(const LookValue& name);
     osg::MaterialPtr material(const LookValue& name);
+    /// Decodes the images that textures of a part name, on all cores. Others are decoded when they
+    /// are asked for, and so are these without this call; that also tells of what is wrong.
+    void decodeImagesAhead(const LookValue& part);
 
     const LookDocument& document;
     LookWorld& world;

@@ -1,6 +1,7 @@
 #include "io/gltfTextures.h"
 
 #include "io/InputError.h"
+#include "io/sceneImage.h"
 
 #include <algorithm>
 #include <cmath>
@@ -107,22 +108,14 @@ osg::Ref<osg::Image> GltfTextures::sceneImage(u64 index, DecodedImage&& decoded)
 {
     if (!decoded.fault.empty())
         throw GltfFault(decoded.fault);
-    static constexpr u32 formats[5] = {0, osg::Image::L, osg::Image::LA, osg::Image::RGB,
-                                       osg::Image::RGBA};
-    static constexpr u32 types[4] = {osg::Image::UInt8, osg::Image::UInt16, osg::Image::Float16,
-                                     osg::Image::Float32};
-    ImageData& pixels = decoded.pixels;
-    if (pixels.channels == 0 || pixels.channels > 4)
-        throw GltfFault(fmt::format("has {} channels", pixels.channels));
     // What a file says of its curve does not count here: the slot decides.
-    const osg::Ref<osg::Image> result = osg::Image::create();
-    if (!result->take(formats[pixels.channels], pixels.width, pixels.height,
-                      std::move(pixels.values), types[int(pixels.type)]))
-        throw GltfFault("has no pixels");
+    decoded.pixels.gamma = 0.0f;
     const Json& description = document.element("images", index);
     const std::string uri = text(description, "uri");
-    if (!uri.starts_with("data:"))
-        result->setFileName(uri);
+    const osg::Ref<osg::Image> result =
+        sceneImageOfRows(std::move(decoded.pixels), uri.starts_with("data:") ? "" : uri);
+    if (!result)
+        throw GltfFault(fmt::format("image {} has no pixels that can be used", index));
     setName(result.get(), text(description, "name"));
     return result;
 }

@@ -83,6 +83,8 @@ void Layer::applyPart(const LookValue& part)
 {
     LookObjects objects(fields, options);
     LookTargets targets(fields);
+    if (part.key == "materials" || part.key == "set")
+        fields.decodeImagesAhead(part);
     if (part.key == "include")
         include(part);
     else if (part.key == "assets") {

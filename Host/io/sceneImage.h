@@ -11,5 +11,7 @@ namespace io {
 /// @param image  1 to 4 channels
 /// @return null for an image without pixels
 osg::Ref<osg::Image> sceneImageOf(ImageData image, const std::string& fileName);
+/// The same for rows that run so already.
+osg::Ref<osg::Image> sceneImageOfRows(ImageData image, const std::string& fileName);
 
 } // namespace io

@@ -3,7 +3,11 @@
 #include "gltfBuilder.h"
 #include "gltfReading.h"
 
+#include "host/znRTTextureSampler.h"
+
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace {
@@ -576,7 +580,7 @@ TEST(GltfTextures, WrapAsTheirSamplerSays)
 TEST(GltfTextures, AreReadAtAnyShape)
 {
     // One texel, a column, and as wide as large images are.
-    for (const auto& [width, height] : {std::pair<u16, u16>(1, 1), {1, 7}, {16384, 1}}) {
+    for (const auto& [width, height] : {std::pair<u16, u16>(1, 1), {1, 7}, {16384, 2}}) {
         const std::vector<std::array<u8, 4>> pixels(std::size_t(width) * height, {10, 20, 30, 255});
         const Imported imported(withMaterial(pbr(0.0, 1.0, {{"baseColorTexture", {{"index", 0}}}}),
                                              pixels, width, height));
@@ -602,6 +606,60 @@ TEST(GltfTextures, KeepTheTypeOfTheirFile)
     EXPECT_EQ(texture->getImage()->getPixelFormat(), osg::Image::L);
     EXPECT_EQ(texture->getImage()->getDataType(), osg::Image::UInt8);
     EXPECT_EQ(texture->getImage()->getSize(), 2u);
+}
+
+/// A file of the sample images, empty where these are not there.
+std::vector<u8> sampleImage(const std::string& name)
+{
+    const auto folder = std::filesystem::path(ZN_SOURCE_DIR) / ".." / "shared" / "data" / "images";
+    std::ifstream stream(folder / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// Of any kind that stores textures, as colour, and through a channel of its own; with mipmaps down
+// to one texel.
+TEST(GltfTextures, AreReadOfAnyKind)
+{
+    const char* const names[] = {"gray_alpha8_48x20.png",  "gray1_13x7.png",     "gray16_33x65.png",
+                                 "palette4_trns_19x9.png", "rgb16_40x24.png",    "rgba16_16x11.png",
+                                 "adam7_29x31_rgb8.png",   "cmyk_33x17.jpg",     "gray_33x17.jpg",
+                                 "progressive_64x48.jpg",  "one_by_one_rgb8.png"};
+    if (sampleImage(names[0]).empty())
+        GTEST_SKIP() << "no sample images";
+    for (const char* name : names) {
+        Json material = pbr(
+            0.0, 1.0,
+            {{"baseColorTexture", {{"index", 0}}}, {"metallicRoughnessTexture", {{"index", 0}}}});
+        material["alphaMode"] = "BLEND";
+        GltfBuilder file = withMaterial(material, {{0, 0, 0, 0}});
+        file.root["images"][0]["bufferView"] = file.bufferView(sampleImage(name));
+        const Imported imported(file);
+        EXPECT_EQ(imported.scene.warnings, 0u) << name;
+        for (const char* slot : {"baseColorTexture", "roughnessTexture", "opacityTexture"}) {
+            const auto texture = imported.texture(slot);
+            ASSERT_TRUE(texture) << name << " " << slot;
+            znRTSampler2D sampler;
+            sampler.setGamma(texture->getGamma(), false, true);
+            sampler.setImage(texture->getImage());
+            ASSERT_TRUE(sampler.prepareData()) << name << " " << slot;
+            sampler.createMipmaps();
+            EXPECT_EQ(sampler.getLevelWidth(sampler.levelCount), 1);
+            EXPECT_EQ(sampler.getLevelHeight(sampler.levelCount), 1);
+            EXPECT_EQ(sampler.width, int(texture->getImage()->getWidth()));
+            // One value per channel of what the pixel holds, linear.
+            const znRTVector4f texel = sampler.getTexel(0, 0, sampler.width - 1, 0);
+            const osg::Vec4f stored =
+                texture->getImage()->getPixel(texture->getImage()->getWidth() - 1, 0);
+            const auto linear = [&](double v) {
+                return texture->getGamma() == 1.0f ? v
+                       : v <= 0.04045              ? v / 12.92
+                                                   : std::pow((v + 0.055) / 1.055, 2.4);
+            };
+            EXPECT_NEAR(texel.x, linear(stored[0]), 1e-5) << name << " " << slot;
+            EXPECT_NEAR(texel.z, linear(stored[2]), 1e-5) << name << " " << slot;
+            EXPECT_NEAR(texel.w, stored[3], 1e-6) << name << " " << slot;
+        }
+    }
 }
 
 // Several cores decode the images of all materials before the first is asked for.

@@ -10,6 +10,7 @@
 #include "io/imageWriter.h"
 #include "scene/variants.h"
 
+#include <fmt/format.h>
 #include <fstream>
 #include <random>
 
@@ -68,6 +69,35 @@ TEST_F(LookFiles, LoadTexturesBesideTheLook)
     EXPECT_FALSE(made<osg::UPhongMaterial>("n")->getDiffuseTexture()->getIsActive());
 }
 
+// Rows as those of an image that is read alone: the first of the scene is the last of the file.
+TEST_F(LookFiles, GiveEachMaterialItsPictureHoweverManyThereAre)
+{
+    nlohmann::json look;
+    for (int i = 0; i < 12; ++i) {
+        const std::string name = fmt::format("a{}", i), file = name + ".png";
+        io::ImageData image;
+        image.allocate(1, 2, 1, io::ImageData::Type::byte);
+        image.values = {u8(10 * i), u8(10 * i + 5)};
+        io::writeImage(folder.path(file), image);
+        nlohmann::json& material = look["materials"][name];
+        material["type"] = "UPhongMaterial";
+        material["diffuseTexture"] = file;
+        if (i % 2)
+            material["diffuseTexture"] = {{"image", file}};
+    }
+    folder.write("a.zn.json", look.dump());
+    applyFile("a.zn.json");
+    for (int i = 0; i < 12; ++i) {
+        const auto material = made<osg::UPhongMaterial>(fmt::format("a{}", i).c_str());
+        ASSERT_TRUE(material && material->getDiffuseTexture()) << i;
+        const osg::ImagePtr image = material->getDiffuseTexture()->getImage();
+        EXPECT_EQ(image->getPixel(0, 1)[0], float(10 * i) / 255.0f);
+        EXPECT_EQ(image->getPixel(0, 0)[0], float(10 * i + 5) / 255.0f);
+        EXPECT_EQ(image->getColorSpaceGamma(), 2.2f);
+        EXPECT_EQ(image->getFileName(), fmt::format("a{}.png", i));
+    }
+}
+
 TEST_F(LookFiles, SearchAllowedFoldersForFiles)
 {
     const TemporaryFolder elsewhere;
@@ -105,6 +135,10 @@ TEST_F(LookFiles, TellOfDamagedPictures)
     folder.write("a.zn.json", R"({"environment": {"image": "a.png"}})");
     const std::string fault = fileFault("a.zn.json");
     EXPECT_EQ(fault.find("a.zn.json: line 1: environment.image: a.png: "), 0u) << fault;
+    folder.write("b.zn.json", R"({"materials": {"m": {"type": "UPhongMaterial",
+                                 "diffuseTexture": "a.png"}}})");
+    const std::string second = fileFault("b.zn.json");
+    EXPECT_EQ(second.find("b.zn.json: line 2: materials.m.diffuseTexture: a.png: "), 0u) << second;
 }
 
 TEST_F(LookFiles, IncludeOthersFirst)
