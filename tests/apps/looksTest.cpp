@@ -121,7 +121,7 @@ TEST(Looks, ListMaterialsWithTheirKindsAndUsers)
 {
     ProgramResult result = znrender({"list", "materials", studio});
     ASSERT_EQ(result.exitCode, 0) << result.error;
-    EXPECT_NE(result.out.find("     4  UPlasticMaterial             sugar\n"), result.out.npos)
+    EXPECT_NE(result.out.find("     4  USubstanceMaterial           sugar\n"), result.out.npos)
         << result.out;
     result = znrender({"list", "materials"});
     EXPECT_NE(result.out.find("UGlassMaterial"), result.out.npos);
@@ -149,7 +149,7 @@ TEST(Looks, LeaveNothingBehindWhenTheyAreWrong)
         znrender({studio, "--look", look, "-o", folder.path("a.png"), "-r", "8x8", "-s", "1"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.error, "znrender: " + look +
-                                ": line 3: materials.sugar.roughnes: UPlasticMaterial has no "
+                                ": line 3: materials.sugar.roughnes: USubstanceMaterial has no "
                                 "field 'roughnes', perhaps 'roughness'\n");
     result = znrender({studio, "-o", folder.path("a.png"), "--set", "materials.sugar.roughness=2"});
     EXPECT_EQ(result.exitCode, 2);

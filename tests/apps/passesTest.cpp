@@ -385,9 +385,13 @@ TEST(Passes, AddUpToTheBeauty)
     std::string list;
     for (const std::string& term : terms)
         list += (list.empty() ? "" : ",") + term;
+    const TemporaryFolder folder;
+    const std::string mirrors =
+        folder.write("mirrors.zn.json",
+                     R"({"materials": {"white china": {"type": "UReflectivePlasticMaterial"}}})");
     const RenderedPasses rendered({"--passes", list, "-s", "2", "--exr-float", "all", "--env",
                                    "sky", "--eye", "0.33,-0.52,0.225", "--at", "0,0,0.25", "--fov",
-                                   "100"});
+                                   "100", "--look", mirrors});
     ExrFile file(rendered.path);
     std::map<std::string, double> totals;
     for (const char* channel : {".R", ".G", ".B"}) {
