@@ -5,18 +5,45 @@
 #include <algorithm>
 #include <cmath>
 
-std::optional<double> meterExposure(const io::ImageData& image)
+namespace {
+
+/// Calls use(luminance) for each covered pixel.
+template <class Use>
+void forEachCovered(const io::ImageData& image, Use&& use)
 {
-    std::vector<double> logs;
     for (u32 y = 0; y < image.height; ++y)
         for (u32 x = 0; x < image.width; ++x) {
             if (image.channels == 4 && image.getValue(x, y, 3) < 0.5)
                 continue;
             const auto channel = [&](u32 c) { return float(image.getValue(x, y, c)); };
-            const double luminance = znColor::luminance(channel(0), channel(1), channel(2));
-            if (luminance > 0.0 && std::isfinite(luminance))
-                logs.push_back(std::log2(luminance));
+            use(double(znColor::luminance(channel(0), channel(1), channel(2))));
         }
+}
+
+bool isLit(double luminance)
+{
+    return luminance > 0.0 && std::isfinite(luminance);
+}
+
+} // namespace
+
+double litShare(const io::ImageData& image)
+{
+    u64 covered = 0, lit = 0;
+    forEachCovered(image, [&](double luminance) {
+        ++covered;
+        lit += isLit(luminance);
+    });
+    return covered > 0 ? double(lit) / double(covered) : 0.0;
+}
+
+std::optional<double> meterExposure(const io::ImageData& image)
+{
+    std::vector<double> logs;
+    forEachCovered(image, [&](double luminance) {
+        if (isLit(luminance))
+            logs.push_back(std::log2(luminance));
+    });
     if (logs.empty())
         return std::nullopt;
     std::sort(logs.begin(), logs.end());

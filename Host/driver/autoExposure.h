@@ -18,6 +18,9 @@ constexpr double meterTolerance = 1.5;
 /// From starlight to the sun's disk; a scene beyond is as good as dark, or nothing but lamps.
 constexpr double mostStops = 24.0;
 
+/// Share of the picture's covered pixels that any light comes from, 0 for an empty picture.
+double litShare(const io::ImageData& image);
+
 /// @param image  linear RGBA floats with the coverage in alpha; pixels that are covered by less
 /// than
 ///               a half, that are black or that hold no number are not looked at

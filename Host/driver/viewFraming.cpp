@@ -80,7 +80,7 @@ FramedView frameScene(const osg::Box& box, const ViewRequest& request)
     if (request.eye) {
         eye = toVec(*request.eye);
     } else {
-        const Vec back = unit(defaultDirection);
+        const Vec back = unit(request.from ? toVec(*request.from) : defaultDirection);
         const Vec right = unit(cross(chooseUp(request, back * -1.0), back));
         const Vec up = cross(back, right);
         const double tanY = std::tan(0.5 * request.fov * 3.14159265358979323846 / 180.0) / margin;

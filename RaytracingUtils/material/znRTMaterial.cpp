@@ -41,6 +41,30 @@ int znRTMaterial::getSideness() const
                : materialState.sideness;
 }
 
+namespace {
+
+/// Interpolated normals lean over the rims of what is made of few triangles, away from the viewer
+/// or so far that a mirror ray would enter the surface. There no lobe reflects anything: black
+/// specks along the outline. Such a normal comes back as far as it has to.
+void raiseNormal(const znRTVector3fPacket& d, znRTDifferentialGeometry& dg,
+                 const znFloatType<2>& mask)
+{
+    const znRTVector3fPacket &n = dg.shadingNormal, &geometric = dg.geometricNormal;
+    const znFloatType<2> along = dot(d, n);
+    const znFloatType<2> height = dot(d, geometric) - along * dot(n, geometric) * 2.0f;
+    const znFloatType<2> lanes = mask & (height < znFloatType<2>(0.0f));
+    if (!anyLane(lanes))
+        return;
+    // Along the outline first, as seen by the viewer, so that nothing jumps there.
+    constexpr float justInSight = 1e-3f;
+    const znFloatType<2> excess = maximum(along + justInSight, 0.0f);
+    const znRTVector3fPacket seen = (n - d * excess).getNormalized();
+    dg.shadingNormal.setMasked(normalOfMirror(d, mirrorAboveSurface(d, seen, geometric), geometric),
+                               lanes);
+}
+
+} // namespace
+
 void znRTMaterial::bendNormal(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
                               znRTHitSurface& hit, const znFloatType<2>& mask) const
 {
@@ -54,6 +78,8 @@ void znRTMaterial::bendNormal(const znRTRayDifferentialPacket& ray, const znRTDa
             mirrorAboveSurface(ray.direction, normal, hit.dg.geometricNormal);
         hit.dg.shadingNormal.setMasked(
             normalOfMirror(ray.direction, mirrored, hit.dg.shadingNormal), mask);
+    } else {
+        raiseNormal(ray.direction, hit.dg, mask);
     }
     if (structure.is(givesDirections)) {
         hit.dg.tangent.setMasked(structure.getFrame(ray, data, mask).u, mask);

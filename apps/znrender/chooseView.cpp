@@ -15,8 +15,14 @@ osg::Vec3f toVec(const std::array<double, 3>& v)
     return osg::Vec3f(float(v[0]), float(v[1]), float(v[2]));
 }
 
-/// A camera of the view options, placed by a node of its own.
-View makeFramedView(const Options& options, const io::SceneFile& scene)
+void place(View& view, const FramedView& framed)
+{
+    osg::Transform::Ptr::dcast(view.beacon->getCore())->setMatrix(lookAtMatrix(framed));
+    view.camera->setNear(framed.nearClip);
+    view.camera->setFar(framed.farClip);
+}
+
+ViewRequest requestOf(const Options& options)
 {
     ViewRequest request;
     request.aspect = float(options.width) / float(options.height);
@@ -28,17 +34,19 @@ View makeFramedView(const Options& options, const io::SceneFile& scene)
         request.at = toVec(*options.view.at);
     if (options.view.up)
         request.up = toVec(*options.view.up);
-    const FramedView framed = frameScene(scene.root->getWorldBox(), request);
+    return request;
+}
 
-    const osg::Transform::Ptr place = osg::Transform::create();
-    place->setMatrix(lookAtMatrix(framed));
+/// A camera of the view options, placed by a node of its own.
+View makeFramedView(const Options& options, const io::SceneFile& scene)
+{
+    const ViewRequest request = requestOf(options);
     View view;
-    view.beacon = osg::Node::create(place, "view");
+    view.beacon = osg::Node::create(osg::Transform::create(), "view");
     view.camera = osg::UberCamera::create();
     view.camera->setBeacon(view.beacon.get());
     view.camera->setFov(request.fov);
-    view.camera->setNear(framed.nearClip);
-    view.camera->setFar(framed.farClip);
+    place(view, frameScene(scene.root->getWorldBox(), request));
     return view;
 }
 
@@ -65,6 +73,14 @@ View chooseView(const Options& options, const io::SceneFile& scene)
     if (wanted.exposure)
         tonemappingOf(*view.camera).setExposure(float(*wanted.exposure));
     return view;
+}
+
+void lookFrom(const std::optional<osg::Vec3f>& direction, const Options& options,
+              const osg::Box& box, View& view)
+{
+    ViewRequest request = requestOf(options);
+    request.from = direction;
+    place(view, frameScene(box, request));
 }
 
 FrameSettings frameSettings(const Options& options)

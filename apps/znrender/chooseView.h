@@ -18,6 +18,12 @@ struct View
 /// @throws UsageError when the camera named is not there
 View chooseView(const Options& options, const io::SceneFile& scene);
 
+/// Moves a camera that is not in the scene to another side of it.
+/// @param direction  from the scene to the eye; nothing: the usual one
+/// @param box        of the scene
+void lookFrom(const std::optional<osg::Vec3f>& direction, const Options& options,
+              const osg::Box& box, View& view);
+
 /// How a camera's light becomes a picture; made when it has none.
 osg::TonemappingSettings& tonemappingOf(osg::UberCamera& camera);
 

@@ -171,11 +171,12 @@ int runDebugPixel(const Options& options)
     io::SceneFile scene = loadScene(options);
     View view = chooseView(options, scene);
     const SceneLight light(options, scene, view);
-    light.show();
     const unsigned x = (*options.pixel)[0], y = (*options.pixel)[1];
     FrameDriver driver;
     driver.setScene(scene.root.get());
     applyPathOptions(options, driver.utils());
+    light.turnToLight(options, driver, view);
+    light.show();
     Recorder recorder(int(x), int(options.height - 1 - y));
     FrameSettings settings = pixelSettings(options);
     settings.isStill = true; // the first sample of the picture

@@ -24,6 +24,9 @@ constexpr float reachOfDiagonal = 40.0f;
 constexpr u32 meterSide = 128;
 constexpr int meterSamples = 4;
 
+/// A view with a smaller share of lit pixels shows the back of things.
+constexpr double mostlyDark = 0.25;
+
 float diagonalOf(const osg::Box& box)
 {
     double sum = 0.0;
@@ -84,6 +87,27 @@ osg::Ref<osg::UEnvironmentMaterial> environmentOf(const io::SceneFile& scene)
                       : osg::FCPtr<osg::UEnvironmentMaterial>();
 }
 
+/// What the light meter sees.
+io::ImageData meterPicture(const Options& options, FrameDriver& driver, const View& view)
+{
+    FrameSettings settings = frameSettings(options);
+    const double scale =
+        std::min(1.0, double(meterSide) / std::max(settings.width, settings.height));
+    settings.width = std::max(1u, u32(settings.width * scale));
+    settings.height = std::max(1u, u32(settings.height * scale));
+    settings.isStill = false;
+    settings.samples = meterSamples;
+    settings.passes = 0;
+    settings.shownPass = 0;
+    // Values are not bounded before it is known what is bright.
+    znRaytracingUtilsBase& core = driver.utils();
+    const bool clamps = core.getClamping();
+    core.setClamping(false);
+    driver.render(settings, view.camera.get());
+    core.setClamping(clamps);
+    return driver.getImage(FrameDriver::Colors::linear);
+}
+
 /// Views that show shapes and no light: by their normals, edges, openness, stripes, colours of
 /// objects, or a layer of geometry. They leave out what would only light the scene.
 bool showsShape(const Options& options)
@@ -110,10 +134,11 @@ SceneLight::SceneLight(const Options& options, io::SceneFile& scene, View& view)
     const bool isGiven = !wanted.environment.empty() || wanted.sun;
     if (!isGiven && showsShape(options))
         return;
-    if (!isGiven && lit && !own)
-        return;
-
     box = scene.root->getWorldBox();
+    if (!isGiven && lit && !own) {
+        isLitFromInside = true;
+        return;
+    }
     const osg::Pnt3f centre = centreOf(box), eye = eyeOf(*view.camera);
     // Also a single point has a floor.
     reach =
@@ -180,27 +205,38 @@ void clampExposed(osg::UberCamera& camera, znRaytracingUtilsBase& core)
 
 } // namespace
 
+void SceneLight::turnToLight(const Options& options, FrameDriver& driver, View& view) const
+{
+    if (!isLitFromInside || !view.beacon || options.view.isPlaced())
+        return;
+    using Direction = std::optional<osg::Vec3f>;
+    const auto litPart = [&](const Direction& direction) {
+        lookFrom(direction, options, box, view);
+        return litShare(meterPicture(options, driver, view));
+    };
+    Direction found; // where everybody looks from
+    double best = litPart(found);
+    if (best >= mostlyDark)
+        return;
+    constexpr float height = 0.1f;
+    for (const osg::Vec3f& side :
+         {osg::Vec3f(0.0f, -1.0f, height), osg::Vec3f(1.0f, 0.0f, height),
+          osg::Vec3f(-1.0f, 0.0f, height), osg::Vec3f(0.0f, 1.0f, height)}) {
+        const double part = litPart(side);
+        if (part > best) {
+            best = part;
+            found = side;
+        }
+    }
+    lookFrom(found, options, box, view);
+}
+
 void SceneLight::expose(const Options& options, FrameDriver& driver, View& view) const
 {
     const auto known = view.camera->getTonemappingSettings();
     const bool isExposed = options.view.exposure || (known && known->getExposure() != 0.0f);
     if (lit && !isExposed && !isKnownLight) {
-        FrameSettings settings = frameSettings(options);
-        const double scale =
-            std::min(1.0, double(meterSide) / std::max(settings.width, settings.height));
-        settings.width = std::max(1u, u32(settings.width * scale));
-        settings.height = std::max(1u, u32(settings.height * scale));
-        settings.isStill = false;
-        settings.samples = meterSamples;
-        settings.passes = 0;
-        settings.shownPass = 0;
-        // Values are not bounded before it is known what is bright.
-        znRaytracingUtilsBase& core = driver.utils();
-        const bool clamps = core.getClamping();
-        core.setClamping(false);
-        driver.render(settings, view.camera.get());
-        core.setClamping(clamps);
-        const auto stops = meterExposure(driver.getImage(FrameDriver::Colors::linear));
+        const auto stops = meterExposure(meterPicture(options, driver, view));
         if (stops) {
             tonemappingOf(*view.camera).setExposure(float(*stops));
             znLog::info(

@@ -21,6 +21,9 @@ public:
 
     /// Shows the environment, which is hidden at first, where the options want it seen.
     void show() const;
+    /// Turns a view that nobody chose to a side of the scene that light of its own comes from: into
+    /// the open side of a room rather than onto its outer walls.
+    void turnToLight(const Options& options, FrameDriver& driver, View& view) const;
     /// Sets the exposure of a camera that nobody exposed, by a small picture of the scene, makes
     /// the clamp of samples one of exposed values, and shows the environment.
     void expose(const Options& options, FrameDriver& driver, View& view) const;
@@ -36,7 +39,8 @@ private:
     osg::Box box;                                    ///< of the scene as it was
     float reach = 1.0f;                              ///< half of the edge of floor and environment
     bool lit = false;
-    bool isKnownLight = false; ///< the studio: made for an exposure of 0
+    bool isLitFromInside = false; ///< by sources of its own, and nothing around it
+    bool isKnownLight = false;    ///< the studio: made for an exposure of 0
     bool showsEnvironment = false;
 };
 

@@ -98,6 +98,8 @@ int runRender(const Options& options)
     applyPathOptions(options, driver.utils());
     if (options.seed > 0)
         driver.utils().setRaytracingSampleOffset(firstSampleOf(options.seed));
+    if (showsLight)
+        light.turnToLight(options, driver, view);
     colors.prepare(*view.camera, showsLight && light.isLit());
     if (showsLight)
         light.expose(options, driver, view);

@@ -203,6 +203,22 @@ TEST(ZnRenderLight, HoldsSamplesBelowTheClamp)
                 3.0, 1e-5);
 }
 
+// A lamp behind the square: seen from the usual side all is black.
+TEST(ZnRenderLight, TurnsAViewThatNobodyChoseToTheLitSide)
+{
+    const TemporaryFolder folder;
+    const std::string picture = folder.path("a.png");
+    const std::string scene =
+        matteSquare(folder, "behind",
+                    R"(,{"extensions":{"KHR_lights_punctual":{"light":0}},"translation":[0,0,-3]})",
+                    R"("extensionsUsed":["KHR_lights_punctual"],
+"extensions":{"KHR_lights_punctual":{"lights":[{"type":"point","intensity":100}]}},)");
+    const std::vector<std::string> arguments = {scene, "-o", picture, "-r",         "24x24",
+                                                "-s",  "4",  "-q",    "--overwrite"};
+    EXPECT_GT(meanOf(render(arguments, {}, picture), 9, 15), 0.3);
+    EXPECT_LT(meanOf(render(arguments, {"--eye", "0.5,-6,1"}, picture), 9, 15), 0.01);
+}
+
 // Under even surroundings a white square that stands alone shows nearly the same on every level
 // that takes their light. On the floor of the studio, light between surfaces comes on top.
 TEST(ZnRenderLight, FollowsLightAsFarAsItIsTold)

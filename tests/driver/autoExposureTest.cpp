@@ -56,6 +56,20 @@ TEST(LightMeter, AveragesLogarithms)
     EXPECT_NEAR(*stops, std::log2(0.18 * 16.0), 0.051);
 }
 
+TEST(LightMeter, TellsHowMuchOfWhatIsThereIsLit)
+{
+    // A quarter is empty; of the rest every third pixel is lit.
+    const io::ImageData image = pictureOf(
+        [](u32 i) {
+            const float value = i % 3 == 0 ? 1e-6f : 0.0f;
+            return std::array{value, value, value, i < 90 ? 1.0f : 0.0f};
+        },
+        120);
+    EXPECT_NEAR(litShare(image), 1.0 / 3.0, 1e-9);
+    EXPECT_EQ(litShare(grey(0.0f)), 0.0);
+    EXPECT_EQ(litShare(pictureOf([](u32) { return std::array{1.0f, 1.0f, 1.0f, 0.0f}; })), 0.0);
+}
+
 TEST(LightMeter, LooksOnlyAtWhatIsLit)
 {
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();

@@ -55,6 +55,18 @@ TEST(ViewFraming, ShowsTheWholeSceneAndFillsTheView)
         }
 }
 
+TEST(ViewFraming, LooksFromTheSideThatIsAskedFor)
+{
+    const osg::Box scene = box({-1, -2, 0}, {3, 2, 5});
+    ViewRequest request;
+    request.from = osg::Vec3f(0.0f, 2.0f, 0.0f);
+    const FramedView view = frameScene(scene, request);
+    EXPECT_NEAR(view.eye[0], 1.0f, 1e-4f);
+    EXPECT_GT(view.eye[1], 2.0f);
+    EXPECT_NEAR(view.eye[2], 2.5f, 1e-4f);
+    EXPECT_LE(extentOnScreen(scene, view, request.fov, request.aspect), 1.0);
+}
+
 TEST(ViewFraming, KeepsWhatIsGiven)
 {
     ViewRequest request;
