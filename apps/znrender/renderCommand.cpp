@@ -62,12 +62,12 @@ FrameDriver::Stop stopWanted()
                                          : FrameDriver::Stop::no;
 }
 
-/// First sample of a seed's picture. A prime apart, so that seeds do not meet in the table of
-/// random points, and at a multiple of 64, where a net of places within the pixel begins.
+/// First sample of a seed's picture: the golden ratio of the table of random points apart, so that
+/// the first pictures read different rows, also where a sample draws up to 16 times.
 int firstSampleOf(unsigned seed)
 {
-    constexpr int samplesPerSeed = 32749, netSize = 64;
-    return int(seed) * samplesPerSeed / netSize * netSize;
+    constexpr u64 samplesPerSeed = 162011, mask = 0x3fffffff;
+    return int(seed * samplesPerSeed & mask);
 }
 
 } // namespace
