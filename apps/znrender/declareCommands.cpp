@@ -156,7 +156,10 @@ void addPaths(CLI::App& command, Words& words)
                        fmt::format("How much light is followed, by name or number from 0: {} "
                                    "(default full, or what the scene says)",
                                    fmt::join(illuminationNames, ", ")));
-    command.add_option("--bounces", words.bounces, "Mirror and glass surfaces that a path passes")
+    command
+        .add_option("--bounces", words.bounces,
+                    "Surfaces that a path passes: mirrors, glass, and light between surfaces "
+                    "(default 10)")
         ->transform(wholeNumberWithin(0, 64));
     command
         .add_option("--clamp", words.clamp,

@@ -153,6 +153,10 @@ void takeView(const Words& words, Options& options)
     view.up = point(words.up, "--view-up");
     if (words.upAxis && isPoint(*words.upAxis))
         view.up = parsePoint(*words.upAxis, "--up");
+    if (view.up && *view.up == std::array{0.0, 0.0, 0.0})
+        throw UsageError(fmt::format("{}: 0,0,0 is no direction", words.up ? "--view-up" : "--up"));
+    if (view.eye && view.eye == view.at)
+        throw UsageError("--at: is where --eye is: there is no direction to look into");
     view.fov = words.fov;
     view.exposure = words.exposure;
     view.camera = words.camera.value_or("");

@@ -254,11 +254,13 @@ TEST(ZnRenderLight, FollowsLightAsFarAsItIsTold)
 
     // Walls, table and cups light each other.
     const std::string room = std::string(ZN_SOURCE_DIR) + "/examples/studio.glb";
-    const auto inRoom = [&](const std::string& level) {
+    const auto inRoom = [&](const std::string& level, const std::string& bounces) {
         return meanOf(render({room, "-o", picture, "-r", "24x24", "-s", "4", "-q", "--overwrite"},
-                             {"--env", around, "--gi", level}, picture));
+                             {"--env", around, "--gi", level, "--bounces", bounces}, picture));
     };
-    EXPECT_GT(inRoom("full"), 1.01 * inRoom("environment"));
+    EXPECT_GT(inRoom("full", "10"), 1.01 * inRoom("full", "1"));
+    EXPECT_GT(inRoom("full", "1"), 1.01 * inRoom("environment", "10"));
+    EXPECT_EQ(inRoom("full", "0"), inRoom("environment", "0"));
 }
 
 TEST(ZnRenderLight, NamesWhatIsWrongInOneLine)
