@@ -70,7 +70,8 @@ private:
 };
 
 /// While it lives, the textures of a hit are read where its surface's structure shows them past its
-/// heights. The hit keeps the coordinates; the block gets its own back.
+/// heights, whatever they lie by, and so are its normals. The hit keeps the coordinates; the block
+/// gets its own back.
 class znRTShiftedCoordinates
 {
 public:
@@ -80,11 +81,16 @@ public:
     ~znRTShiftedCoordinates();
     znRTShiftedCoordinates(const znRTShiftedCoordinates&) = delete;
     znRTShiftedCoordinates& operator=(const znRTShiftedCoordinates&) = delete;
+    bool areShifted() const { return shifts; }
 
 private:
+    void move(const znRTVector3fPacket& way, znRTHitSurface& hit);
+
     znRTDataBlockPacket& data;
-    znRTVector2fPacket before;
-    bool isShifted;
+    // What the block had; sets that a surface lacks stay undefined.
+    znRTVector2fPacket firstSet, sets[znRTDataBlockPacket::maxTextureSets];
+    znRTVector3fPacket position, objectPosition;
+    bool shifts;
 };
 
 /// Light on the lobes of four hits, by where it comes from and by lobe (znRTSurfaceTerm).
@@ -123,6 +129,19 @@ void showBehind(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
 void enterLobes(const znRTHitSurface& hit, const znRTBRDF& passThrough,
                 znRTSurfaceProperties& surface, const znFloatType<2>& mask, int group);
 
+/// Colours, and, where parallax shifts them, the normals that shift with them.
+/// @return whether the normals are found
+template <class Class>
+bool readSurface(const Class& material, const znRTRayDifferentialPacket& ray,
+                 znRTDataBlockPacket& data, typename Class::Hit& hit, const znFloatType<2>& mask)
+{
+    const znRTShiftedCoordinates shifted(material, ray, data, hit, mask);
+    material.fetchParameters(ray, data, mask, hit);
+    if (shifted.areShifted())
+        material.bendNormal(ray, data, hit, mask);
+    return shifted.areShifted();
+}
+
 /// The steps of a shade before any light. Where nothing of the surface is seen, the fragment has
 /// its result.
 /// @return whether there is something to light
@@ -131,16 +150,14 @@ bool prepareHit(const Class& material, const znRTRayDifferentialPacket& ray,
                 znRTDataBlockPacket& data, typename Class::Hit& hit, znRTAlphaSplit& split,
                 znRTFragment& fragment, const znFloatType<2>& mask, znRTShadingState& state)
 {
-    {
-        const znRTShiftedCoordinates shifted(material, ray, data, hit, mask);
-        material.fetchParameters(ray, data, mask, hit);
-    }
+    const bool shifts = readSurface(material, ray, data, hit, mask);
     split = material.handleTransparency(ray, hit.alpha, mask, state);
     if (!anyLane(split.shaded)) {
         showBehind(ray, data, hit, fragment, mask, state);
         return false;
     }
-    material.bendNormal(ray, data, hit, mask);
+    if (!shifts)
+        material.bendNormal(ray, data, hit, mask);
     material.buildFrame(hit);
     material.addLobes(hit, split.shaded);
     return true;
@@ -165,11 +182,8 @@ void evaluateByPipeline(const Class& material, const znRTRayDifferentialPacket& 
     if (type == znRTMaterial::emissionOnly)
         return;
     typename Class::Hit hit(ray, data);
-    {
-        const znRTShiftedCoordinates shifted(material, ray, data, hit, mask);
-        material.fetchParameters(ray, data, mask, hit);
-    }
-    material.bendNormal(ray, data, hit, mask);
+    if (!readSurface(material, ray, data, hit, mask))
+        material.bendNormal(ray, data, hit, mask);
     material.buildFrame(hit);
     material.addLobes(hit, mask & (hit.alpha > znFloatType<2>(0.0f)));
     enterLobes(hit, material.getPassThroughLobe(), surface, mask, group);

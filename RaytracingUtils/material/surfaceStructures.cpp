@@ -49,16 +49,15 @@ znRTStructurePointer imageStructureOf(const znRTBRDFMaterialAttributes& a)
     const znRTTextureAttributes* const lies = a.bumpAttributes;
     const float depth = a.parallaxDepth;
     const int steps = int(a.parallaxSteps);
-    const bool isApart = readsOwnCoordinates(lies);
-    if (isApart && lies->mappingType != znRTTextureAttributes::mappingTriplanar)
-        return makeBumpTexture(image, lies, kind, amplitude);
-    if (mode == parallax && isApart)
+    const bool alongAxes =
+        readsOwnCoordinates(lies) && lies->mappingType == znRTTextureAttributes::mappingTriplanar;
+    if (mode == parallax && alongAxes)
         return std::make_unique<znRTTriplanarParallaxMappingTexture>(image, lies, kind, amplitude,
                                                                      false, depth);
     if (mode == parallax)
         return std::make_unique<znRTParallaxMappingTexture>(image, lies, kind, amplitude, false,
                                                             depth);
-    if (mode == parallaxOcclusion && isApart)
+    if (mode == parallaxOcclusion && alongAxes)
         return std::make_unique<znRTTriplanarParallaxOcclusionTexture>(image, lies, kind, amplitude,
                                                                        false, depth, steps);
     if (mode == parallaxOcclusion)

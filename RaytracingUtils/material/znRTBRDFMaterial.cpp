@@ -166,27 +166,6 @@ void znRTBRDFMaterial::addMirrorRequirements(bool usesVertexTangents)
     materialState.shadingRequirements |= surfaceDefault | (usesVertexTangents ? 0u : derivatives);
 }
 
-znRTShiftedCoordinates::znRTShiftedCoordinates(const znRTMaterial& material,
-                                               const znRTRayDifferentialPacket& ray,
-                                               znRTDataBlockPacket& newData, znRTHitSurface& hit,
-                                               const znFloatType<2>& mask)
-    : data(newData),
-      isShifted(material.getSurfaceStructure().is(shiftsCoordinates) &&
-                !readsOwnCoordinates(material.getSurfaceStructure().getTextureAttributes()))
-{
-    if (!isShifted)
-        return;
-    before = data.dg.uv;
-    material.getSurfaceStructure().shiftCoordinates(ray, hit.dg, mask);
-    data.dg.uv = hit.dg.uv;
-}
-
-znRTShiftedCoordinates::~znRTShiftedCoordinates()
-{
-    if (isShifted)
-        data.dg.uv = before;
-}
-
 int znRTBRDFMaterial::getVisibility() const
 {
     // A texture may leave something.

@@ -326,8 +326,8 @@ void znRTShadowMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDataBlo
     {
         const znRTShiftedCoordinates shifted(*this, ray, data, hit, mask);
         fetchParameters(ray, data, mask, hit);
+        bendNormal(ray, data, hit, mask);
     }
-    bendNormal(ray, data, hit, mask);
     buildFrame(hit);
     hit.glossy *= reflectivity;
     const znRTLitHit lit{ray, data, hit.dg, hit.lobes, hit.wo, mask, *this, state};

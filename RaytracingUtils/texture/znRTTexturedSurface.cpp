@@ -1,9 +1,11 @@
 #include "texture/znRTTexturedSurface.h"
 
 #include "core/shadingRequirements.h"
+#include "core/znRTDataBlockPacket.h"
 #include "core/znRTRayPacket.h"
 #include "texture/filteredLookup.h"
 #include "texture/infiniteTiling.h"
+#include "texture/surfaceSteps.h"
 #include "texture/tangentSpace.h"
 
 znRTTexturedSurface::znRTTexturedSurface(const znRTTypeId& typeId,
@@ -32,6 +34,13 @@ void znRTTexturedSurface::shiftCoordinates(const znRTRayDifferentialPacket& ray,
                                            znRTDifferentialGeometry& dg,
                                            const znFloatType<2>& mask) const
 {
+    shiftBelow(ray, dg, dg.dPdu.getLength() * parallaxDepth, mask);
+}
+
+void znRTTexturedSurface::shiftBelow(const znRTRayDifferentialPacket& ray,
+                                     znRTDifferentialGeometry& dg, const znFloatType<2>& depth,
+                                     const znFloatType<2>& mask) const
+{
     const znRTVector3fPacket wo = -ray.direction, area = cross(dg.dPdu, dg.dPdv);
     const znFloatType<2> squareArea = area.getSquareLength();
     const znFloatType<2> isMapped = mask & (squareArea > znFloatType<2>(0.0f));
@@ -41,7 +50,6 @@ void znRTTexturedSurface::shiftCoordinates(const znRTRayDifferentialPacket& ray,
     below.cosTheta = maximum(dot(wo, dg.shadingNormal), s_leastParallaxCosine);
     below.frontFacing = dg.frontFacing;
     // wo = a dPdu + b dPdv + c normal; the ray goes on against it.
-    const znFloatType<2> depth = dg.dPdu.getLength() * parallaxDepth;
     const znFloatType<2> scale = -depth / (below.cosTheta * squareArea);
     below.reach = {dot(cross(wo, dg.dPdv), area) * scale, dot(cross(dg.dPdu, wo), area) * scale};
 
@@ -50,6 +58,15 @@ void znRTTexturedSurface::shiftCoordinates(const znRTRayDifferentialPacket& ray,
     znRTTextureFunctions::applyTexCoordTransform(sampler, uv, footprint);
     below.level = levelsOf(footprint).level;
     dg.uv.setMasked(marchHeight(dg.uv, below, isMapped), isMapped);
+}
+
+znRTVector3fPacket znRTTexturedSurface::getShift(const znRTRayDifferentialPacket& ray,
+                                                 const znRTDataBlockPacket& data,
+                                                 const znFloatType<2>& mask) const
+{
+    znRTDifferentialGeometry dg = data.dg;
+    shiftCoordinates(ray, dg, mask);
+    return wayOf(dg.uv - data.dg.uv, dg.dPdu, dg.dPdv);
 }
 
 znRTVector2fPacket znRTTexturedSurface::marchHeight(const znRTVector2fPacket& uv,

@@ -35,6 +35,11 @@ public:
     /// the top.
     virtual znRTVector2fPacket marchHeight(const znRTVector2fPacket& uv, const znParallaxRay& ray,
                                            const znFloatType<2>& mask) const;
+    /// Way along the surface, world space, from the hits of a block to where their images are read:
+    /// the same for all images, whatever coordinates they lie by. 0 in lanes off the mask.
+    virtual znRTVector3fPacket getShift(const znRTRayDifferentialPacket& ray,
+                                        const znRTDataBlockPacket& data,
+                                        const znFloatType<2>& mask) const;
 
 protected:
     /// @param newSampler     with data, not owned
@@ -46,6 +51,10 @@ protected:
                         const znRTTextureAttributes* newAttributes, float depth = 0.0f,
                         unsigned moreTraits = 0);
 
+    /// Moves coordinates to where the ray meets the heights.
+    /// @param depth  of the heights, scene units
+    void shiftBelow(const znRTRayDifferentialPacket& ray, znRTDifferentialGeometry& dg,
+                    const znFloatType<2>& depth, const znFloatType<2>& mask) const;
     /// Heights of a channel at coordinates before the sampler's transform, bilinear in a level.
     /// @param channel  0 for the first, 3 for alpha
     znFloatType<2> heightAt(const znRTVector2fPacket& uv, const znIntType<2>& level, int channel,

@@ -201,17 +201,80 @@ TEST(TriplanarParallax, ReadsNormalsBelowTheSurface)
     data.dg = plane(inAllLanes(0.0f, 0.0f));
     data.dg.position = {F(0.4f), F(0.3f), F(1.0f)};
     // Down and along u, one to one: 0.2 deep, 0.2 along; the border is at 0.5.
-    for (const float way : {-1.0f, 1.0f}) {
-        const znRTRayDifferentialPacket ray = slanted(way);
-        const auto leans = [&](const znRTSurfaceStructure& structure) {
-            const znRTVector3fPacket n = structure.getNormal(ray, data, expandLanes(7));
+    for (const float slope : {-1.0f, 1.0f}) {
+        const znRTRayDifferentialPacket ray = slanted(slope);
+        const auto leans = [&](const znRTTexturedSurface& structure) {
+            const znRTVector3fPacket way = structure.getShift(ray, data, expandLanes(7));
+            EXPECT_EQ(way.x[3], 0.0f);
+            EXPECT_NEAR(way.x[0], structure.is(shiftsCoordinates) ? slope * 0.2f : 0.0f, 1e-5f);
+            znRTDataBlockPacket shifted = data;
+            shifted.dg.position += way;
+            const znRTVector3fPacket n = structure.getNormal(ray, shifted, expandLanes(7));
             EXPECT_EQ(n.z[3], 1.0f);
             return std::fabs(n.x[0]) > 0.1f;
         };
         EXPECT_FALSE(leans(plain));
-        EXPECT_EQ(leans(step), way > 0.0f);
-        EXPECT_EQ(leans(march), way > 0.0f);
+        EXPECT_EQ(leans(step), slope > 0.0f);
+        EXPECT_EQ(leans(march), slope > 0.0f);
     }
+}
+
+// Six sides of space and all between: a relief over the blend of three projections of a smooth
+// image turns normals as the gradient of the heights does, found by differences through the blended
+// image itself along the surface. Where two axes mix, normals of the projections are mixed, not
+// their heights: there the direction is looked at along one axis alone.
+TEST(TriplanarBump, LeansAsItsHeightsDoOnAllSides)
+{
+    constexpr int size = 128;
+    znRTSampler2D image;
+    fill(image, size, size, [](int x, int y) {
+        const float turn = 6.2831853f / float(size);
+        return grey(0.5f + 0.2f * std::sin(turn * (float(x) + 0.5f)) +
+                    0.15f * std::cos(2.0f * turn * (float(y) + 0.5f)));
+    });
+    znRTTriplanarTextureAttributes axes;
+    for (std::size_t i = 0; i < 3; ++i) {
+        axes.repeatU[i] = 0.5f + 0.1f * float(i);
+        axes.repeatV[i] = 0.4f;
+        axes.sinRot[i] = std::sin(0.3f + float(i));
+        axes.cosRot[i] = std::cos(0.3f + float(i));
+    }
+    znRTTextureAttributes lies;
+    lies.setMappingType(znRTTextureAttributes::mappingTriplanar);
+    lies.mapping = &axes;
+    const float amplitude = 0.2f;
+    const znRTTriplanarBumpTexture bump(image, &lies, heights, amplitude);
+
+    std::mt19937 engine(11);
+    int bent = 0;
+    for (int side = 0; side < 6; ++side)
+        for (int i = 0; i < 20; ++i) {
+            // About 14 degrees around an axis: one projection shows alone.
+            znRTVector3fPacket n = randomDirections(engine) * 0.25f;
+            (side % 3 == 0 ? n.x : side % 3 == 1 ? n.y : n.z) = side < 3 ? 1.0f : -1.0f;
+            n = n.getNormalized();
+            znRTDataBlockPacket data(1.0f);
+            data.dg = randomPlace(engine);
+            data.dg.shadingNormal = data.dg.geometricNormal = n;
+            data.dg.frontFacing = allLanes;
+            const auto heightAt = [&](const znRTVector3fPacket& way) {
+                znRTDifferentialGeometry dg = data.dg;
+                dg.position += way;
+                return znRTTextureFunctions::texture2D(image, lies, dg, allLanes).r * amplitude;
+            };
+            znRTONB onb;
+            onb.set(n);
+            const float step = 0.02f;
+            const auto slope = [&](const znRTVector3fPacket& along) {
+                return (heightAt(along * F(step)) - heightAt(along * F(-step))) * (0.5f / step);
+            };
+            const znRTVector3fPacket expected =
+                (n - onb.u * slope(onb.u) - onb.v * slope(onb.v)).getNormalized();
+            const znRTVector3fPacket seen = bump.getNormal(slanted(0.0f), data, allLanes);
+            EXPECT_LANES_NEAR((seen - expected).getLength(), 0, 0, 0, 0, 0.02f) << side;
+            bent += (n - expected).getLength()[0] > 0.1f;
+        }
+    EXPECT_GT(bent, 60);
 }
 
 TEST(ComputedStructure, GivesUnitNormalsOnTheViewersSide)

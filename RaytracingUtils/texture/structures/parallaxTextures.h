@@ -12,7 +12,7 @@
 #include "texture/structures/projectedBumpTextures.h"
 
 /// A single step, exact where heights change slowly.
-class znRTParallaxMappingTexture : public znRTBumpTexture
+class znRTParallaxMappingTexture : public znRTProjectedBumpTexture
 {
 public:
     static const znRTTypeId id;
@@ -21,7 +21,8 @@ public:
     znRTParallaxMappingTexture(const znRTTextureSampler& newSampler,
                                const znRTTextureAttributes* newAttributes, Kind newKind,
                                float newAmplitude, bool isDownward, float depth)
-        : znRTBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward, depth)
+        : znRTProjectedBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward,
+                                   depth)
     {
     }
 
@@ -33,7 +34,7 @@ public:
 };
 
 /// Steps down until the ray is below the heights: near heights hide far ones.
-class znRTParallaxOcclusionTexture : public znRTBumpTexture
+class znRTParallaxOcclusionTexture : public znRTProjectedBumpTexture
 {
 public:
     static const znRTTypeId id;
@@ -42,7 +43,8 @@ public:
     znRTParallaxOcclusionTexture(const znRTTextureSampler& newSampler,
                                  const znRTTextureAttributes* newAttributes, Kind newKind,
                                  float newAmplitude, bool isDownward, float depth, int mostSteps)
-        : znRTBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward, depth),
+        : znRTProjectedBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward,
+                                   depth),
           steps(mostSteps)
     {
     }
@@ -57,8 +59,7 @@ private:
     int steps;
 };
 
-/// A single step in each of the three projections. Colours are projected by themselves and stay
-/// where they are; the normals shift.
+/// A single step in each of the three projections.
 class znRTTriplanarParallaxMappingTexture : public znRTTriplanarBumpTexture
 {
 public:

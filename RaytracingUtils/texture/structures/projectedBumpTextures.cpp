@@ -2,6 +2,7 @@
 
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTVectorMath.h"
+#include "texture/surfaceSteps.h"
 
 #include <numbers>
 
@@ -85,15 +86,17 @@ void axesOfProjection(const znMatrix4x4& projection, bool isCylinder,
 
 } // namespace
 
-znRTVector3fPacket znRTProjectedBumpTexture::getNormal(const znRTRayDifferentialPacket&,
-                                                       const znRTDataBlockPacket& data,
-                                                       const Mask& mask) const
+Mask znRTProjectedBumpTexture::lay(const znRTDataBlockPacket& data, const Mask& mask, Geometry& dg,
+                                   znFloatType<2>& unit) const
 {
-    Geometry dg = data.dg;
-    if (!attributes->hasTextureProjection) {
-        data.selectTextureSet(attributes->uvSet, dg);
-        dg.tangentMask = Mask::noLanes();
-        return getNormalAt(dg, mask);
+    dg = data.dg;
+    if (!attributes || !attributes->hasTextureProjection) {
+        if (attributes && attributes->uvSet > 0) {
+            data.selectTextureSet(attributes->uvSet, dg);
+            dg.tangentMask = Mask::noLanes();
+        }
+        unit = dg.dPdu.getLength();
+        return mask;
     }
     const Mask lanes = objectLanes(data, attributes->projectionSpace == 0);
     Geometry inSpace;
@@ -105,14 +108,39 @@ znRTVector3fPacket znRTProjectedBumpTexture::getNormal(const znRTRayDifferential
             : znRTTextureFunctions::computePlanarTextureProjection(sampler, inSpace, mask);
     znRTVector3fPacket dPdu, dPdv, direction;
     axesOfProjection(sampler.projection, isCylinder, inSpace.position, dPdu, dPdv, direction);
-    lay(dg, place, toWorld(data, dPdu, lanes), toWorld(data, dPdv, lanes),
-        toWorld(data, direction, lanes));
-    return getNormalAt(dg, mask & place.inside);
+    dPdu = toWorld(data, dPdu, lanes);
+    unit = dPdu.getLength();
+    ::lay(dg, place, dPdu, toWorld(data, dPdv, lanes), toWorld(data, direction, lanes));
+    return mask & place.inside;
 }
 
-znRTVector3fPacket znRTTriplanarBumpTexture::getNormal(const znRTRayDifferentialPacket& ray,
+znRTVector3fPacket znRTProjectedBumpTexture::getNormal(const znRTRayDifferentialPacket&,
                                                        const znRTDataBlockPacket& data,
                                                        const Mask& mask) const
+{
+    Geometry dg;
+    znFloatType<2> unit;
+    const Mask inside = lay(data, mask, dg, unit);
+    return getNormalAt(dg, inside);
+}
+
+znRTVector3fPacket znRTProjectedBumpTexture::getShift(const znRTRayDifferentialPacket& ray,
+                                                      const znRTDataBlockPacket& data,
+                                                      const Mask& mask) const
+{
+    Geometry dg;
+    znFloatType<2> unit;
+    const Mask inside = lay(data, mask, dg, unit);
+    const znRTVector2fPacket before = dg.uv;
+    shiftBelow(ray, dg, unit * parallaxDepth, inside);
+    return wayOf(dg.uv - before, dg.dPdu, dg.dPdv);
+}
+
+/// @param visit  visit(dg, unit, weight) for each axis that some lane shows: the coordinates along
+///               it, the way of a step of the first one, and its share, 0 off the mask
+template <class Visit>
+void znRTTriplanarBumpTexture::visitAxes(const znRTDataBlockPacket& data, const Mask& mask,
+                                         const Visit& visit) const
 {
     const Axes& axes = *axesOf(*attributes);
     const Mask lanes = objectLanes(data, axes.space[0] == 0);
@@ -121,10 +149,8 @@ znRTVector3fPacket znRTTriplanarBumpTexture::getNormal(const znRTRayDifferential
     znFloatType<2> weight[3];
     znRTTextureFunctions::computeTriplanarBlend(inSpace.shadingNormal, axes.blendWidth, mask,
                                                 weight);
-    znRTVector3fPacket sum(0.0f, 0.0f, 0.0f);
     for (int axis = 0; axis < 3; ++axis) {
-        const Mask seen = mask & (weight[axis] > znFloatType<2>(0.0f));
-        if (!anyLane(seen))
+        if (!anyLane(weight[axis] > znFloatType<2>(0.0f)))
             continue;
         znRTVector3fPacket dPdu, dPdv;
         const znTexturePlace place =
@@ -134,15 +160,40 @@ znRTVector3fPacket znRTTriplanarBumpTexture::getNormal(const znRTRayDifferential
                                            znFloatType<2>(axis == 1 ? 1.0f : 0.0f),
                                            znFloatType<2>(axis == 2 ? 1.0f : 0.0f));
         Geometry dg = data.dg;
-        lay(dg, place, toWorld(data, dPdu, lanes), toWorld(data, dPdv, lanes),
-            toWorld(data, direction, lanes));
-        if (parallaxDepth != 0.0f)
-            shiftCoordinates(ray, dg, seen);
-        sum = sum + getNormalAt(dg, seen) * (weight[axis] & seen);
+        dPdu = toWorld(data, dPdu, lanes);
+        lay(dg, place, dPdu, toWorld(data, dPdv, lanes), toWorld(data, direction, lanes));
+        visit(dg, dPdu.getLength(), weight[axis]);
     }
+}
+
+znRTVector3fPacket znRTTriplanarBumpTexture::getNormal(const znRTRayDifferentialPacket&,
+                                                       const znRTDataBlockPacket& data,
+                                                       const Mask& mask) const
+{
+    const znFloatType<2> zero(0.0f);
+    znRTVector3fPacket sum(zero, zero, zero);
+    visitAxes(data, mask,
+              [&](const Geometry& dg, const znFloatType<2>&, const znFloatType<2>& weight) {
+                  sum += getNormalAt(dg, weight > zero) * weight;
+              });
     const znFloatType<2> squareLength = sum.getSquareLength();
     const Mask exists = mask & (squareLength > znFloatType<2>(1e-12f));
     return select(exists, sum * reciprocalSquareRoot(squareLength), data.dg.shadingNormal);
+}
+
+znRTVector3fPacket znRTTriplanarBumpTexture::getShift(const znRTRayDifferentialPacket& ray,
+                                                      const znRTDataBlockPacket& data,
+                                                      const Mask& mask) const
+{
+    const znFloatType<2> zero(0.0f);
+    znRTVector3fPacket sum(zero, zero, zero);
+    visitAxes(data, mask,
+              [&](Geometry& dg, const znFloatType<2>& unit, const znFloatType<2>& weight) {
+                  const znRTVector2fPacket before = dg.uv;
+                  shiftBelow(ray, dg, unit * parallaxDepth, weight > zero);
+                  sum += wayOf(dg.uv - before, dg.dPdu, dg.dPdv) * weight;
+              });
+    return sum;
 }
 
 bool readsOwnCoordinates(const Attributes* attributes)

@@ -19,9 +19,20 @@ public:
     znRTVector3fPacket getNormal(const znRTRayDifferentialPacket& ray,
                                  const znRTDataBlockPacket& data,
                                  const znFloatType<2>& mask) const override;
+    znRTVector3fPacket getShift(const znRTRayDifferentialPacket& ray,
+                                const znRTDataBlockPacket& data,
+                                const znFloatType<2>& mask) const override;
+
+private:
+    /// Coordinates of the image in place of those of the mesh.
+    /// @param unit  out: way in scene units that a step of the first coordinate stands for
+    /// @return lanes of the mask that the image reaches
+    znFloatType<2> lay(const znRTDataBlockPacket& data, const znFloatType<2>& mask,
+                       znRTDifferentialGeometry& dg, znFloatType<2>& unit) const;
 };
 
-/// Along the axes: the normals of the projections, mixed by the weights of the axes.
+/// Along the axes: the normals of the projections, mixed by the weights of the axes, and so are the
+/// ways by which parallax shifts each of them.
 class znRTTriplanarBumpTexture : public znRTBumpTexture
 {
 public:
@@ -30,6 +41,14 @@ public:
     znRTVector3fPacket getNormal(const znRTRayDifferentialPacket& ray,
                                  const znRTDataBlockPacket& data,
                                  const znFloatType<2>& mask) const override;
+    znRTVector3fPacket getShift(const znRTRayDifferentialPacket& ray,
+                                const znRTDataBlockPacket& data,
+                                const znFloatType<2>& mask) const override;
+
+private:
+    template <class Visit>
+    void visitAxes(const znRTDataBlockPacket& data, const znFloatType<2>& mask,
+                   const Visit& visit) const;
 };
 
 /// The bump of a slot, by how its image lies.
