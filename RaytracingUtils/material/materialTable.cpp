@@ -3,6 +3,7 @@
 #include "host/osg/Materials.h"
 #include "host/znLog.h"
 #include "material/standInMaterials.h"
+#include "material/znRTBrushedMetalMaterial.h"
 #include "material/znRTChromeMaterial.h"
 #include "material/znRTChunkMaterial.h"
 #include "material/znRTDummyMaterial.h"
@@ -91,7 +92,7 @@ const MaterialRow materialTable[] = {
     row<osg::UTriplanarMaterial, znRTTriplanarMaterial>(),
     row<osg::UReflectiveTriplanarMaterial, znRTReflectiveTriplanarMaterial>(),
     row<osg::UChromeMaterial, znRTChromeMaterial>(),
-    substituted<osg::UBrushedMetalMaterial, Metal>("znRTBrushedMetalMaterial"),
+    row<osg::UBrushedMetalMaterial, znRTBrushedMetalMaterial>(),
     substituted<osg::UCarbonMaterial, Coated>("znRTCarbonMaterial"),
     substituted<osg::UCarbonMaterial2D, Coated>("znRTCarbonMaterial2D"),
     row<osg::UGlassMaterial, znRTGlassMaterial>(),

@@ -142,19 +142,13 @@ znRTMetalStandIn::znRTMetalStandIn(const osg::MaterialPtr& material)
 
 void znRTMetalStandIn::update()
 {
-    if (const auto host = osg::FCPtr<osg::UBrushedMetalMaterial>::dcast(hostMaterial)) {
-        auto& record = host->getRaytracingAttributes();
-        if (!readCommon(record))
-            return;
-        color.set(record.glossy, record.glossySpectrum, record.glossySampler, record.glossyActive,
-                  record.glossyAttributes);
-        readMetal(record, znPhongExponent(0.5f * (record.roughness + record.roughnessV)));
-    } else if (const auto lined = osg::FCPtr<osg::ULineChromeMaterial>::dcast(hostMaterial)) {
-        auto& record = lined->getRaytracingAttributes();
-        if (!readCommon(record))
-            return;
-        color.set(record.reflection, record.reflectionSpectrum, record.reflectionSampler,
-                  record.reflectionActive, record.reflectionAttributes);
-        readMetal(record, sharpestExponent);
-    }
+    const auto lined = osg::FCPtr<osg::ULineChromeMaterial>::dcast(hostMaterial);
+    if (!lined)
+        return;
+    auto& record = lined->getRaytracingAttributes();
+    if (!readCommon(record))
+        return;
+    color.set(record.reflection, record.reflectionSpectrum, record.reflectionSampler,
+              record.reflectionActive, record.reflectionAttributes);
+    readMetal(record, sharpestExponent);
 }

@@ -34,7 +34,7 @@ private:
     bool readAs();
 };
 
-/// Brushed and lined metal: of one width in all directions.
+/// Lined metal: of one width in all directions.
 class znRTMetalStandIn : public znRTChromeMaterial
 {
 public:

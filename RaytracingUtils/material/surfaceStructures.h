@@ -43,7 +43,7 @@ znRTStructurePointer structureOf(const Record& record)
         if (znRTStructurePointer structure = proceduralStructureOf(record))
             return structure;
     if constexpr (requires { record.brushMode; })
-        return brushStructureOf(record);
+        return record.usesVertexTangents ? cleanStructure() : brushStructureOf(record);
     else if constexpr (requires {
                            record.strandHeight;
                            record.repeat;

@@ -151,10 +151,11 @@ TEST_F(CoatedMaterials, StandInWithTheColorsOfTheRecord)
         EXPECT_GT(seen.r[0], 0.2f) << host->getType().getName();
         EXPECT_GT(seen.r[0], 3.0f * seen.g[0]) << host->getType().getName();
     }
-    const auto brushed = osg::UBrushedMetalMaterial::create();
-    brushed->setFresnelTable(255);
-    brushed->setReflectance(1.0f);
-    brushed->setGlossy(red);
-    const znRTColorPacket seen = seenAlone(brushed, downward(0.2f, 0.1f)).color;
+    const auto lined = osg::ULineChromeMaterial::create();
+    lined->setFresnelTable(255);
+    lined->setReflectance(1.0f);
+    lined->setReflection(red);
+    setBackground(1.0f);
+    const znRTColorPacket seen = seenAlone(lined, downward(0.2f, 0.1f)).color;
     EXPECT_GT(seen.r[0], 5.0f * seen.g[0]);
 }

@@ -3,6 +3,7 @@
 #include "materialFixture.h"
 
 #include "material/standInMaterials.h"
+#include "material/znRTBrushedMetalMaterial.h"
 #include "material/znRTChunkMaterial.h"
 #include "material/znRTDummyMaterial.h"
 #include "material/znRTGlassMaterial.h"
@@ -56,6 +57,7 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                         {"USphereEnvironmentMaterial", znRTSphereEnvironmentMaterial::id},
                         {"UShadowMaterial", znRTShadowMaterial::id},
                         {"USubstanceMaterial", znRTSubstanceMaterial::id},
+                        {"UBrushedMetalMaterial", znRTBrushedMetalMaterial::id},
                         {"USkylightMaterial", znRTSkylightMaterial::id},
                         {"SimpleMaterial", znRTSimpleMaterial::id},
                         {"ChunkMaterial", znRTChunkMaterial::id},
@@ -75,7 +77,6 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                             {"UMetallicPaintMaterial", znRTCoatedStandIn::id},
                             {"UUnicolorPaintMaterial", znRTCoatedStandIn::id},
                             {"UFlipflopMaterial", znRTCoatedStandIn::id},
-                            {"UBrushedMetalMaterial", znRTMetalStandIn::id},
                             {"UCarbonMaterial", znRTCoatedStandIn::id},
                             {"UCarbonMaterial2D", znRTCoatedStandIn::id},
                             {"UTireMaterial", znRTCoatedStandIn::id},
