@@ -117,6 +117,48 @@ TEST_F(RoundedEdges, TurnNormalsTowardsTheOtherFace)
     EXPECT_NEAR(sum[0], 1.0, 0.05); // half way between the faces on the edge itself
 }
 
+// A wall that stands on a floor in one mesh: seen from above the floor beside it turns toward the
+// wall's own normal, as far as an outer edge turns away.
+TEST_F(RoundedEdges, TurnNormalsInInnerEdgesAsMuch)
+{
+    boxes.push_back(makeMesh({{-2, -2, 0},
+                              {1, -2, 0},
+                              {1, 2, 0},
+                              {-2, 2, 0},
+                              {1, -2, 0},
+                              {1, 2, 0},
+                              {1, 2, 2},
+                              {1, -2, 2}},
+                             {0, 1, 2, 0, 2, 3, 4, 6, 5, 4, 7, 6},
+                             {{0, 0, 1},
+                              {0, 0, 1},
+                              {0, 0, 1},
+                              {0, 0, 1},
+                              {-1, 0, 0},
+                              {-1, 0, 0},
+                              {-1, 0, 0},
+                              {-1, 0, 0}}));
+    boxes.back()->setMaterial(makeMaterial());
+    const osg::NodePtr node = scene.add(boxes.back().get());
+    const osg::Ref<osg::RaytracingGeoAttachment> attachment =
+        osg::RaytracingGeoAttachment::create();
+    attachment->setRoundedEdgeRadius(radius);
+    node->addAttachment(attachment.get());
+    scene.mesh(node).updateVisibilityFlags();
+    scene.scene->initMaterials();
+    scene.build();
+    const znFloatType<2> distance(0.002f, 0.05f, 0.1f, 0.15f);
+    double sum[4] = {};
+    for (int sample = 0; sample < 8; ++sample) {
+        const znRTVector3fPacket n =
+            roundedAt(znFloatType<2>(1.0f) - distance, 0.1f, nullptr, 0, sample);
+        for (int lane = 0; lane < 4; ++lane)
+            sum[lane] += double(n.x[lane] / n.z[lane]) / 8.0;
+    }
+    for (int lane = 0; lane < 4; ++lane)
+        EXPECT_NEAR(sum[lane], -tiltAt(double(distance[lane])), 0.05) << distance[lane];
+}
+
 TEST_F(RoundedEdges, LeaveNormalsBeyondTheRadius)
 {
     addBox(makeMaterial());

@@ -1,7 +1,10 @@
 // No allocation while a tile is traced. The program's own malloc counts what one thread asks for
 // between two marks; everything in the process ends there, operator new included.
 
+#include "host/osg/Image.h"
 #include "host/osg/Materials.h"
+#include "host/osg/RaytracingGeoAttachment.h"
+#include "host/osg/UTextureSettings.h"
 #include "host/osg/UberLight.h"
 #include "host/znRTCryptomatte.h"
 #include "host/znRenderPasses.h"
@@ -154,6 +157,63 @@ TEST_F(TileAllocations, AreNoneOnPathsOfLight)
     view.record.m_renderMode = ZN_RENDER_BEAUTY;
     EXPECT_EQ(countInTiles(true, 1, false), 0u);
     EXPECT_TRUE(znRTRenderUtils::getLights().size == 1);
+}
+
+TEST_F(TileAllocations, AreNoneOnUnevenSurfaces)
+{
+    const osg::Ref<osg::Image> heights = osg::Image::create();
+    heights->take(osg::Image::L, 4, 4, std::vector<u8>(16, 100), osg::Image::UInt8);
+    const osg::Ref<osg::UTextureSettings> relief = osg::UTextureSettings::create();
+    relief->setImage(heights.get());
+    relief->setIsActive(true);
+    std::vector<osg::MaterialPtr> materials;
+    for (int type = 1; type <= 5; ++type) {
+        const auto computed = osg::UPlasticMaterial::create();
+        computed->setStructureType(type);
+        materials.emplace_back(computed);
+    }
+    for (const int mapping : {0, 1, 2})
+        for (const int mode : {0, 1, 2}) {
+            const auto textured = osg::UPlasticMaterial::create();
+            const osg::Ref<osg::UTextureSettings> slot = osg::UTextureSettings::create();
+            slot->setImage(heights.get());
+            slot->setIsActive(true);
+            slot->setMappingType(mapping);
+            textured->setBumpTexture(slot.get());
+            textured->setBumpMode(mode);
+            textured->setParallaxDepth(0.1f);
+            materials.emplace_back(textured);
+        }
+    for (const int mode : {0, 1, 2}) {
+        const auto brushed = osg::UBrushedMetalMaterial::create();
+        brushed->setBrushMode(mode);
+        brushed->setAnisotropyTexture(relief.get());
+        materials.emplace_back(brushed);
+    }
+    materials.emplace_back(osg::UCarbonMaterial::create());
+    materials.emplace_back(osg::UCarbonMaterial2D::create());
+    const auto rounded = osg::UPlasticMaterial::create();
+    rounded->setRoundedEdgeActive(true);
+    materials.emplace_back(rounded);
+    // Spheres that stick into each other: the picture shows a cell of each.
+    std::vector<osg::Vec2f> uv;
+    for (int i = 0; i < 9 * 13; ++i)
+        uv.emplace_back(float(i % 13) / 12.0f, float(i / 13) / 8.0f);
+    std::vector<osg::GeometryPtr> spheres;
+    for (std::size_t i = 0; i < materials.size(); ++i) {
+        spheres.push_back(makeSphere(8, 12));
+        spheres.back()->setTexCoords(osg::GeoProperty::create(std::span<const osg::Vec2f>(uv)));
+        spheres.back()->setMaterial(materials[i]);
+        const osg::NodePtr node =
+            add(spheres.back(), 0.3 * double(i % 5) - 0.6, 0.3 * double(i / 5) - 0.6);
+        const osg::Ref<osg::RaytracingGeoAttachment> edges = osg::RaytracingGeoAttachment::create();
+        edges->setRoundedEdgeRadius(0.2f);
+        node->addAttachment(edges.get());
+    }
+    const auto sun = osg::UDirectionalLight::create();
+    add(sun);
+    view.record.m_renderMode = ZN_RENDER_BEAUTY;
+    EXPECT_EQ(countInTiles(true, 1, false), 0u);
 }
 
 TEST_F(TileAllocations, WouldBeSeen)
