@@ -10,7 +10,7 @@ from makeStudio import Document, circle, lathe, look_at, moved
 
 RADIUS, STEP = 0.1, 0.29
 ROWS = (("noise", "coordinate noise", "coordinate tilt", "sparkle", "cells"),
-        ("strokes", "planes", "circles", "carbon", "satin"),
+        ("strokes", "planes", "circles", "carbon", "orange peel"),
         ("bump", "parallax", "occlusion", "triplanar occlusion", "rounded"))
 
 
@@ -101,11 +101,11 @@ def build():
             else:  # the same triangles once more
                 meshes.append({"name": name, "primitives": [{**drawn, "material": material}]})
                 number = len(meshes) - 1
-            scene.node(name, mesh=number, translation=[STEP * (k - 2), 0.0, 1.25 * STEP * (row - 1)])
+            scene.node(name, mesh=number, translation=[STEP * (k - 2), 0.0, 1.5 * STEP * (row - 1)])
 
-    eye, at = (0.0, 1.5, 2.6), (0.0, 0.07, 0.0)
+    eye, at = (0.0, 2.1, 2.55), (0.0, 0.06, -0.02)
     scene.json["cameras"].append({"name": "all", "type": "perspective", "perspective": {
-        "yfov": math.radians(20.5), "znear": 0.01, "zfar": 50.0}})
+        "yfov": math.radians(19.5), "znear": 0.01, "zfar": 50.0}})
     scene.node("all", camera=0, translation=list(eye), rotation=look_at(eye, at))
     return scene
 

@@ -64,6 +64,8 @@ struct znRTHitSurface : znAlignedBase16
     znRTLobeSet lobes;
     znRTLobeSet backLobes; ///< of light from behind, in the frame of the negated normal
     znRTONB backOnb;
+    znRTVector3fPacket coatTilt; ///< of the normals of an uneven coat; undefined for even ones
+    znRTONB coatOnb;             ///< what follows from it
 
 private:
     znRTLobeParameters lanes[2];

@@ -61,9 +61,7 @@ void znRTBrushedMetalMaterial::update()
     diffuse.useVertexColors(record->vertexColors != 0);
     glossy.useVertexColors(record->vertexColors != 0);
     ambient.set(record->ambient, record->ambientSpectrum);
-    coat.set(record->clearcoatReflectance);
-    coat.color.set(record->clearcoat, record->clearcoatSpectrum, record->clearcoatSampler,
-                   record->clearcoatActive, record->clearcoatAttributes);
+    coat.read(*record);
     readOcclusion(*record);
     setStructure(*record);
     widths.read(*record);
@@ -103,14 +101,14 @@ void znRTBrushedMetalMaterial::setupLobes(const znRTBSDFAttributes& lobes)
         texture->addRequirements(materialState);
 }
 
-void znRTBrushedMetalMaterial::fetchParameters(const znRTRayDifferentialPacket&,
+void znRTBrushedMetalMaterial::fetchParameters(const znRTRayDifferentialPacket& ray,
                                                const znRTDataBlockPacket& data,
                                                const znFloatType<2>& mask, Hit& hit) const
 {
     hit.diffuse = diffuse.fetch(data, mask);
     hit.glossy = glossy.fetch(data, mask);
     hit.ambient = ambient.fetch(data, mask);
-    hit.specular = coat.color.fetch(data, mask);
+    coat.fetch(ray, data, mask, hit);
     fetchShared(data, mask, hit);
     if (!widths.isTextured())
         return;

@@ -29,7 +29,7 @@ void znRTReflectivePlasticMaterial::fetchParameters(const znRTRayDifferentialPac
                                                     const znFloatType<2>& mask, Hit& hit) const
 {
     znRTPlasticLobesMaterial::fetchParameters(ray, data, mask, hit);
-    hit.specular = coat.color.fetch(data, mask);
+    coat.fetch(ray, data, mask, hit);
 }
 
 void znRTReflectivePlasticMaterial::addLobes(Hit& hit, const znFloatType<2>& lanes) const

@@ -41,9 +41,7 @@ protected:
     template <class Record>
     void readCoat(const Record& record)
     {
-        coat.set(record.clearcoatReflectance);
-        coat.color.set(record.clearcoat, record.clearcoatSpectrum, record.clearcoatSampler,
-                       record.clearcoatActive, record.clearcoatAttributes);
+        coat.read(record);
     }
     /// After colours and coat are set.
     void finish(const znRTBxDFAttributes& layer, bool usesVertexTangents);

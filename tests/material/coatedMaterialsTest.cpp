@@ -159,3 +159,44 @@ TEST_F(CoatedMaterials, StandInWithTheColorsOfTheRecord)
     const znRTColorPacket seen = seenAlone(lined, downward(0.2f, 0.1f)).color;
     EXPECT_GT(seen.r[0], 5.0f * seen.g[0]);
 }
+
+// Waves of 20 mm on the coat tilt its mirror; the body below stays even. The gradient of a simplex
+// noise stays below 4 where its values stay below 1.
+TEST_F(CoatedMaterials, MayHaveAnOrangePeel)
+{
+    const auto coated = makePlastic<osg::UReflectivePlasticMaterial>();
+    coated->setClearcoatBumpSize(20.0f);
+    const znRTMaterial& shading = addSquare(coated);
+    const auto leansOf = [&](float amount) {
+        coated->setClearcoatBumpAmount(amount);
+        scene.scene->applyMaterialChanges();
+        znRTVector2f most, sum;
+        for (int i = 0; i < 100; ++i) {
+            znRTRayDifferentialPacket ray = downward(0.013f * float(i) - 0.6f, 0.1f);
+            znRTDataBlockPacket data = blockOf(ray);
+            znRTSurfaceProperties surface;
+            surface.reset();
+            znRTShadingState state = stateOf(0);
+            shading.evaluateMaterial(ray, data, surface, znFloatType<2>::allLanes(), state, -1,
+                                     znRTMaterial::photon);
+            EXPECT_NEAR(surface.groups[0].onb.n.z[0], 1.0f, 1e-6f);
+            EXPECT_NEAR(surface.groups[1].onb.n.z[0], 1.0f, 1e-6f);
+            const znRTVector3fPacket n = surface.groups[2].onb.n;
+            EXPECT_NEAR(n.getSquareLength()[0], 1.0f, 1e-5f);
+            most.x = std::max(most.x, std::abs(n.x[0] / n.z[0]));
+            most.y = std::max(most.y, std::abs(n.y[0] / n.z[0]));
+            sum.x += n.x[0];
+            sum.y += n.y[0];
+        }
+        EXPECT_LE(std::abs(sum.x) / 100.0f, 0.4f * most.x + 1e-6f);
+        EXPECT_LE(std::abs(sum.y) / 100.0f, 0.4f * most.y + 1e-6f);
+        return most;
+    };
+    const znRTVector2f even = leansOf(0.0f), little = leansOf(0.02f), much = leansOf(0.04f);
+    EXPECT_LT(even.x, 1e-6f);
+    EXPECT_LT(even.y, 1e-6f);
+    EXPECT_GT(little.x, 0.02f);
+    EXPECT_LT(little.x, 0.16f);
+    EXPECT_NEAR(much.x / little.x, 2.0f, 0.02f);
+    EXPECT_NEAR(much.y / little.y, 2.0f, 0.02f);
+}
