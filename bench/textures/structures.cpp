@@ -1,5 +1,6 @@
 #include "structures.h"
 
+#include "core/znRTRayPacket.h"
 #include "texture/structures/brushStructures.h"
 #include "texture/structures/carbonStructures.h"
 #include "texture/structures/parallaxTextures.h"
@@ -86,6 +87,12 @@ bool measureStructures(int repeats)
     all.emplace_back("carbon", make_unique<znRTCarbon3DStructure>(
                                    make_unique<znRTCarbon2x2Texture>(), 1.0f, 0.1f));
 
+    // Those with depth shift their coordinates first.
+    all.emplace_back("parallax", make_unique<znRTParallaxMappingTexture>(image, nullptr, heights,
+                                                                         0.1f, false, 0.05f));
+    all.emplace_back("parallax occlusion", make_unique<znRTParallaxOcclusionTexture>(
+                                               image, nullptr, heights, 0.1f, false, 0.05f, 32));
+
     const std::vector<znRTDifferentialGeometry> hits = makeHits();
     const znFloatType<2> mask = znFloatType<2>::allLanes();
     bool isRight = true;
@@ -95,8 +102,18 @@ bool measureStructures(int repeats)
         for (int i = 0; i < repeats; ++i) {
             znFloatType<2> sum(0.0f);
             const double start = seconds();
-            for (const znRTDifferentialGeometry& dg : hits)
+            for (const znRTDifferentialGeometry& hit : hits) {
+                if (!structure->is(shiftsCoordinates)) {
+                    sum += structure->getNormalAt(hit, mask).getSquareLength();
+                    continue;
+                }
+                // About 45 degrees from the normal.
+                znRTDifferentialGeometry dg = hit;
+                const znRTRayDifferentialPacket ray(znRTRayPacket(
+                    dg.position, (dg.dPdu * 0.7f - dg.shadingNormal).getNormalized()));
+                structure->shiftCoordinates(ray, dg, mask);
                 sum += structure->getNormalAt(dg, mask).getSquareLength();
+            }
             costs.push_back((seconds() - start) * 1e9 / packets);
             squares = (double(sum[0]) + double(sum[1]) + double(sum[2]) + double(sum[3])) /
                       (4.0 * packets);

@@ -3,7 +3,8 @@
 // One line of JSON per case; rates are millions of places a second, the median of the repeats.
 //
 //   textures [REPEATS]
-//   textures frame [REPEATS]   whole frames instead, see texturedFrames.h
+//   textures frame [REPEATS]       whole frames instead, see texturedFrames.h
+//   textures structures [REPEATS]  normals by structures alone, see structures.h
 
 #include "texturedFrames.h"
 
@@ -183,6 +184,8 @@ int main(int argc, char** argv)
         std::cout << measureTexturedFrames(repeats).dump() << '\n';
         return 0;
     }
+    if (argc > 1 && std::strcmp(argv[1], "structures") == 0)
+        return measureStructures(argc > 2 ? std::max(1, std::atoi(argv[2])) : 9) ? 0 : 1;
     const int repeats = argc > 1 ? std::max(1, std::atoi(argv[1])) : 9;
     bool agrees = true;
     const std::pair<int, const char*> types[] = {{Sampler::typeRGBA8, "rgba8"},

@@ -277,6 +277,49 @@ TEST(TriplanarBump, LeansAsItsHeightsDoOnAllSides)
     EXPECT_GT(bent, 60);
 }
 
+// Around a ball, over all its sides: from step to step the normal turns by little more than the
+// ball itself, which turns by 0.0009, and the image, whose slopes change by less than 4 over 1.
+TEST(TriplanarBump, HasNoSeamsOnABall)
+{
+    constexpr int size = 64;
+    znRTSampler2D image;
+    fill(image, size, size, [](int x, int y) {
+        const float turn = 6.2831853f / float(size);
+        return grey(0.5f + 0.2f * std::sin(turn * float(x)) * std::cos(turn * float(y)));
+    });
+    znRTTriplanarTextureAttributes axes;
+    znRTTextureAttributes lies;
+    lies.setMappingType(znRTTextureAttributes::mappingTriplanar);
+    lies.mapping = &axes;
+    const znRTTriplanarBumpTexture bump(image, &lies, heights, 0.1f);
+    znRTDataBlockPacket data(1.0f);
+    data.hasNodeTransforms = 0;
+    data.dg = plane(inAllLanes(0.0f, 0.0f));
+    const auto normalAt = [&](float turn) {
+        const F t(turn);
+        F s, c;
+        sincos(t * 6.2831853f, s, c);
+        const F lift(-0.6f, 0.1f, 0.5f, 2.0f);
+        data.dg.shadingNormal = data.dg.geometricNormal =
+            znRTVector3fPacket(c, s, lift * c * s + 0.2f).getNormalized();
+        data.dg.position = data.dg.shadingNormal;
+        return bump.getNormal(slanted(0.0f), data, allLanes);
+    };
+    constexpr int steps = 7000;
+    znRTVector3fPacket before = normalAt(0.0f);
+    F most(0.0f), farthest(0.0f);
+    for (int i = 1; i <= steps; ++i) {
+        const znRTVector3fPacket now = normalAt(float(i) / float(steps));
+        most = maximum(most, (now - before).getLength());
+        farthest = maximum(farthest, (now - data.dg.shadingNormal).getLength());
+        before = now;
+    }
+    for (int lane = 0; lane < 4; ++lane) {
+        EXPECT_LT(most[lane], 0.02f) << lane;
+        EXPECT_GT(farthest[lane], 0.08f) << lane;
+    }
+}
+
 TEST(ComputedStructure, GivesUnitNormalsOnTheViewersSide)
 {
     std::mt19937 engine(1);
