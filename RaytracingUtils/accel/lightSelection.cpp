@@ -7,6 +7,7 @@
 #include "light/znRTLight.h"
 #include "light/znRTLightBVH.h"
 #include "light/znRTLightPortalNode.h"
+#include "light/znRTPortalGuide.h"
 
 #include <algorithm>
 
@@ -64,9 +65,13 @@ void znRTAccelerator::listPortals()
     lightPortals.size = 0;
     lightPortals.reserve(portals.size(), false);
     std::vector<float> powers;
+    std::vector<znRTPortalOpening> openings;
     for (const auto& portal : portals) {
         lightPortals[lightPortals.size++] = portal.get();
         powers.push_back(portal->getPower());
+        const auto& own = portal->getOpenings();
+        openings.insert(openings.end(), own.begin(), own.end());
     }
+    portalGuide->set(std::move(openings));
     lightPortalDistribution.setFunction(powers.data(), int(powers.size()), nullptr, nullptr);
 }

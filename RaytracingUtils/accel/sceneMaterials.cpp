@@ -135,8 +135,10 @@ bool znRTAccelerator::updateMaterial(const osg::MaterialPtr& material, unsigned 
         return false;
     const int visibility = known->getVisibility(), sideness = known->getSideness();
     const bool transparent = known->isTransparent();
+    const bool isPortal = known->getPhotonImportance() > 0.0f;
     known->update();
-    if (visibility != known->getVisibility() || transparent != known->isTransparent())
+    if (visibility != known->getVisibility() || transparent != known->isTransparent() ||
+        isPortal != (known->getPhotonImportance() > 0.0f))
         flags |= znMaterialVisibilityChanged;
     if (sideness != known->getSideness())
         flags |= znMaterialSidenessChanged;

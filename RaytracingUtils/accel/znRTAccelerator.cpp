@@ -11,6 +11,7 @@
 #include "light/znRTInfiniteAreaLight.h"
 #include "light/znRTLightBVH.h"
 #include "light/znRTLightPortalNode.h"
+#include "light/znRTPortalGuide.h"
 #include "material/znRTMaterial.h"
 #include "render/znRTRenderUtils.h"
 
@@ -50,7 +51,8 @@ void makeHomogeneous(osg::Surface& surface)
 
 znRTAccelerator::znRTAccelerator()
     : sceneLights(std::make_unique<znRTSceneLights>()), lamps(std::make_unique<znRTSceneLamps>()),
-      lightHierarchy(std::make_unique<znRTLightBVH>())
+      lightHierarchy(std::make_unique<znRTLightBVH>()),
+      portalGuide(std::make_unique<znRTPortalGuide>())
 {
 }
 
@@ -83,6 +85,7 @@ void znRTAccelerator::clear()
     lensFlares.clear();
     lightPortals.clear();
     portals.clear();
+    portalGuide->clear();
     clippingShapesByNode.clear();
     clippingShapes.clear();
     participatingMedia.clear();

@@ -33,6 +33,7 @@ class znRTLensFlare;
 class znRTLight;
 class znRTLightBVH;
 class znRTLightPortalNode;
+class znRTPortalGuide;
 class znRTMaterial;
 class znRTParticipatingMedia;
 class znRTRayDifferentialPacket;
@@ -206,6 +207,8 @@ public:
     const znRTLightBVH& getLightHierarchy() const { return *lightHierarchy; }
     /// Over getLightPortals, as they were at the last updateLightPortals.
     const znDistribution1D& getLightPortalDistribution() const { return lightPortalDistribution; }
+    /// The openings of all portals, for directions through them.
+    const znRTPortalGuide& getPortalGuide() const { return *portalGuide; }
     const znDynArray<znRTClippingShape*>& getClippingShapes() const { return clippingShapes; }
     const znDynArray<znRTParticipatingMedia*>& getParticipatingMedia() const
     {
@@ -262,6 +265,7 @@ protected:
     std::unique_ptr<znRTLightBVH> lightHierarchy;
     bool hierarchyIsCurrent = false; ///< it was built from the present list
     std::vector<std::unique_ptr<znRTLightPortalNode>> portals; ///< owner of lightPortals
+    std::unique_ptr<znRTPortalGuide> portalGuide;
     znDynArray<znRTLensFlare*> lensFlares;
     znDynArray<znRTLightPortalNode*> lightPortals;
     std::map<u32, znRTClippingShape*> clippingShapesByNode;

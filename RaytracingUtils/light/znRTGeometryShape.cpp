@@ -3,11 +3,10 @@
 #include "accel/znRTIntersector.h"
 #include "core/znRTHitInfoPacket.h"
 #include "core/znRTRayPacket.h"
-#include "geometry/meshTriangles.h"
-#include "geometry/znRTMesh.h"
 #include "host/znRTTextureSampler.h"
 #include "light/shapeSampling.h"
 #include "light/textureLookup.h"
+#include "light/worldTriangles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -118,36 +117,27 @@ void znRTGeometryShape::chooseBy(const std::vector<float>& areas,
 
 void znRTGeometryShape::readTriangles(const znRTMesh& mesh, std::vector<float>& areas)
 {
-    const osg::Geometry* const geometry = mesh.getGeometry();
-    const float* const positions = mesh.getPositions();
-    if (!geometry || !positions)
-        return;
-    const znMatrix4x4& toWorld = mesh.getToWorldMatrix();
     // The front is that of the triangles as stored, also where the transform mirrors them.
-    const float side =
-        (toWorld.determinant3x3() < 0.0f ? -1.0f : 1.0f) * (sideness == backSide ? -1.0f : 1.0f);
+    const float side = (mesh.getToWorldMatrix().determinant3x3() < 0.0f ? -1.0f : 1.0f) *
+                       (sideness == backSide ? -1.0f : 1.0f);
     const bool hasUV = mesh.hasTextureCoordinates(0);
-    const auto at = [&](u32 vertex) {
-        const float* p = positions + 3 * u64(vertex);
-        return znRTVector3f(p[0], p[1], p[2]).getTransformAsLocation(toWorld);
-    };
-    forEachTriangle(*geometry, [&](u32 a, u32 b, u32 c) {
+    forEachWorldTriangle(mesh, [&](const znRTVector3f(&corners)[3], const u32(&vertices)[3]) {
         Triangle t;
-        t.corner = at(a);
-        t.edge1 = at(b) - t.corner;
-        t.edge2 = at(c) - t.corner;
+        t.corner = corners[0];
+        t.edge1 = corners[1] - t.corner;
+        t.edge2 = corners[2] - t.corner;
         const znRTVector3f across = cross(t.edge1, t.edge2);
         const float length = across.getLength();
         const bool isFlat = length > 0.0f && std::isfinite(length);
         t.normal = isFlat ? across * (side / length) : znRTVector3f(0, 0, 1);
         if (hasUV) {
-            t.uv = mesh.getTextureCoordinate(0, a);
-            t.uvEdge1 = mesh.getTextureCoordinate(0, b) - t.uv;
-            t.uvEdge2 = mesh.getTextureCoordinate(0, c) - t.uv;
+            t.uv = mesh.getTextureCoordinate(0, vertices[0]);
+            t.uvEdge1 = mesh.getTextureCoordinate(0, vertices[1]) - t.uv;
+            t.uvEdge2 = mesh.getTextureCoordinate(0, vertices[2]) - t.uv;
         }
         triangles.push_back(t);
         areas.push_back(isFlat ? 0.5f * length : 0.0f);
-        for (const znRTVector3f& corner : {t.corner, t.corner + t.edge1, t.corner + t.edge2})
+        for (const znRTVector3f& corner : corners)
             worldBox.surround(corner);
     });
 }

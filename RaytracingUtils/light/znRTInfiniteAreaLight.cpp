@@ -6,12 +6,24 @@
 #include "light/parallelLight.h"
 #include "light/znRTInfiniteHemisphereShape.h"
 #include "light/znRTInfiniteSunSkyShape.h"
+#include "light/znRTPortalGuide.h"
 #include "light/znRTUEnvironmentLight.h"
+#include "render/znRTRenderUtils.h"
 
 #include <algorithm>
 #include <limits>
 
 const znRTTypeId znRTInfiniteAreaLight::id("znRTInfiniteAreaLight");
+
+namespace {
+
+/// Share of directions that go through portals, in scenes that have some.
+float guidedShare(bool isEven)
+{
+    return isEven ? 1.0f : 0.5f;
+}
+
+} // namespace
 
 znRTInfiniteAreaLight::znRTInfiniteAreaLight(const osg::MaterialPtr& material)
     : znRTUAreaLight(id, nullptr, nullptr), environmentMaterial(material)
@@ -135,11 +147,63 @@ znRTVector3fPacket znRTInfiniteAreaLight::getGroundSample(const znRTVector2fPack
     return m_isOn ? infiniteShape->sampleOnGround(u, mask) : znRTVector3fPacket(0.0f, 0.0f, 1.0f);
 }
 
-znFloatType<2> znRTInfiniteAreaLight::getPDF(const znRTVector3fPacket&,
+bool znRTInfiniteAreaLight::isDrawnFrom() const
+{
+    return !isEven() || znRTRenderUtils::getPortalGuide();
+}
+
+znRTVector3fPacket znRTInfiniteAreaLight::getGuidedSample(const znRTVector3fPacket& position,
+                                                          const znRTVector2fPacket& u,
+                                                          znFloatType<2>& pdf,
+                                                          znRTVector2fPacket& uv,
+                                                          const znFloatType<2>& mask) const
+{
+    const znRTPortalGuide* const portals = znRTRenderUtils::getPortalGuide();
+    if (!portals || !m_isOn)
+        return getFullSphereSample(u, pdf, uv, mask);
+    // The number that chooses is stretched over the interval it fell into, and serves again.
+    const float share = guidedShare(infiniteShape->isEven());
+    const float others = 1.0f - share;
+    const znFloatType<2> isGuided = u.x <= znFloatType<2>(share);
+    const znFloatType<2> guidedLanes = mask & isGuided, otherLanes = andNot(isGuided, mask);
+    znRTVector3fPacket through;
+    const znFloatType<2> throughPdf =
+        portals->sample(position, {clamp01(u.x * (1.0f / share)), u.y}, guidedLanes, through);
+    if (others <= 0.0f) {
+        pdf = throughPdf;
+        uv = infiniteShape->getCoordinates(through);
+        return through;
+    }
+    const znFloatType<2> rest = clamp01((u.x - share) * (1.0f / others));
+    znRTVector3fPacket direction = getFullSphereSample({rest, u.y}, pdf, uv, otherLanes);
+    direction.setMasked(through, guidedLanes);
+    uv.setMasked(infiniteShape->getCoordinates(through), guidedLanes);
+    const znFloatType<2> bySky = select(guidedLanes, infiniteShape->pdf(through, guidedLanes), pdf);
+    const znFloatType<2> byPortals =
+        select(guidedLanes, throughPdf, portals->pdf(position, direction, otherLanes));
+    const znFloatType<2> isDrawn = select(guidedLanes, throughPdf, pdf) > znFloatType<2>(0.0f);
+    pdf = (byPortals * share + bySky * others) & isDrawn & mask;
+    return direction;
+}
+
+znFloatType<2> znRTInfiniteAreaLight::getPDF(const znRTVector3fPacket& position,
                                              const znRTVector3fPacket& direction,
                                              const znFloatType<2>& mask) const
 {
-    return m_isOn ? infiniteShape->pdf(direction, mask) : znFloatType<2>(0.0f);
+    return m_isOn ? withPortals(infiniteShape->pdf(direction, mask), position, direction, mask)
+                  : znFloatType<2>(0.0f);
+}
+
+znFloatType<2> znRTInfiniteAreaLight::withPortals(const znFloatType<2>& skyPdf,
+                                                  const znRTVector3fPacket& position,
+                                                  const znRTVector3fPacket& direction,
+                                                  const znFloatType<2>& mask) const
+{
+    const znRTPortalGuide* const portals = znRTRenderUtils::getPortalGuide();
+    if (!portals)
+        return skyPdf;
+    const float share = guidedShare(infiniteShape->isEven());
+    return portals->pdf(position, direction, mask) * share + skyPdf * (1.0f - share);
 }
 
 float znRTInfiniteAreaLight::getPDF(const znRTVector3f& position, const znRTVector3f&,
@@ -181,13 +245,17 @@ znRTColorPacket znRTInfiniteAreaLight::getIntensity(const znRTVector3fPacket& po
     return getIntensity(position, direction, uv, mask);
 }
 
-znRTColorPacket znRTInfiniteAreaLight::getIntensity(const znRTVector3fPacket&,
+znRTColorPacket znRTInfiniteAreaLight::getIntensity(const znRTVector3fPacket& position,
                                                     const znRTVector3fPacket& direction,
                                                     const znFloatType<2>& mask,
                                                     znFloatType<2>& pdf) const
 {
     pdf = 0.0f;
-    return m_isOn ? infiniteShape->evaluateWithPdf(direction, mask, pdf) : znRTColorPacket(0.0f);
+    if (!m_isOn)
+        return znRTColorPacket(0.0f);
+    const znRTColorPacket radiance = infiniteShape->evaluateWithPdf(direction, mask, pdf);
+    pdf = withPortals(pdf, position, direction, mask);
+    return radiance;
 }
 
 znRTColorPacket znRTInfiniteAreaLight::getDrawnIntensity(const znRTVector3fPacket& direction,
@@ -258,7 +326,7 @@ znFloatType<2> znRTInfiniteAreaLight::getPointOnLightAndPdf(const znRTVector3fPa
 {
     constexpr float radii = 1e4f; // parallel as seen from inside the scene
     znFloatType<2> pdf;
-    const znRTVector3fPacket toLight = getFullSphereSample(u, pdf, point.uv, mask);
+    const znRTVector3fPacket toLight = getGuidedSample(origin, u, pdf, point.uv, mask);
     const float distance = std::max(parallelLight::getTarget().radius, 1.0f) * radii;
     point.position = origin + toLight * znFloatType<2>(distance);
     point.normal = -toLight;

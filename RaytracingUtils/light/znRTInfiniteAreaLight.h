@@ -5,6 +5,9 @@
 //
 // Directions point towards the environment, in world space. Radiance is absolute: the colours of
 // the light are white, its intensity carries everything.
+//
+// In a scene with light portals, what is drawn for a position goes through their openings half of
+// the time, and for an even environment always: lobes find what comes in elsewhere.
 
 #include "core/znDynArray.h"
 #include "light/znRTInfiniteBaseShape.h"
@@ -52,7 +55,7 @@ public:
     znFloatType<2> cullLight(const znRTVector3fPacket& position, const znRTVector3fPacket& normal,
                              const znFloatType<2>& mask) const override;
     znFloatType<2> getDistance(const znRTVector3fPacket& position) const override;
-    /// A point far outside of the scene in a direction drawn from the full sphere.
+    /// A point far outside of the scene in a direction drawn for the origin.
     znFloatType<2> getPointOnLightAndPdf(const znRTVector3fPacket& origin,
                                          const znRTVector3fPacket& normal,
                                          const znRTVector2fPacket& u, const znFloatType<2>& mask,
@@ -86,7 +89,12 @@ public:
     {
         return m_isOn ? infiniteShape->getGroundIrradiance() : 0.0f;
     }
-    /// Draws a direction from the full sphere, whose density getPDF answers.
+    /// Draws a direction for an illuminated position, whose density getPDF answers.
+    /// @param uv  out: its place in the image, for getDrawnIntensity
+    znRTVector3fPacket getGuidedSample(const znRTVector3fPacket& position,
+                                       const znRTVector2fPacket& u, znFloatType<2>& pdf,
+                                       znRTVector2fPacket& uv, const znFloatType<2>& mask) const;
+    /// Draws a direction from the full sphere by the light alone, wherever it is to shine.
     /// @param uv  out: its place in the image, for getIntensity
     znRTVector3fPacket getFullSphereSample(const znRTVector2fPacket& u, znFloatType<2>& pdf,
                                            znRTVector2fPacket& uv,
@@ -95,11 +103,11 @@ public:
     znRTVector3fPacket getLocalLightDir(const znRTVector3fPacket& direction) const;
     /// Radiance at a place in the image.
     znRTColorPacket getIntensity(const znRTVector2fPacket& uv, const znFloatType<2>& mask) const;
-    /// Radiance from a direction with the density of drawing it.
+    /// Radiance from a direction with the density of drawing it for the position.
     znRTColorPacket getIntensity(const znRTVector3fPacket& position,
                                  const znRTVector3fPacket& direction, const znFloatType<2>& mask,
                                  znFloatType<2>& pdf) const;
-    /// Radiance of a direction that getFullSphereSample has drawn, from its place in the image.
+    /// Radiance of a direction that was drawn, from its place in the image.
     znRTColorPacket getDrawnIntensity(const znRTVector3fPacket& direction,
                                       const znRTVector2fPacket& uv,
                                       const znFloatType<2>& mask) const;
@@ -118,6 +126,9 @@ public:
     void makeFiltered();
     /// Whether about the same light comes from everywhere: no directions to draw by.
     bool isEven() const { return m_isOn && infiniteShape->isEven(); }
+    /// Whether directions are drawn by the light besides those that lobes draw: of an even one only
+    /// through portals.
+    bool isDrawnFrom() const;
     /// Lights that were taken out of the environment; empty unless it is set to use them.
     const znDynArray<znRTLight*>& getEnvironmentLights() const { return lights; }
 
@@ -126,6 +137,10 @@ public:
 
 private:
     void updateLights();
+    /// Density of drawing a direction for a position, from that by the light alone.
+    znFloatType<2> withPortals(const znFloatType<2>& skyPdf, const znRTVector3fPacket& position,
+                               const znRTVector3fPacket& direction,
+                               const znFloatType<2>& mask) const;
     /// The form that the material asks for, as before where it fits.
     void chooseShape();
 

@@ -1,16 +1,21 @@
 #include "light/znRTLightPortalNode.h"
 
-#include "geometry/znRTGeometryNode.h"
+#include "geometry/znRTMesh.h"
 #include "material/znRTMaterial.h"
 
-#include <algorithm>
+znRTLightPortalNode::znRTLightPortalNode(znRTGeometryNode* newGeometryNode)
+    : geometryNode(newGeometryNode)
+{
+    const znRTMaterial* const material = geometryNode->getActiveMaterial();
+    if (material && geometryNode->isOfType(znRTMesh::id))
+        openings = findOpenings(static_cast<const znRTMesh&>(*geometryNode),
+                                material->getPhotonImportance());
+}
 
 float znRTLightPortalNode::getPower() const
 {
-    const znRTMaterial* const material = geometryNode->getActiveMaterial();
-    const znRTBoundingBox& box = geometryNode->getWorldVolume();
-    if (!material || !(box.xmin <= box.xmax))
-        return 0.0f;
-    const float x = box.xmax - box.xmin, y = box.ymax - box.ymin, z = box.zmax - box.zmin;
-    return material->getPhotonImportance() * (x * y + y * z + z * x);
+    float power = 0.0f;
+    for (const znRTPortalOpening& opening : openings)
+        power += opening.strength * opening.getArea();
+    return power;
 }

@@ -57,7 +57,8 @@ public:
     {
         znFloatType<2> lightPdf;
         znRTVector2fPacket uv;
-        const znRTVector3fPacket wi = light.getFullSphereSample(u, lightPdf, uv, hit.mask);
+        const znRTVector3fPacket wi =
+            light.getGuidedSample(hit.dg.position, u, lightPdf, uv, hit.mask);
         const znFloatType<2> lanes = hit.mask & (lightPdf > znFloatType<2>(0.0f));
         if (!anyLane(lanes))
             return;
@@ -78,7 +79,8 @@ public:
     {
         znFloatType<2> lightPdf;
         znRTVector2fPacket uv;
-        const znRTVector3fPacket wi = light.getFullSphereSample(u, lightPdf, uv, hit.mask);
+        const znRTVector3fPacket wi =
+            light.getGuidedSample(hit.dg.position, u, lightPdf, uv, hit.mask);
         const znFloatType<2> lanes = hit.mask & (lightPdf > znFloatType<2>(0.0f));
         const znFloatType<2> density = lightPdf * float(plan.skySamples());
         const auto reflected = [&](znRTLobeKind kind, const znFloatType<2>& rays) {
@@ -188,11 +190,11 @@ void sampleEnvironment(const znRTLitHit& hit, const znRTInfiniteAreaLight& light
         return;
     }
     // Points that light comes from by way of a ray are many: each is a part of a mean.
-    const bool isSeen = hit.state.counterC == 0, isEven = light.isEven();
+    const bool isSeen = hit.state.counterC == 0, isDrawnFrom = light.isDrawnFrom();
     const int samples = isSeen ? int(light.getNumSamples()) : 1;
     estimate.takeTechniques();
     for (int i = 0; i < samples; ++i) {
-        if (!isEven)
+        if (isDrawnFrom)
             estimate.addFromLight(
                 drawPair(hit.state, RandomDecision::environment, samples, i, lanes));
         const znRTVector2fPacket u =

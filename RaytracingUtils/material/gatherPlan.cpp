@@ -28,7 +28,7 @@ const znRTInfiniteAreaLight* skyOf(const znRTLitHit& hit, int samples)
 
 int znRTGatherPlan::skySamples() const
 {
-    if (!sky || sky->isEven())
+    if (!sky || !sky->isDrawnFrom())
         return 0;
     return choosesKind ? 1 : int(sky->getNumSamples());
 }

@@ -9,6 +9,7 @@
 #include "material/znRTDummyMaterial.h"
 #include "material/znRTGlassMaterial.h"
 #include "material/znRTLightMaterial.h"
+#include "material/znRTLightPortalMaterial.h"
 #include "material/znRTPhongMaterial.h"
 #include "material/znRTPlainMaterial.h"
 #include "material/znRTPlasticMaterial.h"
@@ -104,7 +105,7 @@ const MaterialRow materialTable[] = {
     substituted<osg::UGlowMaterial, Dummy>("znRTGlowMaterial"),
     substituted<osg::UXrayMaterial, Plain>("znRTXRayMaterial"),
     row<osg::UVolumeScatterMaterial, znRTVolumeScatterMaterial>(),
-    substituted<osg::ULightPortalMaterial, Dummy>("znRTLightPortalMaterial"),
+    row<osg::ULightPortalMaterial, znRTLightPortalMaterial>(),
     row<osg::USkylightMaterial, znRTSkylightMaterial>(),
     row<osg::USphereEnvironmentMaterial, znRTSphereEnvironmentMaterial>(),
     substituted<osg::ULayeredMaterial, Dummy>("znRTLayeredMaterial"),

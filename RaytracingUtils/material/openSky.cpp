@@ -81,7 +81,7 @@ znRTColorPacket radianceWithPdf(const znRTInfiniteAreaLight& sky,
                                 znFloatType<2>& pdf)
 {
     pdf = 0.0f;
-    if (sky.isEven())
+    if (!sky.isDrawnFrom())
         return sky.getIntensity(position, direction, znRTVector2fPacket(0.0f, 0.0f), mask);
     return sky.getIntensity(position, direction, mask, pdf);
 }

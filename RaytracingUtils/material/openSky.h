@@ -17,7 +17,7 @@ znRTColorPacket meetSurfaces(const znRTLitHit& hit, const znRTInfiniteAreaLight&
                              znRTRayDifferentialPacket& rays, const znFloatType<2>& mask,
                              znRTDataBlockPacket& block);
 /// Radiance of an environment, and the density with which directions are drawn by its light.
-/// @param pdf  out: 0 for an even environment, whose light no directions are drawn by
+/// @param pdf  out: 0 for an environment that no directions are drawn from
 znRTColorPacket radianceWithPdf(const znRTInfiniteAreaLight& sky,
                                 const znRTVector3fPacket& position,
                                 const znRTVector3fPacket& direction, const znFloatType<2>& mask,

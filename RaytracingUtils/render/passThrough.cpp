@@ -121,7 +121,7 @@ void composeBehind(const znRTRayDifferentialPacket& ray, const znRTDataBlockPack
 
         Fragment layer;
         const znRTShadingState layerState(state, 0, state.counterB + (i + 1) * decisionsPerDepth,
-                                          state.counterC, state.counterD);
+                                          state.counterC, state.counterD + i + 1);
         composed.blendFragment(layer, shadeHits(child, behind, layer, layerState) & active);
         active &= composed.colour.a > znFloatType<2>(leastTransmittance);
         moveBehind(child, behind.position(), behind.geometricNormal(), behind.hit.t, active);

@@ -30,6 +30,7 @@ class znRTLensFlare;
 class znRTLight;
 class znRTLightBVH;
 class znRTLightPortalNode;
+class znRTPortalGuide;
 class znRTMaterial;
 class znRTNode;
 class znRTParticipatingMedia;
@@ -193,6 +194,8 @@ public:
     static const znDistribution1D* getLightDistribution();
     static const znDistribution1D* getLightDistributionWithEnv();
     static const znDistribution1D* getLightPortalDistribution();
+    /// Null without openings.
+    static const znRTPortalGuide* getPortalGuide();
     static znRTLight* getEnvironmentLight();
     /// Null without fog.
     static znRTParticipatingMedia* getAtmosphere() { return s_atmosphere; }

@@ -5,6 +5,7 @@
 #include "camera/znRTScenePlate.h"
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRaytracerP.h"
+#include "light/znRTPortalGuide.h"
 #include "render/znRTRenderUtils.h"
 
 namespace {
@@ -131,6 +132,13 @@ const znDistribution1D* znRTRenderUtils::getLightDistributionWithEnv()
 const znDistribution1D* znRTRenderUtils::getLightPortalDistribution()
 {
     return s_currentAccelerator ? &s_currentAccelerator->getLightPortalDistribution() : nullptr;
+}
+
+const znRTPortalGuide* znRTRenderUtils::getPortalGuide()
+{
+    if (!s_currentAccelerator || s_currentAccelerator->getPortalGuide().isEmpty())
+        return nullptr;
+    return &s_currentAccelerator->getPortalGuide();
 }
 
 znRTLight* znRTRenderUtils::getEnvironmentLight()

@@ -8,6 +8,7 @@
 #include "material/znRTDummyMaterial.h"
 #include "material/znRTGlassMaterial.h"
 #include "material/znRTLightMaterial.h"
+#include "material/znRTLightPortalMaterial.h"
 #include "material/znRTPhongMaterial.h"
 #include "material/znRTPlainMaterial.h"
 #include "material/znRTPlasticMaterial.h"
@@ -53,6 +54,7 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
                         {"UChromeMaterial", znRTChromeMaterial::id},
                         {"UGlassMaterial", znRTGlassMaterial::id},
                         {"ULightMaterial", znRTLightMaterial::id},
+                        {"ULightPortalMaterial", znRTLightPortalMaterial::id},
                         {"UVolumeScatterMaterial", znRTVolumeScatterMaterial::id},
                         {"USphereEnvironmentMaterial", znRTSphereEnvironmentMaterial::id},
                         {"UShadowMaterial", znRTShadowMaterial::id},
@@ -90,8 +92,8 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
         EXPECT_TRUE(shading->isOfType(row.shading)) << row.host;
         EXPECT_EQ(shading->getHostMaterial(), host.get());
     }
-    for (const char* name : {"UGlowMaterial", "ULightPortalMaterial", "ULayeredMaterial",
-                             "UXRiteMeasuredMaterial", "MultiPassMaterial"}) {
+    for (const char* name :
+         {"UGlowMaterial", "ULayeredMaterial", "UXRiteMeasuredMaterial", "MultiPassMaterial"}) {
         const osg::Ref<osg::Material> host(make(name));
         ASSERT_TRUE(host.get()) << name;
         EXPECT_TRUE(scene.scene->createMaterial(host.get())->isOfType(znRTDummyMaterial::id))
