@@ -8,6 +8,7 @@
 #include "host/znColor.h"
 #include "io/sceneImage.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -39,6 +40,23 @@ osg::Ref<osg::Node> makeNode(const char* name, const std::vector<osg::Vec3f>& po
     geometry->setLengths({u32(indices.size())});
     geometry->setMaterial(material);
     return osg::Node::create(geometry.get(), name);
+}
+
+/// Share of sunlight of three wavelengths that comes through clear air. A. J. Preetham,
+/// P. Shirley, B. Smits, "A Practical Analytic Model for Daylight", SIGGRAPH 1999, A.1: Rayleigh
+/// and Angstroem scattering at turbidity 3 over the optical mass of F. Kasten, without ozone.
+osg::Vec3f throughAir(float elevation)
+{
+    constexpr double wavelengths[3] = {0.615, 0.535, 0.465}; // micrometres
+    constexpr double haze = 0.04608 * 3.0 - 0.04586;
+    const double height = std::max(double(elevation), 0.0); // degrees
+    const double mass = 1.0 / (std::sin(height * std::numbers::pi / 180.0) +
+                               0.15 * std::pow(height + 3.885, -1.253));
+    osg::Vec3f share;
+    for (int i = 0; i < 3; ++i)
+        share[i] = float(std::exp(-mass * (0.008735 * std::pow(wavelengths[i], -4.08) +
+                                           haze * std::pow(wavelengths[i], -1.3))));
+    return share;
 }
 
 /// Luminance of the surface of a lamp, cd/m2. Screens, signs and unlit pictures stay below.
@@ -94,6 +112,10 @@ osg::Ref<osg::USkylightMaterial> makeSky(float azimuth, float elevation)
     sky->setUseSunDirection(true);
     sky->setSunDirection({level * std::sin(azimuth * radians), level * std::cos(azimuth * radians),
                           std::sin(elevation * radians)});
+    // White at the elevation that skies have when nobody asks; redder and weaker below.
+    constexpr float whiteElevation = 40.0f;
+    const osg::Vec3f white = throughAir(whiteElevation), now = throughAir(elevation);
+    sky->setSunColor({now[0] / white[0], now[1] / white[1], now[2] / white[2]});
     osg::setName(sky.get(), "sky");
     return sky;
 }

@@ -65,6 +65,30 @@ SkyModel::SkyModel(float turbidity, const znRTVector3f& sunDirection)
     y.zenith = zenithChromaticity(zenithY, t, sunTheta);
 }
 
+float SkyModel::getTwilightShare(float sunHeight)
+{
+    // Decadic logarithm of the illuminance in lux, powers of the altitude over 90 degrees.
+    struct Row
+    {
+        double lowest; ///< altitude from which on it holds, degrees
+        double coefficients[4];
+    };
+    constexpr Row rows[] = {{-5.0, {2.88, 21.81, -258.11, -858.36}},
+                            {-12.0, {2.70, 12.17, -431.69, -1899.83}},
+                            {-18.0, {13.84, 262.72, 1447.42, 2797.93}}};
+    if (!(sunHeight < 0.0f))
+        return 1.0f;
+    const double altitude = std::max(
+        std::asin(std::max(double(sunHeight), -1.0)) * 180.0 / std::numbers::pi, rows[2].lowest);
+    const Row* row = rows;
+    while (altitude < row->lowest)
+        ++row;
+    const double x = altitude / 90.0;
+    const auto& c = row->coefficients;
+    const double atHorizon = rows[0].coefficients[0];
+    return float(std::pow(10.0, c[0] + x * (c[1] + x * (c[2] + x * c[3])) - atHorizon));
+}
+
 znRTColor SkyModel::getRadiance(const znRTVector3f& direction) const
 {
     const double cosTheta = std::max(double(direction.z), leastCosine);

@@ -20,6 +20,12 @@ public:
     /// the gamut are 0. Below the horizon: as at the horizon.
     znRTColor getRadiance(const znRTVector3f& direction) const;
 
+    /// Share of the sky's light on the ground that is left when the sun is below the horizon, 1
+    /// above it. P. K. Seidelmann (ed.), "Explanatory Supplement to the Astronomical Almanac",
+    /// 1992, 9.4: illuminance by the sun's altitude, over that at 0 degrees.
+    /// @param sunHeight  sine of the altitude
+    static float getTwilightShare(float sunHeight);
+
 private:
     /// One quantity: its value at the zenith, and five coefficients of its distribution.
     struct Channel

@@ -6,6 +6,7 @@
 #include "host/znRTEnvironmentImages.h"
 #include "light/directionMaps.h"
 #include "light/skyModel.h"
+#include "texture/znRTTextureFunctions.h"
 
 #include <algorithm>
 #include <cmath>
@@ -58,6 +59,17 @@ SkyRow skyRow(int row)
     return {float(std::cos(theta)), std::max(std::cos(theta), 0.0) * area};
 }
 
+/// Share of the sun's disk above the horizon: of a circle, the part above a line.
+/// @param height  sine of the altitude of its middle
+float shareAboveHorizon(float height, float sunScale)
+{
+    const double radius = std::sin(std::atan(double(sunScale) * 0.6957 / 149.6));
+    if (!(std::abs(double(height)) < radius))
+        return height > 0.0f ? 1.0f : 0.0f;
+    const double x = height / radius;
+    return float((std::acos(-x) + x * std::sqrt(1.0 - x * x)) / std::numbers::pi);
+}
+
 znRTVector3f directionOf(int column, int row)
 {
     return znRTEnvironmentImages::toDirection((float(column) + 0.5f) / float(skyWidth),
@@ -80,10 +92,11 @@ void znRTInfiniteSunSkyShape::makeSky(const SkySettings& newSettings)
             onFloor += double(luminanceOf(texel)) * row.cosineArea;
         }
     }
-    const float toUnit =
-        onFloor > 0.0 ? settings.skyIntensity * float(std::numbers::pi / onFloor) : 0.0f;
+    const float intensity =
+        settings.skyIntensity * SkyModel::getTwilightShare(settings.sunDirection.z);
+    const float toUnit = onFloor > 0.0 ? intensity * float(std::numbers::pi / onFloor) : 0.0f;
     const auto ground = [&](int i) {
-        return settings.groundColor[i] * (settings.skyIntensity + settings.sunOnGround[i]);
+        return settings.groundColor[i] * (intensity + settings.sunOnGround[i]);
     };
     const znRTColor groundRadiance(ground(0), ground(1), ground(2), 1.0f);
     const float blur = std::max(0.5f * settings.horizonBlur, 1e-6f);
@@ -116,25 +129,26 @@ bool znRTInfiniteSunSkyShape::setAttributes(const osg::MaterialPtr& material)
     if (record.saturation != 1.0f)
         sun = saturated(sun, record.saturation);
     // The ground hides a sun below the horizon.
-    const float height = std::max(record.sunDirection.getNormalized().z, 0.0f);
-    if (height == 0.0f)
-        sun = {0.0f, 0.0f, 0.0f, 1.0f};
+    const znRTVector3f direction = record.sunDirection.getNormalized();
+    sun = scaled(sun, shareAboveHorizon(direction.z, record.sunScale));
 
-    const float onGround =
-        s_sunSolidAngle * record.sunScale * record.sunScale * height * lobeMath::invPi;
+    const float onGround = s_sunSolidAngle * record.sunScale * record.sunScale *
+                           std::max(direction.z, 0.0f) * lobeMath::invPi;
     const SkySettings wanted{record.turbidity,
                              record.skyIntensity,
                              record.horizonBlur,
                              record.groundColor,
                              {sun.r * onGround, sun.g * onGround, sun.b * onGround},
-                             record.sunDirection};
+                             direction};
     const bool isNew = !hasSky || !(wanted == settings);
     if (isNew)
         makeSky(wanted);
     const znRTVector4f mean = skyImage.calculateSphereAverage();
-    if (!sky.setImage(hasSky ? &skyImage : nullptr, {mean.x, mean.y, mean.z, 1.0f}, record, isNew))
+    znRTEnvironmentAttributes shown = record;
+    shown.intensity *= znRTTextureFunctions::s_exposureScale;
+    if (!sky.setImage(hasSky ? &skyImage : nullptr, {mean.x, mean.y, mean.z, 1.0f}, shown, isNew))
         return false;
-    setSun(sky.toRadiance(sun), record.sunDirection, record.sunScale);
+    setSun(sky.toRadiance(sun), direction, record.sunScale);
     return true;
 }
 

@@ -4,7 +4,8 @@
 // model; the sun is drawn and looked up on its own, since no texel is as small.
 //
 // Levels: a white floor under a sky of intensity 1 shows 1 without the sun. A sun of brightness 1
-// brings to a surface that faces it five times that, as on a clear day about noon.
+// brings to a surface that faces it five times that, as on a clear day about noon. Below the
+// horizon the sun is gone, and the sky fades as twilight does.
 
 #include "host/znRTTextureSampler.h"
 #include "light/znRTInfiniteHemisphereShape.h"

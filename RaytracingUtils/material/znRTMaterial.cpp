@@ -146,7 +146,14 @@ bool znRTMaterial::updateStaticSettings()
 {
     const int renderer = znRTRaytracingSettings::s_renderer;
     const unsigned depth = unsigned(std::clamp(znRTRaytracingSettings::reflectionDepth(), 0, 100));
-    const bool changed = renderer != s_renderer || depth != s_maxReflectionDepth;
+    // With luminance mapping pictures hold cd/m2, as lamps do: skies and ambient light, which count
+    // from white, are brought to the luminance of the display's white.
+    const float exposureScale = znRTRaytracingSettings::s_sim2LuminanceMapping
+                                    ? znRTRaytracingSettings::s_displayLuminance
+                                    : 1.0f;
+    const bool changed = renderer != s_renderer || depth != s_maxReflectionDepth ||
+                         exposureScale != znRTTextureFunctions::s_exposureScale;
+    znRTTextureFunctions::s_exposureScale = exposureScale;
     s_renderer = renderer;
     s_maxReflectionDepth = depth;
     znRTTextureFunctions::s_useHighQualityTextureFiltering =

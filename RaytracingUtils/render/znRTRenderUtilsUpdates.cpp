@@ -38,8 +38,9 @@ constexpr u32 treeChanges = znChangeNodesCreated | znChangeTransforms | znChange
                             znChangeEnvironment | znChangeClipping;
 
 /// Changes after which another environment may be in force: it comes with an object's material.
-constexpr u32 environmentChanges =
-    znChangeNodesCreated | znChangeMaterialAssignment | znChangeMaterials | znChangeEnvironment;
+constexpr u32 environmentChanges = znChangeNodesCreated | znChangeMaterialAssignment |
+                                   znChangeMaterials | znChangeEnvironment |
+                                   znChangeSettings; // how many samples it takes
 
 /// Takes over settings and attachments.
 /// @return true when materials have to look at the settings again
@@ -133,7 +134,7 @@ void updateFromChangeList(znRTAccelerator& scene, const osg::ChangeList* changeL
     }
 
     const znRTLight* const environmentBefore = znRTMaterial::s_environmentLight;
-    if (rebuildsAll || (changeFlags & environmentChanges))
+    if (rebuildsAll || settingsChanged || (changeFlags & environmentChanges))
         znRTRenderUtils::updateEnvironment();
     const bool hasOtherEnvironment = znRTMaterial::s_environmentLight != environmentBefore;
     if (settingsChanged || hasOtherEnvironment ||

@@ -83,6 +83,25 @@ TEST(Surroundings, AreClosedAndSeenFromInside)
     EXPECT_NEAR(volume, 1000.0, 1e-2);
 }
 
+// Air takes more of the blue light than of the red, and more the longer the way.
+TEST(Surroundings, HaveALowSunThatIsRedAndWeak)
+{
+    const osg::Vec3f usual = surroundings::makeSky(0.0f, 40.0f)->getSunColor();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(usual[i], 1.0f);
+    osg::Vec3f above = surroundings::makeSky(0.0f, 90.0f)->getSunColor();
+    for (const float elevation : {40.0f, 20.0f, 10.0f, 5.0f, 1.0f, 0.0f}) {
+        const osg::Vec3f color = surroundings::makeSky(0.0f, elevation)->getSunColor();
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_GT(color[i], 0.0f) << elevation;
+            EXPECT_LT(color[i], above[i]) << elevation;
+        }
+        EXPECT_LT(color[2] / color[0], above[2] / above[0]) << elevation;
+        EXPECT_LT(color[1] / color[0], above[1] / above[0]) << elevation;
+        above = color;
+    }
+}
+
 TEST(Surroundings, PutTheSunWhereTheAnglesSay)
 {
     const osg::Vec3f east = surroundings::makeSky(90.0f, 0.0f)->getSunDirection();

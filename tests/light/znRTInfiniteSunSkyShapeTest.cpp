@@ -1,6 +1,8 @@
 #include "light/znRTInfiniteSunSkyShape.h"
 
 #include "light/environmentFixture.h"
+#include "light/skyModel.h"
+#include "material/znRTMaterial.h"
 
 #include <bit>
 #include <gtest/gtest.h>
@@ -179,6 +181,74 @@ TEST(SunAndSky, LoseTheSunBelowTheHorizon)
     s.update();
     EXPECT_EQ(s.shape.getSunPower(), 0.0f);
     EXPECT_GT(s.shape.getPower(), 0.0f);
+}
+
+// Usual figures for the ground under a clear sky: 3.4 lx at the end of civil twilight, 0.008 lx
+// of nautical, 0.0006 lx of astronomical, where the sun at the horizon has about 760 lx.
+TEST(SunAndSky, FadeAsTwilightDoes)
+{
+    const auto share = [](double degrees) {
+        return double(SkyModel::getTwilightShare(float(std::sin(degrees * testPi / 180.0))));
+    };
+    EXPECT_EQ(share(30.0), 1.0);
+    EXPECT_EQ(share(0.0), 1.0);
+    EXPECT_NEAR(share(-6.0) * 760.0, 3.4, 0.3);
+    EXPECT_NEAR(share(-12.0) * 760.0, 0.008, 0.001);
+    EXPECT_NEAR(share(-18.0) * 760.0, 0.0006, 0.0001);
+    EXPECT_EQ(share(-18.001), share(-90.0));
+    for (double degrees = 0.0; degrees > -18.0; degrees -= 0.25)
+        EXPECT_LT(share(degrees - 0.25), share(degrees)) << degrees;
+}
+
+TEST(SunAndSky, AreDarkAtNight)
+{
+    Sky s;
+    const float noon = s.shape.getSky().getPower();
+    const auto powerAt = [&](float height) {
+        s.material->setSunDirection({std::sqrt(1.0f - height * height), 0.0f, height});
+        s.update();
+        return s.shape.getPower();
+    };
+    EXPECT_LT(powerAt(-0.104f), 0.01f * noon) << "6 degrees below";
+    EXPECT_LT(powerAt(-1.0f), 1e-5f * noon);
+    EXPECT_GT(powerAt(-1.0f), 0.0f);
+}
+
+// The disk has a radius of 0.266 degrees: half of it at the horizon.
+TEST(SunAndSky, SetThroughTheHorizon)
+{
+    Sky s;
+    s.material->setSaturation(1.0f);
+    const auto sunAt = [&](double degrees) {
+        const double angle = degrees * testPi / 180.0;
+        s.material->setSunDirection({float(std::cos(angle)), 0.0f, float(std::sin(angle))});
+        s.update();
+        return double(s.shape.getSunPower());
+    };
+    const double whole = sunAt(10.0);
+    EXPECT_NEAR(sunAt(0.27) / whole, 1.0, 1e-5);
+    EXPECT_NEAR(sunAt(0.0) / whole, 0.5, 1e-3);
+    EXPECT_EQ(sunAt(-0.27), 0.0);
+    // A circle cut at half its radius: 1/3 - sqrt(3) / (4 pi) of it is beyond.
+    EXPECT_NEAR(sunAt(-0.5 * 0.26645) / whole, 0.19550, 1e-3);
+}
+
+// Pictures in cd/m2: what counts from white is as bright as the display's white.
+TEST(SunAndSky, ShineInTheUnitsOfTheDisplay)
+{
+    Sky s;
+    const float power = s.shape.getPower(), sun = s.shape.getSunPower();
+    znRTRaytracingSettings::s_sim2LuminanceMapping = true;
+    znRTRaytracingSettings::s_displayLuminance = 250.0f;
+    EXPECT_TRUE(znRTMaterial::updateStaticSettings());
+    s.update();
+    EXPECT_NEAR(s.shape.getPower() / power, 250.0f, 0.1f);
+    EXPECT_NEAR(s.shape.getSunPower() / sun, 250.0f, 0.1f);
+    znRTRaytracingSettings::s_sim2LuminanceMapping = false;
+    znRTRaytracingSettings::s_displayLuminance = 100.0f;
+    EXPECT_TRUE(znRTMaterial::updateStaticSettings());
+    s.update();
+    EXPECT_EQ(s.shape.getPower(), power);
 }
 
 TEST(SunAndSky, NeedASkyMaterial)
