@@ -19,7 +19,12 @@ constexpr u32 largestGrid = 4'000'000; ///< values of one file; real ones have s
 class Numbers
 {
 public:
-    Numbers(const InputFile& newFile, std::string_view newText) : file(newFile), text(newText) {}
+    /// @param newWhole  the file, for the number of a line
+    /// @param newText   part of it
+    Numbers(const InputFile& newFile, std::string_view newWhole, std::string_view newText)
+        : file(newFile), whole(newWhole), text(newText)
+    {
+    }
 
     double next(const char* what)
     {
@@ -28,16 +33,17 @@ public:
         if (begin == std::string_view::npos)
             file.fail(std::string("ends before ") + what);
         text.remove_prefix(begin);
+        last = text.data();
         std::string_view word = text.substr(0, text.find_first_of(separators));
         text.remove_prefix(word.size());
-        const std::string_view whole = word;
+        const std::string_view written = word;
         if (word.front() == '+')
             word.remove_prefix(1);
         double value = 0.0;
         const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
         if (error != std::errc() || end != word.data() + word.size() || !std::isfinite(value))
-            file.fail(std::string(1, '"') + std::string(whole.substr(0, 40)) +
-                      "\" is no number, in the place of " + what);
+            fail(std::string(1, '"') + std::string(written.substr(0, 40)) +
+                 "\" is no number, in the place of " + what);
         return value;
     }
 
@@ -45,7 +51,7 @@ public:
     {
         const double value = next(what);
         if (value < least || value > largestGrid || value != std::floor(value))
-            file.fail(std::string(what) + " is out of range");
+            fail(std::string(what) + " is out of range");
         return u32(value);
     }
 
@@ -58,9 +64,17 @@ public:
         return values;
     }
 
+    /// About the number that was read last.
+    [[noreturn]] void fail(const std::string& cause) const
+    {
+        const auto line = 1 + std::count(whole.data(), last, '\n');
+        file.fail("line " + std::to_string(line) + ": " + cause);
+    }
+
 private:
     const InputFile& file;
-    std::string_view text;
+    std::string_view whole, text;
+    const char* last = whole.data();
 };
 
 std::string_view trimmed(std::string_view line)
@@ -96,14 +110,11 @@ std::string_view findTilt(const InputFile& file, std::string_view text, std::str
 }
 
 /// Factors for lamps that burn tilted. The luminaire hangs as it was measured here, so they are
-/// passed over.
-void skipTilt(const InputFile& file, std::string_view tilt, Numbers& numbers)
+/// passed over: those that stand here, and those of a file that is named.
+void skipTilt(std::string_view tilt, Numbers& numbers)
 {
-    if (startsWith(tilt, "NONE"))
-        return;
     if (!startsWith(tilt, "INCLUDE"))
-        file.fail("its tilt factors are in another file (" + std::string(tilt.substr(0, 80)) +
-                  "), which is not supported");
+        return;
     numbers.next("the lamp's orientation");
     const u32 pairs = numbers.count("the number of tilt factors", 0);
     numbers.list(pairs, "a tilt angle");
@@ -220,8 +231,8 @@ LightProfile readLightProfile(InputFile& file)
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     std::string_view rest;
     const std::string_view tilt = findTilt(file, text, rest);
-    Numbers numbers(file, rest);
-    skipTilt(file, tilt, numbers);
+    Numbers numbers(file, text, rest);
+    skipTilt(tilt, numbers);
 
     numbers.next("the number of lamps");
     numbers.next("the lumens per lamp");
@@ -233,7 +244,7 @@ LightProfile readLightProfile(InputFile& file)
     LightProfile profile;
     profile.type = int(numbers.count("the photometric type", 1));
     if (profile.type > LightProfile::typeA)
-        file.fail("the photometric type is out of range");
+        numbers.fail("the photometric type is out of range");
     const double metres = numbers.next("the type of units") == 1.0 ? feet : 1.0;
     profile.width = float(numbers.next("the width") * metres);
     profile.length = float(numbers.next("the length") * metres);

@@ -35,7 +35,7 @@ struct LightProfile
     double lumens() const;
 };
 
-/// @throws InputError: no such file, no photometric data, damaged, another file named for its tilt
+/// @throws InputError: no such file, no photometric data, damaged
 LightProfile readLightProfile(InputFile& file);
 LightProfile readLightProfile(const std::string& path, const Limits& limits = {});
 

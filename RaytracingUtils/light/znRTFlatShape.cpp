@@ -1,7 +1,7 @@
 #include "light/znRTFlatShape.h"
 
-#include "light/guidedSampling.h"
 #include "light/shapeSampling.h"
+#include "texture/znRTTextureFunctions.h"
 
 #include <cmath>
 
@@ -79,7 +79,8 @@ znFloatType<2> znRTFlatShape::guidedPdf(const znRTVector2fPacket& uv,
                                         const znFloatType<2>& mask) const
 {
     // The table covers the rectangle of the half axes, also where the shape leaves some of it out.
-    return guidedDensity(*textureDistribution, uv, mask) * (invArea * getAreaShare());
+    return znRTTextureFunctions::remapPdf(*textureDistribution, uv, mask) *
+           (invArea * getAreaShare());
 }
 
 void znRTFlatShape::samplePoint(znFloatType<2>& mask, const znFloatType<2>& u,
@@ -90,7 +91,8 @@ void znRTFlatShape::samplePoint(znFloatType<2>& mask, const znFloatType<2>& u,
         return;
     }
     znRTVector2fPacket uv;
-    const znFloatType<2> density = drawGuided(*textureDistribution, {u, v}, mask, uv);
+    znFloatType<2> density;
+    uv = znRTTextureFunctions::remapSample(*textureDistribution, {u, v}, density, mask);
     const znRTVector2fPacket p(uv.x + uv.x - 1.0f, uv.y + uv.y - 1.0f);
     mask &= contains(p);
     point = pointAt(p, density * (invArea * getAreaShare()) & mask);

@@ -3,7 +3,7 @@
 #include "host/osg/Materials.h"
 #include "host/osg/materials/znRTMaterialSlots.h"
 #include "light/directionMaps.h"
-#include "light/guidedSampling.h"
+#include "texture/znRTTextureFunctions.h"
 
 #include <cmath>
 #include <cstdio>
@@ -63,7 +63,8 @@ znFloatType<2> znRTInfiniteHemisphereShape::sample(const znRTVector2fPacket& u,
     uv = {0.0f, 0.0f};
     if (!table)
         return 0.0f;
-    const znFloatType<2> areaPdf = drawGuided(*table, u, mask, uv);
+    znFloatType<2> areaPdf;
+    uv = znRTTextureFunctions::remapSample(*table, u, areaPdf, mask);
     if (upperOnly)
         uv.y *= 0.5f;
     znFloatType<2> sine;
@@ -113,7 +114,8 @@ znFloatType<2> znRTInfiniteHemisphereShape::densityAt(const znRTVector3fPacket& 
         inside &= uv.y <= znFloatType<2>(0.5f);
         uv.y = uv.y + uv.y;
     }
-    return toSolidAngle(guidedDensity(*table, uv, inside), sine, upperOnly) & inside;
+    return toSolidAngle(znRTTextureFunctions::remapPdf(*table, uv, inside), sine, upperOnly) &
+           inside;
 }
 
 znRTColorPacket znRTInfiniteHemisphereShape::evaluate(const znRTVector3fPacket& direction,

@@ -7,9 +7,11 @@
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRTTextureSampler.h"
 #include "light/imageStamp.h"
+#include "light/lightProblems.h"
 #include "light/znRTLightProfile.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <new>
 
@@ -23,11 +25,37 @@ float photometricValue(const znRTColor& color)
     return 0.2125f * color.r + 0.7154f * color.g + 0.0721f * color.b;
 }
 
-znRTColor colorOf(const osg::ColorComponent& component)
+/// Light that can be: neither negative nor without end.
+bool isLight(float value)
+{
+    return value >= 0.0f && value <= std::numeric_limits<float>::max();
+}
+
+znRTColor colorOf(const znRTLight& light, const osg::ColorComponent& component)
 {
     const osg::Vec3f& rgb = component.getColor();
-    return znRTLight::calculateLightSpectrum(component.getSpectrum(), component.getIntensity(),
-                                             rgb[0], rgb[1], rgb[2]);
+    const float intensity = component.getIntensity();
+    float usable[3];
+    for (int i = 0; i < 3; ++i) {
+        usable[i] = rgb[i];
+        if (isLight(intensity * rgb[i]))
+            continue;
+        usable[i] = 0.0f;
+        tellOfLightProblem(light, "its colour times its intensity is negative or no number, which "
+                                  "counts as 0.");
+    }
+    return znRTLight::calculateLightSpectrum(component.getSpectrum(),
+                                             isLight(intensity) ? intensity : 0.0f, usable[0],
+                                             usable[1], usable[2]);
+}
+
+bool isFinite(const osg::TransformationMatrix<float>& matrix)
+{
+    for (int column = 0; column < 4; ++column)
+        for (int row = 0; row < 4; ++row)
+            if (!std::isfinite(matrix[column][row]))
+                return false;
+    return true;
 }
 
 } // namespace
@@ -49,11 +77,17 @@ bool znRTLight::update()
         m_isOn = false;
     if (!m_node || !m_node->getCore() || m_transforms.empty())
         return changed;
+    if (!isFinite(m_transforms.front())) {
+        tellOfLightProblem(*this, "its place is no number: it is off.");
+        m_isOn = false;
+        m_transforms.clear();
+        return changed;
+    }
 
     if (const auto light = osg::FCPtr<osg::UberLight>::dcast(m_core)) {
-        diffuseColor = colorOf(light->getDiffuse());
-        glossyColor =
-            znRTRaytracingSettings::s_pbParameters ? diffuseColor : colorOf(light->getGlossy());
+        diffuseColor = colorOf(*this, light->getDiffuse());
+        glossyColor = znRTRaytracingSettings::s_pbParameters ? diffuseColor
+                                                             : colorOf(*this, light->getGlossy());
     } else
         diffuseColor = glossyColor = znRTColor(1.0f, 1.0f, 1.0f);
     updatePhotometry();

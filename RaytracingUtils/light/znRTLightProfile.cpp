@@ -3,9 +3,9 @@
 #include "brdf/lobeMath.h"
 #include "brdf/lobeSampling.h"
 #include "light/directionMaps.h"
-#include "light/guidedSampling.h"
 #include "light/imageStamp.h"
 #include "light/textureLookup.h"
+#include "texture/znRTTextureFunctions.h"
 
 #include <algorithm>
 #include <cmath>
@@ -108,8 +108,8 @@ znFloatType<2> znRTLightProfile::sample(const znRTVector2fPacket& u, const znFlo
         pdf = znFloatType<2>(uniformValue) & mask;
         return pdf;
     }
-    znRTVector2fPacket uv;
-    drawGuided(distribution, u, mask, uv);
+    znFloatType<2> density;
+    const znRTVector2fPacket uv = znRTTextureFunctions::remapSample(distribution, u, density, mask);
     znFloatType<2> sinTheta;
     direction = polarToDirection(axes, uv, sinTheta);
     pdf = getPdf(direction, mask);
@@ -127,5 +127,6 @@ znFloatType<2> znRTLightProfile::getPdf(const znRTVector3fPacket& direction,
     const znFloatType<2> z = dot(direction, axes[2]);
     const znFloatType<2> sinTheta = squareRoot(clamp01(znFloatType<2>(1.0f) - z * z));
     constexpr float twoPiSquared = 2.0f * lobeMath::pi * lobeMath::pi;
-    return guidedDensity(distribution, uv, mask) * reciprocalOrZero(sinTheta * twoPiSquared);
+    return znRTTextureFunctions::remapPdf(distribution, uv, mask) *
+           reciprocalOrZero(sinTheta * twoPiSquared);
 }

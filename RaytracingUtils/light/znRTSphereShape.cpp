@@ -1,8 +1,8 @@
 #include "light/znRTSphereShape.h"
 
 #include "light/directionMaps.h"
-#include "light/guidedSampling.h"
 #include "light/shapeSampling.h"
+#include "texture/znRTTextureFunctions.h"
 
 #include <cmath>
 
@@ -68,7 +68,7 @@ znFloatType<2> znRTSphereShape::guidedPdf(const znRTVector2fPacket& uv) const
     znFloatType<2> sine, cosine;
     sincos(uv.y * lobeMath::pi, sine, cosine);
     constexpr float twoPiSquared = 2.0f * lobeMath::pi * lobeMath::pi;
-    return guidedDensity(*textureDistribution, uv, znFloatType<2>::allLanes()) *
+    return znRTTextureFunctions::remapPdf(*textureDistribution, uv, znFloatType<2>::allLanes()) *
            reciprocalOrZero(maximum(sine, 0.0f) * (twoPiSquared * radius * radius));
 }
 
@@ -81,7 +81,8 @@ void znRTSphereShape::samplePoint(znFloatType<2>& mask, const znFloatType<2>& u,
         return;
     }
     znRTVector2fPacket uv;
-    drawGuided(*textureDistribution, {u, v}, mask, uv);
+    znFloatType<2> density;
+    uv = znRTTextureFunctions::remapSample(*textureDistribution, {u, v}, density, mask);
     const znRTVector3fPacket turned[3] = {axes[1], axes[0], axes[2]};
     znFloatType<2> sinTheta;
     point = pointAt(polarToDirection(turned, uv, sinTheta), 0.0f);

@@ -7,6 +7,7 @@
 #include "host/znRTRaytracingSettings.h"
 #include "host/znRTTextureSampler.h"
 #include "host/znSceneDataManager.h"
+#include "light/lightProblems.h"
 #include "light/textureLookup.h"
 
 #include <algorithm>
@@ -69,8 +70,11 @@ void znRTUAreaLight::updateShape()
             shape->setTransform(m_transforms.front());
         shape->setTextureSampler(texture, textureDistribution.get());
     }
-    if (!shape || !shape->isValid())
-        m_isOn = false;
+    if (shape && shape->isValid())
+        return;
+    if (m_isOn && shape)
+        tellOfLightProblem(*this, "it has no size: it is off.");
+    m_isOn = false;
 }
 
 znRTColorPacket znRTUAreaLight::sample_L_Out(const znRTVector2fPacket& u,

@@ -3,7 +3,10 @@
 #include "brdf/lobeMath.h"
 #include "host/osg/UberLight.h"
 #include "host/znSceneDataManager.h"
+#include "light/lightProblems.h"
 #include "light/parallelLight.h"
+
+#include <cmath>
 
 const znRTTypeId znRTUDirectionalLight::id("znRTUDirectionalLight");
 
@@ -32,6 +35,10 @@ bool znRTUDirectionalLight::update()
     unit = znSceneDataManager::getSceneData(0)->getUnitsPerMetre();
     const osg::TransformationMatrix<float>& toWorld = m_transforms.front();
     setAxes(axisOf(toWorld, {0, 0, -1}), axisOf(toWorld, {0, 1, 0}), axisOf(toWorld, {1, 0, 0}));
+    if (m_isOn && !std::isfinite(direction.getSquareLength())) {
+        tellOfLightProblem(*this, "its transform leaves it no direction: it is off.");
+        m_isOn = false;
+    }
     return changed;
 }
 

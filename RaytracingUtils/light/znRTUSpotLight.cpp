@@ -3,6 +3,7 @@
 #include "brdf/lobeMath.h"
 #include "brdf/lobeSampling.h"
 #include "host/osg/UPointLight.h"
+#include "light/lightProblems.h"
 #include "light/textureLookup.h"
 
 #include <algorithm>
@@ -25,6 +26,10 @@ bool znRTUSpotLight::update()
     if (!light)
         return changed;
     lightDirection = axisForward.getLane(0);
+    if (m_isOn && !std::isfinite(lightDirection.getSquareLength())) {
+        tellOfLightProblem(*this, "its transform leaves it no direction: it is off.");
+        m_isOn = false;
+    }
     cone.set(light->getConeAngle(), light->getPenumbraAngle());
     const double penumbra = std::max(light->getPenumbraAngle(), znRTLightCone::s_leastPenumbra);
     const double halfAngle = std::min(light->getConeAngle() + penumbra, widestProjection);
