@@ -17,6 +17,41 @@ const znRTTypeId znRTInfiniteAreaLight::id("znRTInfiniteAreaLight");
 
 namespace {
 
+/// Where photons of a direction begin: on the disk that covers the scene. With portals, half of
+/// them go through an opening.
+/// @param frame  n is the direction of travel
+/// @param pdf    per area across the direction
+void samplePhotonOrigin(const znRTONB& frame, const znRTVector2fPacket& v,
+                        const znFloatType<2>& mask, znRTVector3fPacket& position,
+                        znFloatType<2>& pdf)
+{
+    const znRTPortalGuide* const portals = znRTRenderUtils::getPortalGuide();
+    if (!portals) {
+        parallelLight::samplePosition(frame.n, frame.u, frame.v, v, mask, position, pdf);
+        return;
+    }
+    const znFloatType<2> half(0.5f), isGuided = v.x < half;
+    const znFloatType<2> rest = clamp01(v.x + v.x - andNot(isGuided, znFloatType<2>(1.0f)));
+    parallelLight::samplePosition(frame.n, frame.u, frame.v, {rest, v.y}, mask, position, pdf);
+    znRTVector3fPacket point;
+    const znFloatType<2> guidedPdf =
+        portals->sampleRays(frame.n, {rest, v.y}, mask & isGuided, point);
+    // Back to the disk's plane; beside the disk there are no photons.
+    const znRTBoundingSphere& target = parallelLight::getTarget();
+    const znRTVector3fPacket center(target.center);
+    const znFloatType<2> height = dot(point - center, frame.n) + target.radius;
+    const znRTVector3fPacket start = point - frame.n * height;
+    const znRTVector3fPacket middle = center - frame.n * znFloatType<2>(target.radius);
+    const znFloatType<2> isOnDisk =
+        (start - middle).getSquareLength() <= znFloatType<2>(target.radius * target.radius);
+    position.setMasked(start, isGuided);
+    const znFloatType<2> byPortals =
+        select(isGuided, guidedPdf, portals->rayPdf(position, frame.n, mask));
+    const znFloatType<2> isDrawn =
+        select(isGuided, isOnDisk & (guidedPdf > znFloatType<2>(0.0f)), mask);
+    pdf = (pdf * half + byPortals * half) & isDrawn & mask;
+}
+
 /// Share of directions that go through portals, in scenes that have some.
 float guidedShare(bool isEven)
 {
@@ -312,7 +347,7 @@ znRTInfiniteAreaLight::sample_L_Out(const znRTVector2fPacket& u, const znRTVecto
     const znRTVector3fPacket toLight = getFullSphereSample(u, directionPdf, uv, mask);
     znRTONB frame;
     frame.set(-toLight);
-    parallelLight::samplePosition(frame.n, frame.u, frame.v, v, mask, position, diskPdf);
+    samplePhotonOrigin(frame, v, mask, position, diskPdf);
     direction = normal = frame.n;
     pdf = directionPdf * diskPdf;
     return getIntensity(position, toLight, uv, mask & (pdf > znFloatType<2>(0.0f)));

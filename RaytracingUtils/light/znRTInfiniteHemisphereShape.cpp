@@ -85,8 +85,8 @@ znRTVector3fPacket znRTInfiniteHemisphereShape::sampleOnGround(const znRTVector2
 {
     if (!tables || !tables->onGround.isValid())
         return worldToEnvironment[2];
-    znRTVector2fPacket uv;
-    drawGuided(tables->onGround, u, mask, uv);
+    znFloatType<2> areaPdf;
+    znRTVector2fPacket uv = znRTTextureFunctions::remapSample(tables->onGround, u, areaPdf, mask);
     uv.y *= 0.5f;
     znFloatType<2> sine;
     return directionAt(uv, sine);

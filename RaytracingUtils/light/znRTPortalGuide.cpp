@@ -91,6 +91,9 @@ void znRTPortalGuide::set(std::vector<znRTPortalOpening> newOpenings)
                      [&](const auto& a, const auto& b) { return rank(a) > rank(b); });
     if (openings.size() > s_mostOpenings)
         openings.resize(s_mostOpenings);
+    totalRank = 0.0f;
+    for (const znRTPortalOpening& opening : openings)
+        totalRank += rank(opening);
 }
 
 znFloatType<2> znRTPortalGuide::sample(const znRTVector3fPacket& position,
@@ -155,4 +158,58 @@ znFloatType<2> znRTPortalGuide::density(const znRTVector3fPacket& position,
             sum += weight * sight.pdf(sight.asSphericalRectangle(), place) & passes;
     }
     return sum * reciprocalOrZero(total);
+}
+
+znFloatType<2> znRTPortalGuide::sampleRays(const znRTVector3fPacket& direction,
+                                           const znRTVector2fPacket& u, const znFloatType<2>& mask,
+                                           znRTVector3fPacket& point) const
+{
+    point = znRTVector3fPacket(0.0f, 0.0f, 0.0f);
+    if (openings.empty())
+        return 0.0f;
+    // Whole cells of the first number belong to openings; its place in the cell serves again.
+    znFloatType<2> chosen(0.0f), begin(0.0f), own(openings[0].getArea() * openings[0].strength);
+    const znFloatType<2> target = u.x * totalRank;
+    float sum = 0.0f;
+    for (std::size_t i = 0; i < openings.size(); ++i) {
+        const float rank = openings[i].getArea() * openings[i].strength;
+        const znFloatType<2> isReached = target >= znFloatType<2>(sum);
+        chosen = select(isReached, znFloatType<2>(float(i)), chosen);
+        begin = select(isReached, znFloatType<2>(sum), begin);
+        own = select(isReached, znFloatType<2>(rank), own);
+        sum += rank;
+    }
+    const znFloatType<2> rest = clamp01((target - begin) * reciprocalOrZero(own));
+    for (int lane = 0; lane < 4; ++lane) {
+        const znRTPortalOpening& opening = openings[std::size_t(chosen[lane])];
+        const float alongU = (rest[lane] + rest[lane] - 1.0f) * opening.halfU;
+        const float alongV = (u.y[lane] + u.y[lane] - 1.0f) * opening.halfV;
+        point.setLane(lane, opening.center + opening.axisU * alongU + opening.axisV * alongV);
+    }
+    return rayDensity(point, direction, mask, chosen);
+}
+
+znFloatType<2> znRTPortalGuide::rayDensity(const znRTVector3fPacket& point,
+                                           const znRTVector3fPacket& direction,
+                                           const znFloatType<2>& mask,
+                                           const znFloatType<2>& drawn) const
+{
+    constexpr float leastCosine = 1e-4f;
+    znFloatType<2> sum(0.0f);
+    for (std::size_t i = 0; i < openings.size(); ++i) {
+        const znRTPortalOpening& opening = openings[i];
+        const znRTVector3fPacket normal(opening.normal);
+        const znRTVector3fPacket toCenter = znRTVector3fPacket(opening.center) - point;
+        const znFloatType<2> cosine = dot(direction, normal);
+        const znFloatType<2> t = dot(toCenter, normal) * reciprocalOrZero(cosine);
+        const znRTVector3fPacket offset = direction * t - toCenter;
+        const znFloatType<2> isInside =
+            (absolute(dot(offset, znRTVector3fPacket(opening.axisU))) <= opening.halfU) &
+            (absolute(dot(offset, znRTVector3fPacket(opening.axisV))) <= opening.halfV);
+        const znFloatType<2> passes = mask & (absolute(cosine) > znFloatType<2>(leastCosine)) &
+                                      (isInside | (drawn == znFloatType<2>(float(i))));
+        // The choice, over the area as the direction sees it: the area itself cancels.
+        sum += reciprocalOrZero(absolute(cosine)) * (opening.strength / totalRank) & passes;
+    }
+    return sum;
 }

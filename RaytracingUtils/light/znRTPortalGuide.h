@@ -21,7 +21,7 @@ public:
 
     /// Takes over the openings of a scene; those without area or strength are left out.
     void set(std::vector<znRTPortalOpening> newOpenings);
-    void clear() { openings.clear(); }
+    void clear() { set({}); }
     bool isEmpty() const { return openings.empty(); }
     const std::vector<znRTPortalOpening>& getOpenings() const { return openings; }
 
@@ -40,10 +40,29 @@ public:
         return density(position, direction, mask, znFloatType<2>(-1.0f));
     }
 
+    // For photons, which begin outside.
+
+    /// Draws where light that travels in a direction comes through: openings by area and strength,
+    /// points evenly on them.
+    /// @param direction  unit, of travel
+    /// @param point      out: on an opening
+    /// @return density per area across the direction; 0 off the mask and along an opening's plane
+    znFloatType<2> sampleRays(const znRTVector3fPacket& direction, const znRTVector2fPacket& u,
+                              const znFloatType<2>& mask, znRTVector3fPacket& point) const;
+    /// Density with which sampleRays draws the ray through a point; 0 for rays beside the openings.
+    znFloatType<2> rayPdf(const znRTVector3fPacket& point, const znRTVector3fPacket& direction,
+                          const znFloatType<2>& mask) const
+    {
+        return rayDensity(point, direction, mask, znFloatType<2>(-1.0f));
+    }
+
 private:
+    znFloatType<2> rayDensity(const znRTVector3fPacket& point, const znRTVector3fPacket& direction,
+                              const znFloatType<2>& mask, const znFloatType<2>& drawn) const;
     /// @param drawn  opening that a direction was drawn from, which it passes for certain; -1 none
     znFloatType<2> density(const znRTVector3fPacket& position, const znRTVector3fPacket& direction,
                            const znFloatType<2>& mask, const znFloatType<2>& drawn) const;
 
     std::vector<znRTPortalOpening> openings;
+    float totalRank = 0.0f; ///< sum of areas times strengths
 };

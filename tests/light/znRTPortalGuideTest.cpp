@@ -192,6 +192,34 @@ TEST(PortalGuide, LeavesOutOpeningsWithoutAreaOrStrength)
     EXPECT_TRUE(guideOf({weak, flatOpening(0, 0, 0, 0, 1)}).isEmpty());
 }
 
+// Rays of a direction over the area across it: the mean of 1 over their density is the area that
+// the openings cover, seen along the direction.
+TEST(PortalGuide, DrawsRaysOverTheOpeningsAreas)
+{
+    const znRTPortalGuide guide =
+        guideOf({flatOpening(0, 0, 0, 0.5f, 0.3f), flatOpening(4, 0, 1, 0.2f, 0.7f)});
+    const znRTVector3fPacket down(0.0f, 0.6f, -0.8f);
+    double sum = 0.0;
+    constexpr int samples = 4096;
+    int first = 0;
+    for (int i = 0; i < samples; i += 4) {
+        znRTVector3fPacket point;
+        const znFloatType<2> pdf = guide.sampleRays(down, tablePoints(i), everyLane4, point);
+        const znFloatType<2> told = guide.rayPdf(point + down * 3.0f, down, everyLane4);
+        for (int lane = 0; lane < 4; ++lane) {
+            ASSERT_GT(pdf[lane], 0.0f);
+            sum += 1.0 / pdf[lane];
+            first += point.x[lane] < 2.0f;
+            if (told[lane] > 0.0f) {
+                EXPECT_NEAR(told[lane] / pdf[lane], 1.0f, 1e-4f);
+            }
+        }
+    }
+    const double areas[2] = {4.0 * 0.5 * 0.3, 4.0 * 0.2 * 0.7};
+    EXPECT_NEAR(sum / samples, 0.8 * (areas[0] + areas[1]), 1e-3);
+    EXPECT_NEAR(double(first) / samples, areas[0] / (areas[0] + areas[1]), 0.01);
+}
+
 TEST(PortalOpenings, AreTheRectangleOfASquareMesh)
 {
     osg::Matrix place = turned(30.0f, 1.5f);

@@ -165,6 +165,35 @@ TEST_F(LightPortals, BringTheIrradianceOfTheirWindow)
     EXPECT_NEAR(mean(ray, 2048), std::fabs(expected), 0.01 * std::fabs(expected));
 }
 
+// Photons from white surroundings: 4 pi of directions over the disk that covers the scene, and half
+// of them and more through the window.
+TEST_F(LightPortals, AreWherePhotonsGo)
+{
+    surround(white());
+    addRoom(0.5f);
+    addPortal();
+    const auto& light = *znRTRenderUtils::getEnvironmentLight();
+    const double radius = double(znRTRenderUtils::getSceneBoundingSphere().radius);
+    const double flux = 4.0 * testPi * testPi * radius * radius;
+    EXPECT_NEAR(sampledFlux(light, 1 << 16), flux, 0.02 * flux);
+    int inside = 0;
+    constexpr int samples = 4096;
+    for (int i = 0; i < samples; i += 4) {
+        znRTVector3fPacket position, direction, normal;
+        znFloatType<2> pdf;
+        light.sample_L_Out(tablePoints(i), tablePoints(i, 1), everyLane4, position, direction,
+                           normal, pdf);
+        for (int lane = 0; lane < 4; ++lane) {
+            const float t = (half - position.x[lane]) / direction.x[lane];
+            const float y = position.y[lane] + direction.y[lane] * t;
+            const float z = position.z[lane] + direction.z[lane] * t;
+            inside += pdf[lane] > 0.0f && y > left && y < right && z > low && z < high;
+        }
+    }
+    EXPECT_GT(double(inside) / samples, 0.48);
+    EXPECT_LT(double(inside) / samples, 0.56);
+}
+
 TEST_F(LightPortals, AreSeenByNoRayButThatOfTheCamera)
 {
     addPortal();
