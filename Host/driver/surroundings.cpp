@@ -76,6 +76,13 @@ bool isLamp(const osg::MaterialPtr& material)
            luminanceOf(surface->getIncandescence()) >= lampLuminance;
 }
 
+bool isShining(const osg::MaterialPtr& material)
+{
+    const auto surface = osg::UBRDFMaterial::Ptr::dcast(material);
+    return surface ? surface->getIncandescenceActive()
+                   : bool(osg::ULightMaterial::Ptr::dcast(material));
+}
+
 int layoutOf(const io::ImageData& image)
 {
     const u64 w = image.width, h = image.height;
@@ -196,23 +203,42 @@ void addInWorld(const osg::NodePtr& root, const osg::NodePtr& node)
     root->addChild(world.get());
 }
 
+namespace {
+
+osg::MaterialPtr materialOf(const osg::NodeCorePtr& core)
+{
+    if (const auto geometry = osg::MaterialDrawable::Ptr::dcast(core))
+        return geometry->getMaterial();
+    if (const auto group = osg::MaterialGroup::Ptr::dcast(core))
+        return group->getMaterial();
+    return nullptr;
+}
+
+} // namespace
+
 bool hasLight(const osg::NodePtr& root)
 {
     bool found = false;
-    osg::MaterialPtr material;
     osg::traverse(root, [&](const osg::NodePtr& node) {
         const osg::NodeCorePtr core = node->getCore();
-        if (const auto geometry = osg::MaterialDrawable::Ptr::dcast(core))
-            material = geometry->getMaterial();
-        else if (const auto group = osg::MaterialGroup::Ptr::dcast(core))
-            material = group->getMaterial();
-        else
-            material = nullptr;
+        const osg::MaterialPtr material = materialOf(core);
         found = found || osg::isKindOf<osg::UberLight>(core) ||
                 osg::isKindOf<osg::UEnvironmentMaterial>(material) || isLamp(material);
         return !found;
     });
     return found;
+}
+
+u32 countLights(const osg::NodePtr& root)
+{
+    u32 count = 0;
+    osg::traverse(root, [&](const osg::NodePtr& node) {
+        const osg::NodeCorePtr core = node->getCore();
+        const auto light = osg::FCPtr<osg::UberLight>::dcast(core);
+        count += light ? light->getOn() : isShining(materialOf(core));
+        return true;
+    });
+    return count;
 }
 
 } // namespace surroundings

@@ -38,5 +38,7 @@ void addInWorld(const osg::NodePtr& root, const osg::NodePtr& node);
 /// Whether anything in the scene is meant to light it: lights, environments, and surfaces that
 /// shine like lamps (10 cd/m2 and more).
 bool hasLight(const osg::NodePtr& root);
+/// Lights that are on, and surfaces that shine, however little; environments do not count.
+u32 countLights(const osg::NodePtr& root);
 
 } // namespace surroundings

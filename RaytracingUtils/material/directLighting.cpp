@@ -181,7 +181,8 @@ private:
             if (!lanes)
                 continue;
             lamps.add(*area, samplesOfLamp(*area, i), lanes);
-            directions = std::max(directions, samplesOf(area));
+            // Half as many as points: most of them meet no lamp.
+            directions = std::max(directions, (samplesOf(area) + 1) / 2);
         }
         for (int i = 0; i < lobeCount; ++i)
             if (lobes[i].isGlossy || (isSeen() && lamps.hasDrawnByArea()))

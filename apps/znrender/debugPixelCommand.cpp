@@ -174,7 +174,7 @@ int runDebugPixel(const Options& options)
     const unsigned x = (*options.pixel)[0], y = (*options.pixel)[1];
     FrameDriver driver;
     driver.setScene(scene.root.get());
-    applyPathOptions(options, driver.utils());
+    applyPathOptions(options, scene.root.get(), driver.utils());
     light.turnToLight(options, driver, view);
     light.show();
     Recorder recorder(int(x), int(options.height - 1 - y));

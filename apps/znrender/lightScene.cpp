@@ -275,8 +275,13 @@ void leaveOutSurroundings()
 
 } // namespace
 
-void applyPathOptions(const Options& options, znRaytracingUtilsBase& core)
+void applyPathOptions(const Options& options, const osg::NodePtr& root, znRaytracingUtilsBase& core)
 {
+    // Seen points look at a few lights all: drawn by their power alone, the near and dim ones are
+    // grain. Of more, looking at each takes longer than the grain is worth.
+    constexpr u32 fewLights = 8;
+    if (surroundings::countLights(root) <= fewLights)
+        core.setLightOptimizationMode(0);
     const QualityOptions& quality = options.quality;
     if (quality.illumination) {
         // The lowest level is the second lowest without what surroundings bring.

@@ -45,5 +45,7 @@ private:
 };
 
 /// What the options say of the paths that light takes; the rest stays as the scene has it.
+/// A scene of few lights looks at all of them where points are seen.
 /// Materials that are already there leave out the light of surroundings where the options say so.
-void applyPathOptions(const Options& options, znRaytracingUtilsBase& core);
+void applyPathOptions(const Options& options, const osg::NodePtr& root,
+                      znRaytracingUtilsBase& core);

@@ -95,7 +95,7 @@ int runRender(const Options& options)
     const bool showsLight = options.renderMode == 0 && !isDataPass(options.passes.shown);
     const SceneLight light(options, scene, view);
     driver.setScene(scene.root.get());
-    applyPathOptions(options, driver.utils());
+    applyPathOptions(options, scene.root.get(), driver.utils());
     if (options.seed > 0)
         driver.utils().setRaytracingSampleOffset(firstSampleOf(options.seed));
     if (showsLight)

@@ -329,3 +329,29 @@ TEST(ZnRenderLight, ClampsWhatIsExposed)
     EXPECT_NEAR(brightness({"--exposure", "-7", "--clamp", "1"}), free, 0.01);
     EXPECT_LT(brightness({"--exposure", "-7", "--clamp", "0.1"}), 0.6 * free);
 }
+
+// Every light of a few is looked at from a point that is seen; of many, four are drawn.
+TEST(ZnRenderLight, LooksAtAllLightsWhereTheyAreFew)
+{
+    const TemporaryFolder folder;
+    const std::string scene = matteSquare(folder);
+    const auto shadowRays = [&](int lights) {
+        std::string look = "{\"lights\": [";
+        for (int i = 0; i < lights; ++i)
+            look += std::string(i ? "," : "") + "{\"type\": \"UPointLight\", \"name\": \"lamp " +
+                    std::to_string(i) + "\", \"position\": [0.1, -" + std::to_string(1 + i) +
+                    ", 0.2]}";
+        const std::string file = folder.write("a.zn.json", look + "]}");
+        const ProgramResult result =
+            znrender({"debug-pixel", "12,12", scene, "--look", file, "-r", "24x24", "--bounces",
+                      "0", "--gi", "direct", "--at", "0,0,0", "--eye", "0.1,-0.5,0"});
+        EXPECT_EQ(result.exitCode, 0) << result.error;
+        int count = 0;
+        for (std::size_t at = 0; (at = result.out.find("shadow ray", at)) != std::string::npos;
+             ++at)
+            ++count;
+        return count;
+    };
+    EXPECT_EQ(shadowRays(7), 7);
+    EXPECT_LE(shadowRays(12), 4);
+}

@@ -164,6 +164,28 @@ TEST(Surroundings, KnowWhetherASceneHasLight)
     EXPECT_TRUE(surroundings::hasLight(withMaterial(sky.get()).get()));
 }
 
+TEST(Surroundings, CountTheLightsOfAScene)
+{
+    EXPECT_EQ(surroundings::countLights(nullptr), 0u);
+    const osg::Ref<osg::Node> root = osg::Node::create(osg::Group::create());
+    const osg::Ref<osg::UPointLight> light = osg::UPointLight::create();
+    root->addChild(osg::Node::create(light.get()));
+    root->addChild(osg::Node::create(light.get()));
+    EXPECT_EQ(surroundings::countLights(root.get()), 2u);
+    light->setOn(false);
+    EXPECT_EQ(surroundings::countLights(root.get()), 0u);
+    const osg::Ref<osg::UPhongMaterial> phong = osg::UPhongMaterial::create();
+    const osg::Ref<osg::Geometry> geometry = osg::Geometry::create();
+    geometry->setMaterial(phong.get());
+    root->addChild(osg::Node::create(geometry.get()));
+    EXPECT_EQ(surroundings::countLights(root.get()), 0u);
+    phong->setIncandescenceActive(true);
+    EXPECT_EQ(surroundings::countLights(root.get()), 1u);
+    const osg::Ref<osg::USkylightMaterial> sky = osg::USkylightMaterial::create();
+    geometry->setMaterial(sky.get());
+    EXPECT_EQ(surroundings::countLights(root.get()), 0u);
+}
+
 TEST(Surroundings, StandInWorldSpaceBelowATurnedRoot)
 {
     osg::Matrix turn; // y up to z up
