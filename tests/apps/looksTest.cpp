@@ -183,7 +183,9 @@ TEST(Looks, GoOnAfterWhatHasNoEffect)
             znrender({studio, "--look", look, "-o", folder.path("a.png"), "-r", "8x8", "-s", "1",
                       "--overwrite", "--log-level", "warning"});
         EXPECT_EQ(result.exitCode, 0) << warning;
-        EXPECT_EQ(result.error, "warning: " + look + ": line 2: " + warning + "\n");
+        // The core may name a light again, which it sees whatever brought it.
+        EXPECT_EQ(result.error.find("warning: " + look + ": line 2: " + warning + "\n"), 0u)
+            << result.error;
         EXPECT_EQ(io::readImage(folder.path("a.png")).width, 8u);
         std::filesystem::remove(folder.path("a.png"));
     }
