@@ -35,8 +35,13 @@ std::vector<Coverage> coverAxis(int smallSize, int largeSize)
     return axis;
 }
 
+/// Images of bytes and words hold nothing else, and most of the time no other is met.
 znRTVector4f finiteOrZero(const znRTVector4f& c)
 {
+    // Infinity less itself is no number, and no number stays none.
+    const float sum = c.x + c.y + c.z + c.w;
+    if (sum - sum == 0.0f)
+        return c;
     const auto f = [](float x) { return std::isfinite(x) ? x : 0.0f; };
     return {f(c.x), f(c.y), f(c.z), f(c.w)};
 }

@@ -30,7 +30,14 @@ int nearestEntry(const float* table, int count, float value)
 {
     if (!(value > table[0]))
         return 0;
-    const float* upper = std::lower_bound(table, table + count, value);
+    // The first entry that is not less, without branches: the processor cannot guess them.
+    const float* upper = table;
+    for (int length = count; length > 1;) {
+        const int half = length / 2;
+        upper = upper[half - 1] < value ? upper + half : upper;
+        length -= half;
+    }
+    upper += *upper < value ? 1 : 0;
     if (upper == table + count)
         return count - 1;
     return int(upper - table) - (value - upper[-1] < upper[0] - value ? 1 : 0);
