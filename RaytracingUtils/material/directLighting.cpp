@@ -1,5 +1,6 @@
 #include "material/directLighting.h"
 
+#include "core/rayTypes.h"
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTRayPacket.h"
 #include "gi/randomDecisions.h"
@@ -20,6 +21,22 @@ namespace {
 constexpr u64 fewLights = 5;
 /// Draws per point at least, when lights are drawn.
 constexpr int leastDraws = 4;
+
+// A light without extent that a smooth body reflects onto a dull one is found by rays that hit the
+// body where the lobe points at the light, seldom and then as a speck. Along scattered rays such
+// lights count as spread over a small cone: directions of the lobe meet it, too, and what the light
+// itself brings is weighted beside them. Nothing is lost; bright lines that smooth bodies cast blur
+// by as much (A. Kaplanyan, C. Dachsbacher, "Path Space Regularization for Holistic and Robust
+// Light Transport", Eurographics 2013).
+constexpr float coneCosine = 0.995f; ///< half angle 0.1
+constexpr float perConeAngle = 1.0f / (6.2831853f * (1.0f - coneCosine));
+
+/// Lanes of rays that a lobe has drawn.
+znFloatType<2> scatteredLanes(const znRTRayPacket& ray)
+{
+    const znIntType<2> flags = ray.type & znIntType<2>(int(rayType::stochasticBounce));
+    return andNot(asFloat(flags == znIntType<2>(0)), znFloatType<2>::allLanes());
+}
 
 /// Lanes of mask that a light reaches whose reach is limited to some objects.
 znFloatType<2> localLanes(const znRTLight& light, const znRTDataBlockPacket& data,
@@ -59,7 +76,8 @@ public:
              const znRTVector3fPacket& newWo, const znFloatType<2>& newMask,
              const znRTShadingState& newState)
         : ray(newRay), data(newData), dg(newDg), mask(newMask), state(newState),
-          visibility(znRTLight::shadowVisibility(newRay)), diffuse(0.0f), glossy(0.0f)
+          visibility(znRTLight::shadowVisibility(newRay)), diffuse(0.0f), glossy(0.0f),
+          scattered(scatteredLanes(newRay) & newMask)
     {
         for (const znRTLobeSet::Entry& entry : newLobes) {
             // What is multiplied with black need not be known.
@@ -76,8 +94,7 @@ public:
 
     void addAll(const znDynArray<znRTLight*>& lights)
     {
-        findLamps(lights,
-                  [this](const znRTUAreaLight& light, u64) { return float(samplesOf(&light)); });
+        findLamps(lights, [&](u64 i) { return float(samplesOf(areaOf(*lights.data[i]))); });
         for (const znRTLight* light : lights) {
             const znFloatType<2> lanes = litLanes(*light, mask);
             if (anyLane(lanes))
@@ -93,7 +110,7 @@ public:
         const int count = int(lights.size);
         const int draws = std::max(znRTRenderUtils::s_maxLightEvaluations, leastDraws);
         const int laneMask = moveMask(mask);
-        findLamps(lights, [&](const znRTUAreaLight&, u64 i) {
+        findLamps(lights, [&](u64 i) {
             return float(draws) * (distribution.cdf[i + 1] - distribution.cdf[i]);
         });
         for (int k = 0; k < draws; ++k) {
@@ -115,8 +132,8 @@ public:
                 const znRTLight& light = *lights.data[i - 1];
                 const znFloatType<2> lanes = litLanes(light, caught);
                 if (probability > 0.0f && anyLane(lanes))
-                    sample.take(light, areaOf(light), dg, place,
-                                1.0f / (probability * float(draws)), lanes);
+                    take(sample, light, areaOf(light), place, 1.0f / (probability * float(draws)),
+                         lanes);
             }
             add(sample);
         }
@@ -166,27 +183,47 @@ private:
     /// Lists the lamps that directions of the lobes are to meet, and decides which lobes draw any:
     /// glossy ones, and where points are seen all before lamps that are drawn by area, which bring
     /// specks of light to what is close to them.
-    /// @param samplesOfLamp  (light, place in the list) -> float
+    /// Lights without extent join them for scattered rays.
+    /// @param samplesOfLight  place in the list -> float
     template <class Samples>
-    void findLamps(const znDynArray<znRTLight*>& lights, const Samples& samplesOfLamp)
+    void findLamps(const znDynArray<znRTLight*>& lights, const Samples& samplesOfLight)
     {
         if (lights.size > znRTMetLamps::capacity)
             return;
         int directions = 0;
+        const bool hasScattered = anyLane(scattered) && hasGlossy();
         for (u64 i = 0; i < lights.size; ++i) {
-            const znRTUAreaLight* const area = areaOf(*lights.data[i]);
-            if (!area || !area->isMetByRays())
+            const znRTLight& light = *lights.data[i];
+            const znRTUAreaLight* const area = areaOf(light);
+            if (area ? !area->isMetByRays() : !hasScattered)
                 continue;
-            const int lanes = moveMask(litLanes(*area, mask));
+            const int lanes = moveMask(litLanes(light, area ? mask : scattered));
             if (!lanes)
                 continue;
-            lamps.add(*area, samplesOfLamp(*area, i), lanes);
+            if (area)
+                lamps.add(*area, samplesOfLight(i), lanes);
+            else
+                cones[coneCount++] = {&light, samplesOfLight(i), lanes};
             // Half as many as points: most of them meet no lamp.
             directions = std::max(directions, (samplesOf(area) + 1) / 2);
         }
         for (int i = 0; i < lobeCount; ++i)
             if (lobes[i].isGlossy || (isSeen() && lamps.hasDrawnByArea()))
                 lobes[i].directions = directions;
+    }
+
+    bool hasGlossy() const
+    {
+        return std::any_of(lobes, lobes + lobeCount, [](const LitLobe& l) { return l.isGlossy; });
+    }
+
+    /// A sample of a light, beside the directions of lobes that meet it.
+    void take(LightEvalSample& sample, const znRTLight& light, const znRTUAreaLight* area,
+              const znRTVector2fPacket& place, float weight, const znFloatType<2>& lanes) const
+    {
+        sample.take(light, area, dg, place, weight, lanes);
+        if (!area && coneCount > 0)
+            sample.density = select(lanes & scattered, perConeAngle / weight, sample.density);
     }
 
     /// All samples that a light asks for.
@@ -199,7 +236,7 @@ private:
             const znRTVector2fPacket place =
                 area ? drawPair(state, RandomDecision::lightPoint, samples, i, moveMask(lanes))
                      : znRTVector2fPacket(0.0f, 0.0f);
-            sample.take(light, area, dg, place, 1.0f / float(samples), lanes);
+            take(sample, light, area, place, 1.0f / float(samples), lanes);
             add(sample);
         }
     }
@@ -240,7 +277,7 @@ private:
     /// Lamps by directions of the lobes.
     void addMetLamps()
     {
-        if (lamps.isEmpty())
+        if (lamps.isEmpty() && coneCount == 0)
             return;
         for (int i = 0; i < lobeCount; ++i)
             for (int k = 0; k < lobes[i].directions; ++k)
@@ -260,21 +297,38 @@ private:
         znRTColorPacket value;
         znFloatType<2> lobePdf(0.0f);
         bool isEvaluated = false;
+        const auto enter = [&](const LightEvalSample& sample, const znFloatType<2>& lanes) {
+            const znRTColorPacket none(0.0f);
+            if (lobe.isGlossy)
+                addShadowed(sample, none, (value * sample.glossy) & lanes);
+            else
+                addShadowed(sample, (value * sample.diffuse) & lanes, none);
+        };
+        const auto evaluateOnce = [&] {
+            if (!isEvaluated)
+                value = reflected(lobe, local, lobePdf);
+            isEvaluated = true;
+        };
         for (unsigned i = 0; i < lamps.getCount(); ++i) {
             znRTMetLamps::Hit met;
             if (!lamps.meet(i, origin, wi, drawn, !lobe.isGlossy, met))
                 continue;
-            if (!isEvaluated)
-                value = reflected(lobe, local, lobePdf);
-            isEvaluated = true;
+            evaluateOnce();
             met.lanes &= lobePdf > znFloatType<2>(0.0f);
-            const LightEvalSample sample =
-                lamps.sampleOf(i, met, dg, wi, lobePdf * float(lobe.directions));
-            const znRTColorPacket none(0.0f);
-            if (lobe.isGlossy)
-                addShadowed(sample, none, (value * sample.glossy) & met.lanes);
-            else
-                addShadowed(sample, (value * sample.diffuse) & met.lanes, none);
+            enter(lamps.sampleOf(i, met, dg, wi, lobePdf * float(lobe.directions)), met.lanes);
+        }
+        for (unsigned i = 0; lobe.isGlossy && i < coneCount; ++i) {
+            const Cone& cone = cones[i];
+            LightEvalSample sample;
+            sample.take(*cone.light, nullptr, dg, u, perConeAngle, drawn & expandLanes(cone.lanes));
+            znFloatType<2> met = sample.mask & (dot(wi, sample.wi) > znFloatType<2>(coneCosine));
+            if (!anyLane(met))
+                continue;
+            evaluateOnce();
+            met &= lobePdf > znFloatType<2>(0.0f);
+            sample.glossy *= cone.light->getMISWeight(lobePdf * float(lobe.directions),
+                                                      cone.samples * perConeAngle);
+            enter(sample, met);
         }
     }
 
@@ -305,6 +359,16 @@ private:
     LitLobe lobes[znRTLobeSet::capacity];
     int lobeCount = 0;
     znRTMetLamps lamps;
+    /// A light without extent.
+    struct Cone
+    {
+        const znRTLight* light;
+        float samples;
+        int lanes;
+    };
+    Cone cones[znRTMetLamps::capacity];
+    unsigned coneCount = 0;
+    const znFloatType<2> scattered; ///< lanes of scattered rays
 };
 
 } // namespace
