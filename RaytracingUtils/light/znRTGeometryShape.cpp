@@ -3,7 +3,6 @@
 #include "accel/znRTIntersector.h"
 #include "core/znRTHitInfoPacket.h"
 #include "core/znRTRayPacket.h"
-#include "geometry/znRTMeshIntersector.h"
 #include "host/znRTTextureSampler.h"
 #include "light/shapeSampling.h"
 #include "light/textureLookup.h"
@@ -216,8 +215,7 @@ const znRTIntersector* znRTGeometryShape::getTree() const
     if (triangles.size() <= fewTriangles || !node)
         return nullptr;
     const znRTIntersector* const tree = node->getCurrentIntersector();
-    const std::size_t listed = triangles.size() + znRTMeshIntersector::s_padding;
-    return tree && tree->isValid() && tree->getCount() == listed ? tree : nullptr;
+    return tree && tree->isValid() && tree->getCount() == triangles.size() ? tree : nullptr;
 }
 
 znFloatType<2> znRTGeometryShape::intersectOrEvaluate(const znRTVector3fPacket& origin,
