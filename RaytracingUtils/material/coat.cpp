@@ -41,8 +41,11 @@ void znRTCoat::addTo(znRTHitSurface& hit, const znFloatType<2>& lanes) const
     const znFloatType<2> one(1.0f);
     const znFloatType<2> cosine = clamp01(dot(hit.wo, onb->n));
     const znFloatType<2> reflected = lobeMath::schlick(f0, lobeMath::schlickRise(cosine));
+    // Where a map leaves the coat out, all is left for what lies bare there.
+    const znFloatType<2> cover =
+        clamp01(maximum(maximum(hit.specular.r, hit.specular.g), hit.specular.b));
     for (znRTColorPacket* below : {&hit.diffuse, &hit.glossy, &hit.translucent})
-        *below *= one - reflected;
+        *below *= one - reflected * cover;
     hit.specular *= reflected;
     hit.lobes.add(mirror, *onb, hit.specular, lanes);
 }

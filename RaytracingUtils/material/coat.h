@@ -28,8 +28,9 @@ public:
     void fetch(const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
                const znFloatType<2>& mask, znRTHitSurface& hit) const;
 
-    /// Takes the reflected share from the colours of a hit, and enters the mirror with that share
-    /// of hit.specular, the coat's colour. After the frame, before the lobes below.
+    /// Takes the reflected share from the colours of a hit, as far as the greatest channel of
+    /// hit.specular, the coat's colour, says that there is a coat; and enters the mirror with that
+    /// share of it. After the frame, before the lobes below.
     void addTo(znRTHitSurface& hit, const znFloatType<2>& lanes) const;
 
     znRTColorAttribute color;

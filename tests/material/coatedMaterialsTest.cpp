@@ -85,6 +85,23 @@ TEST_F(CoatedMaterials, MirrorMoreTowardTheRimAndDarkenWhatIsBelow)
     }
 }
 
+// A coat of a quarter leaves three quarters of what a full one takes, at any angle.
+TEST_F(CoatedMaterials, LeaveTheBaseWhereTheCoatIsThin)
+{
+    setBackground(2.0f);
+    const znRTRayDifferentialPacket ray = slanting();
+    const auto seen = [&](float f0, float cover) {
+        const auto material = makePlastic<osg::UReflectivePlasticMaterial>();
+        material->setClearcoatReflectance(f0);
+        material->setClearcoat(color(cover, cover, cover));
+        return double(seenAlone(material, ray).color.g[0]);
+    };
+    const double bare = seen(0.0f, 1.0f), full = seen(0.2f, 1.0f);
+    EXPECT_GT(std::abs(full - bare), 0.05);
+    EXPECT_NEAR(seen(0.2f, 0.0f), bare, 1e-5);
+    EXPECT_NEAR(seen(0.2f, 0.25f), 0.75 * bare + 0.25 * full, 2e-4);
+}
+
 TEST_F(CoatedMaterials, EnterTheCoatAsAMirrorAboveTheBase)
 {
     const auto coated = makePlastic<osg::UReflectivePlasticMaterial>();
