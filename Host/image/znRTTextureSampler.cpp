@@ -45,6 +45,9 @@ int wrapIndex(int mode, float coordinate, int size)
 znRTTextureSampler::znRTTextureSampler(Kind newKind) : kind(newKind)
 {
     setGamma(1.0f, false, true);
+    // Beyond its edge a face has its neighbour, and never its own other end.
+    if (kind == kindCube)
+        setWrap(clamp, clamp);
 }
 
 znRTTextureSampler::~znRTTextureSampler()

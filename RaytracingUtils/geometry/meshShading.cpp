@@ -5,7 +5,7 @@
 #include "core/znRTRayPacket.h"
 #include "geometry/znRTMesh.h"
 #include "geometry/znRTMeshIntersector.h"
-#include "material/znRTMaterial.h"
+#include "material/znRTBRDFMaterial.h"
 
 namespace {
 
@@ -314,9 +314,22 @@ znFloatType<2> znRTMesh::evaluateCutout(const znRTRayPacket& ray, const znRTHitI
 {
     if (!activeMaterial)
         return opacity;
-    znRTDifferentialGeometry dg{};
-    znRTHitInfoPacket lanes = hit;
-    dg.uv = getUVs(0, lanes);
-    dg.position = ray.pointAt(hit.t);
-    return opacity & activeMaterial->evaluateCutout(ray, dg, mask);
+    const auto* const material =
+        dynamic_cast<const znRTBRDFMaterial*>(activeMaterial->getFirstActiveMaterial());
+    if (!material)
+        return opacity & mask;
+    znRTDataBlockPacket data(hit);
+    data.uvValid = 0;
+    data.dg.tangentMask = data.objectLanes = znFloatType<2>::noLanes();
+    data.requirements = shadingRequirement::spawnData;
+    data.hasNodeTransforms = hasTransform();
+    const znRTRayDifferentialPacket straight(ray);
+    fillShadingData(straight, data, int(hit.hitMask) & moveMask(mask), data.requirements,
+                    vertexAttribute::textureCoordinates);
+    data.nodeToWorld = znMatrix4x4Packet(m_toWorld);
+    data.worldToNode = znMatrix4x4Packet(m_toObject);
+    data.objectPosition = znRTVectorMath::transformAsLocation(data.dg.position, m_toObject);
+    data.objectNormal =
+        znRTVectorMath::transformAsNormal(data.dg.shadingNormal, m_toWorld).getNormalized();
+    return opacity & material->findSolid(data, mask);
 }

@@ -6,6 +6,7 @@
 #include "host/znRTTextureAttributes.h"
 #include "render/notAvailable.h"
 #include "texture/infiniteTiling.h"
+#include "texture/outwardGeometry.h"
 #include "texture/znRTTextureFunctions.h"
 
 #include <algorithm>
@@ -41,12 +42,23 @@ void znRTAttributeTexture::set(const znRTTextureSampler* newSampler, bool isActi
 znRTColorPacket znRTAttributeTexture::fetch(const znRTDataBlockPacket& data,
                                             const znFloatType<2>& mask) const
 {
-    const bool hasFootprint = data.requirements & shadingRequirement::footprint;
+    return fetch(data, mask, data.requirements & shadingRequirement::footprint);
+}
+
+znRTColorPacket znRTAttributeTexture::fetchFinest(const znRTDataBlockPacket& data,
+                                                  const znFloatType<2>& mask) const
+{
+    return fetch(data, mask, false);
+}
+
+znRTColorPacket znRTAttributeTexture::fetch(const znRTDataBlockPacket& data,
+                                            const znFloatType<2>& mask, bool hasFootprint) const
+{
     if (lies == byFirstSet)
         return hasFootprint ? fetchAt(data.dg.uv, {data.dg.dUVdx, data.dg.dUVdy}, mask)
                             : fetchAt(data.dg.uv, mask);
     if (lies != bySet)
-        return fetchProjected(data, mask);
+        return fetchProjected(data, mask, hasFootprint);
     const int set = std::min(attributes->uvSet, znRTDataBlockPacket::maxTextureSets - 1);
     const bool hasSet = (data.uvValid >> set) & 1u;
     const auto& [dUVdx, dUVdy, dPdu, dPdv] = data.uvDerivatives[set];
@@ -74,22 +86,28 @@ znRTColorPacket znRTAttributeTexture::fetchAt(const znRTVector2fPacket& uv,
 }
 
 znRTColorPacket znRTAttributeTexture::fetchProjected(const znRTDataBlockPacket& data,
-                                                     const znFloatType<2>& mask) const
+                                                     const znFloatType<2>& mask,
+                                                     bool hasFootprint) const
 {
     const znFloatType<2> all = znFloatType<2>::allLanes();
     znRTDifferentialGeometry dg;
-    data.setupTriplanarDifferentialGeometry(dg, !data.hasNodeTransforms ? znFloatType<2>::noLanes()
-                                                : lies == inObject      ? all
-                                                                        : data.objectLanes);
-    if (!(data.requirements & shadingRequirement::footprint))
+    const znFloatType<2> lanes = !data.hasNodeTransforms ? znFloatType<2>::noLanes()
+                                 : lies == inObject      ? all
+                                                         : data.objectLanes;
+    if (attributes->mappingType == znRTTextureAttributes::mappingTriplanar)
+        setupOutwardGeometry(data, dg, lanes);
+    else
+        data.setupTriplanarDifferentialGeometry(dg, lanes);
+    if (!hasFootprint)
         dg.dPdx = dg.dPdy = znRTVector3fPacket(0.0f, 0.0f, 0.0f);
     return znRTTextureFunctions::texture2D(*sampler, *attributes, dg, mask);
 }
 
-znRTColorPacket znRTAttributeTexture::fetchPlain(const znRTDifferentialGeometry& dg,
-                                                 const znFloatType<2>& mask) const
+znRTColorPacket znRTAttributeTexture::fetch(const znRTDifferentialGeometry& dg,
+                                            const znFloatType<2>& mask) const
 {
-    return lies == byFirstSet ? fetchAt(dg.uv, mask) : znRTColorPacket(1.0f) & mask;
+    return isProjected() ? znRTTextureFunctions::texture2D(*sampler, *attributes, dg, mask)
+                         : fetchAt(dg.uv, mask);
 }
 
 znRTColor znRTAttributeTexture::getMean() const

@@ -27,10 +27,13 @@ public:
 
     /// Colour at the hits; 0 outside the mask. Active textures only.
     znRTColorPacket fetch(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const;
-    /// The same where nothing is known but position and the first set of texture coordinates; 1 for
-    /// textures that lie otherwise.
-    znRTColorPacket fetchPlain(const znRTDifferentialGeometry& dg,
-                               const znFloatType<2>& mask) const;
+    /// The same from the finest level, whatever a pixel covers: for decisions between two values,
+    /// of which the mean of many texels would be neither.
+    znRTColorPacket fetchFinest(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const;
+    /// The same by what the caller knows.
+    /// @param dg  texture coordinates of the texture's own set, or the neighbourhood in the space
+    ///            that it is projected in
+    znRTColorPacket fetch(const znRTDifferentialGeometry& dg, const znFloatType<2>& mask) const;
     /// Mean colour of the image.
     znRTColor getMean() const;
 
@@ -47,8 +50,10 @@ private:
     znRTColorPacket fetchAt(const znRTVector2fPacket& uv, const znFloatType<2>& mask) const;
     znRTColorPacket fetchAt(const znRTVector2fPacket& uv, const znTextureFootprint& footprint,
                             const znFloatType<2>& mask) const;
-    znRTColorPacket fetchProjected(const znRTDataBlockPacket& data,
-                                   const znFloatType<2>& mask) const;
+    znRTColorPacket fetch(const znRTDataBlockPacket& data, const znFloatType<2>& mask,
+                          bool hasFootprint) const;
+    znRTColorPacket fetchProjected(const znRTDataBlockPacket& data, const znFloatType<2>& mask,
+                                   bool hasFootprint) const;
 
     const znRTTextureSampler* sampler = nullptr;
     const znRTTextureAttributes* attributes = nullptr; ///< null for the first set

@@ -192,11 +192,8 @@ znRTColorPacket znRTBRDFMaterial::evaluateTransparencyColor(const znRTDataBlockP
         const auto behind = [&](const znFloatType<2>& x) { return one - share * (one - x); };
         passed = {behind(passed.r), behind(passed.g), behind(passed.b), share * passed.a};
     }
-    if (cutoutTexture.isActive()) {
-        const znFloatType<2> isSolid =
-            cutoutTexture.fetch(data, mask).r >= znFloatType<2>(solidFrom);
-        passed = select(isSolid, passed, znRTColorPacket(one, one, one, zero));
-    }
+    if (cutoutTexture.isActive())
+        passed = select(findSolid(data, mask), passed, znRTColorPacket(one, one, one, zero));
     return passed;
 }
 
@@ -206,7 +203,15 @@ znFloatType<2> znRTBRDFMaterial::evaluateCutout(const znRTRayPacket&,
 {
     if (!cutoutTexture.isActive())
         return mask;
-    return mask & (cutoutTexture.fetchPlain(dg, mask).r >= znFloatType<2>(solidFrom));
+    return mask & (cutoutTexture.fetch(dg, mask).r >= znFloatType<2>(solidFrom));
+}
+
+znFloatType<2> znRTBRDFMaterial::findSolid(const znRTDataBlockPacket& data,
+                                           const znFloatType<2>& mask) const
+{
+    if (!cutoutTexture.isActive())
+        return mask;
+    return mask & (cutoutTexture.fetchFinest(data, mask).r >= znFloatType<2>(solidFrom));
 }
 
 znRTColorPacket znRTBRDFMaterial::getTransparency(const znRTRayDifferentialPacket&,

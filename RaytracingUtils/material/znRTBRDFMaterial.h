@@ -35,9 +35,11 @@ public:
                znRTShadingState& state) const override;
     /// Hidden from all rays where nothing of the surface is left.
     int getVisibility() const override;
-    /// By the cutout texture, where it follows the first texture coordinates.
+    /// By the cutout texture, see znRTAttributeTexture::fetch.
     znFloatType<2> evaluateCutout(const znRTRayPacket& ray, const znRTDifferentialGeometry& dg,
                                   const znFloatType<2>& mask) const override;
+    /// The same at hits with the data that shadow rays ask for.
+    znFloatType<2> findSolid(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const;
     znRTColorPacket getTransparency(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                                     const znFloatType<2>& mask,
                                     znRTShadingState& state) const override;

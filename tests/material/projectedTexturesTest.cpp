@@ -182,6 +182,103 @@ TEST_F(ProjectedTextures, DriveNumbersAndOpacityToo)
     znRTRenderUtils::s_backgroundColor = {0.0f, 0.0f, 0.0f, 0.0f};
 }
 
+// A cutout takes the same half of the surface from camera rays, from shadows and from those who ask
+// the geometry, however its image lies. The object is turned by half a turn, so that what sticks to
+// it is mirrored.
+TEST_F(ProjectedTextures, CutSurfacesForAllKindsOfRays)
+{
+    const PhongPtr above = makeDiffuse(0.25f), below = makeDiffuse(0.5f);
+    const TexturePtr right = makeTexture(2, 1, {0, 255});
+    above->setCutoutTexture(right.get());
+    squares.push_back(makeSquare());
+    const std::vector<osg::Vec2f> turned = {{1, 1}, {0, 1}, {0, 0}, {1, 0}};
+    squares.back()->setTexCoordSet(1,
+                                   osg::GeoProperty::create(std::span<const osg::Vec2f>(turned)));
+    squares.back()->setMaterial(above);
+    osg::Matrix half;
+    half[0][0] = half[1][1] = -1.0f;
+    half[3][2] = 1.0f;
+    const osg::NodePtr node = scene.add(squares.back().get(), half);
+    addSquare(below);
+    addSun();
+
+    const znRTRayDifferentialPacket upper = downward(texelX, texelY);
+    const znRTRayDifferentialPacket lower(znRTRayPacket(znRTVector3fPacket(texelX, texelY, 0.5f),
+                                                        znRTVector3fPacket(0.0f, 0.0f, -1.0f)));
+    constexpr int leftLanes = 5, rightLanes = 10;
+    const auto expectSolid = [&](int lanes, const char* how) {
+        SCOPED_TRACE(how);
+        scene.scene->applyMaterialChanges();
+        const znFloatType<2> isSolid = expandLanes(lanes);
+        const auto expected = [&](float solid, float open) { return select(isSolid, solid, open); };
+        const znFloatType<2> seen = expected(0.25f, 0.5f), lit = expected(0.0f, 0.5f);
+        EXPECT_LANES_NEAR(shade(upper).color.r, seen[0], seen[1], seen[2], seen[3], 1e-5f);
+        EXPECT_LANES_NEAR(shade(lower).color.r, lit[0], lit[1], lit[2], lit[3], 1e-5f);
+        const znRTHitInfoPacket hits = scene.trace(upper, 15);
+        const znRTMesh& mesh = scene.mesh(node);
+        EXPECT_EQ(moveMask(mesh.evaluateCutout(upper, hits, expandLanes(15), expandLanes(15))),
+                  lanes);
+        EXPECT_EQ(moveMask(mesh.evaluateCutout(upper, hits, expandLanes(7), expandLanes(14))),
+                  lanes & 6);
+    };
+    expectSolid(leftLanes, "first set, turned with the object");
+    right->setUvSet(1);
+    expectSolid(rightLanes, "second set, turned against the first");
+    right->setUvSet(0);
+    right->setMappingType(znRTTextureAttributes::mappingProjection);
+    right->setProjection(overSquare());
+    right->setProjectionSpace(1);
+    expectSolid(rightLanes, "plane in the world");
+    right->setProjectionSpace(0);
+    expectSolid(leftLanes, "plane in the object");
+    // From behind about z, half of the turn is where y is positive.
+    right->setProjection(osg::Matrix());
+    right->setCylindrical(true);
+    expectSolid(3, "cylinder in the object");
+    right->setProjectionSpace(1);
+    expectSolid(12, "cylinder in the world");
+    right->setMappingType(znRTTextureAttributes::mappingTriplanar);
+    const auto axes = osg::UTriplanarSettings::create();
+    axes->setTextureSize(osg::Vec2f(2.0f, 2.0f));
+    axes->setOffsetU(osg::Vec3f(0.5f, 0.5f, 0.5f));
+    above->setTriplanar(axes);
+    expectSolid(leftLanes, "axes of the object");
+    above->setTriplanar(nullptr);
+    scene.scene->applyMaterialChanges();
+    axes->setSpace(1);
+    above->setTriplanar(axes);
+    expectSolid(rightLanes, "axes of the world");
+}
+
+// A grille of which two fifths are there, seen from so far that a pixel covers all of it: the mean
+// of its texels would be open everywhere.
+TEST_F(ProjectedTextures, CutByTexelsAndNotByTheirMean)
+{
+    const PhongPtr material = makeDiffuse(0.0f);
+    const TexturePtr grille = makeTexture(5, 1, {255, 0, 255, 0, 0});
+    grille->setMipmaps(true);
+    material->setCutoutTexture(grille.get());
+    addSquare(material);
+    znRTRenderUtils::s_backgroundColor = {1.0f, 1.0f, 1.0f, 0.0f};
+    for (const bool isProjected : {false, true}) {
+        grille->setMappingType(isProjected ? znRTTextureAttributes::mappingProjection : 0);
+        grille->setProjection(overSquare());
+        scene.scene->applyMaterialChanges();
+        double seen = 0.0;
+        for (int i = 0; i < 25; ++i) {
+            const znFloatType<2> x(0.08f * float(i) - 0.959f);
+            znRTRayDifferentialPacket ray = downward(x, 0.1f);
+            ray.hasDifferentials = true;
+            ray.rxOrigin = ray.origin + znRTVector3fPacket(2.0f, 0.0f, 0.0f);
+            ray.ryOrigin = ray.origin + znRTVector3fPacket(0.0f, 2.0f, 0.0f);
+            ray.rxDirection = ray.ryDirection = ray.direction;
+            seen += double(shade(ray).color.r[0]);
+        }
+        EXPECT_NEAR(seen / 25.0, 0.6, 0.05) << isProjected;
+    }
+    znRTRenderUtils::s_backgroundColor = {0.0f, 0.0f, 0.0f, 0.0f};
+}
+
 // Of a further set the footprint counts, not that of the first: here the first one is a thousandth
 // of its size.
 TEST_F(ProjectedTextures, FilterByTheFootprintOfTheirOwnSet)

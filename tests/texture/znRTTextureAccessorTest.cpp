@@ -70,8 +70,67 @@ TEST(TextureAccessors, SeeWhatTheFunctionsOfTheSameFilterSee)
                     F::texture2D(sampler, places, footprint, allLanes));
         expectEqual(trilinear->texture2D(sampler, places, allLanes),
                     F::texture2D(sampler, places, allLanes));
-        for (const auto* accessor : {&nearest, &bilinear, &trilinear})
+        expectEqual(nearest->texture2DNoTransform(sampler, places, allLanes),
+                    F::texture2DNearestNoTransform(sampler, places, allLanes));
+        expectEqual(trilinear->texture2DNoTransform(sampler, places, footprint, allLanes),
+                    F::texture2DNoTransform(sampler, places, footprint, allLanes));
+        for (const auto* accessor : {&nearest, &bilinear, &trilinear}) {
             EXPECT_EQ((*accessor)->getWrapMode(), mode);
+            znRTVector2fPacket uv = places;
+            F::applyTexCoordTransform(sampler, uv);
+            znFloatType<2> valid = allLanes, known = allLanes;
+            const znRTVector2fPacket home = (*accessor)->getTexCoord(uv.x, uv.y, valid);
+            const znFloatType<2> s = F::calculateTexCoord(mode & 3, uv.x, known);
+            const znFloatType<2> t = F::calculateTexCoord(mode >> 2, uv.y, known);
+            EXPECT_LANES_EQ(home.x, s[0], s[1], s[2], s[3]);
+            EXPECT_LANES_EQ(home.y, t[0], t[1], t[2], t[3]);
+            EXPECT_EQ(moveMask(valid), moveMask(known));
+            // Corners, mixed by their weights, are the bilinear value.
+            znTexelCorners corners;
+            (*accessor)->getBilinearSamples(sampler, places, allLanes, corners);
+            const znRTColorPacket seen = F::texture2D(sampler, places, allLanes);
+            for (int c = 0; c < 4; ++c) {
+                const auto row = [&](int i) {
+                    return mix(corners.corner[i][c], corners.corner[i + 1][c], corners.across);
+                };
+                const znFloatType<2> mixed = mix(row(0), row(2), corners.up);
+                EXPECT_LANES_NEAR(seen[c], mixed[0], mixed[1], mixed[2], mixed[3], 2e-6f);
+            }
+        }
+    }
+}
+
+TEST(TextureAccessors, SeeTheSidesOfACubeAsTheFunctionsDo)
+{
+    using F = znRTTextureFunctions;
+    znRTSamplerCube cube;
+    fillRandom(cube, 8, 8, 6);
+    const znRTVector3fPacket directions[] = {
+        {{1.0f, -0.3f, 0.2f, 0.5f}, {0.2f, -0.9f, 0.4f, 0.5f}, {-0.3f, 0.1f, -1.0f, 0.6f}},
+        {{-1.0f, 0.99f, 0.2f, 0.0f}, {0.98f, 1.0f, 0.4f, 0.5f}, {-0.3f, 0.1f, 0.41f, 0.0f}}};
+    const znRTVector3fPacket dx({0.1f, 0.0f, 0.3f, 0.0f}, 0.0f, 0.1f), dy(0.0f, 0.2f, 0.0f);
+    for (int mode = 0; mode < 16; ++mode) {
+        cube.wrapMode = mode;
+        SCOPED_TRACE(mode);
+        const auto nearest = make(cube, false, false), bilinear = make(cube, true, false);
+        const auto trilinear = make(cube, false, true);
+        for (const znRTVector3fPacket& d : directions) {
+            expectEqual(bilinear->textureCube(cube, d, allLanes),
+                        F::textureCube(cube, d, allLanes));
+            expectEqual(trilinear->textureCube(cube, d, allLanes),
+                        F::textureCube(cube, d, allLanes));
+            expectEqual(trilinear->textureCube(cube, d, dx, dy, allLanes),
+                        F::textureCube(cube, d, dx, dy, allLanes));
+            znIntType<2> face;
+            const znRTVector2fPacket place = F::findCubeFace(d, face);
+            const znRTColorPacket seen = nearest->textureCube(cube, d, dx, dy, allLanes);
+            for (int lane = 0; lane < 4; ++lane) {
+                const int x = std::min(int(place.x[lane] * 8.0f), 7);
+                const int y = std::min(int(place.y[lane] * 8.0f), 7);
+                const znRTVector4f texel = cube.getTexel(0, face[lane], x, y);
+                EXPECT_COLOR(seen.getComponent(lane), texel.x, texel.y, texel.z, texel.w, 0.0f);
+            }
+        }
     }
 }
 
@@ -84,7 +143,7 @@ TEST(TextureAccessors, SeeTheSameAloneAsInFours)
     const znRTVector3fPacket direction({1.0f, -0.3f, 0.2f, 0.5f}, {0.2f, -0.9f, 0.4f, 0.5f},
                                        {-0.3f, 0.1f, -1.0f, 0.6f});
     const znRTVector3fPacket dx({0.1f, 0.0f, 0.3f, 0.0f}, 0.0f, 0.1f), dy(0.0f, 0.2f, 0.0f);
-    for (int mode = 0; mode < 16; mode += 5) {
+    for (int mode = 0; mode < 16; ++mode) {
         sampler.wrapMode = cube.wrapMode = mode;
         for (int filter = 0; filter < 3; ++filter) {
             const auto accessor = make(sampler, filter == 1, filter == 2);

@@ -2,6 +2,7 @@
 
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTVectorMath.h"
+#include "texture/outwardGeometry.h"
 #include "texture/surfaceSteps.h"
 
 #include <numbers>
@@ -145,7 +146,7 @@ void znRTTriplanarBumpTexture::visitAxes(const znRTDataBlockPacket& data, const 
     const Axes& axes = *axesOf(*attributes);
     const Mask lanes = objectLanes(data, axes.space[0] == 0);
     Geometry inSpace;
-    data.setupTriplanarDifferentialGeometry(inSpace, lanes);
+    setupOutwardGeometry(data, inSpace, lanes);
     znFloatType<2> weight[3];
     znRTTextureFunctions::computeTriplanarBlend(inSpace.shadingNormal, axes.blendWidth, mask,
                                                 weight);
