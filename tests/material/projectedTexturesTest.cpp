@@ -243,10 +243,11 @@ TEST_F(ProjectedTextures, CutSurfacesForAllKindsOfRays)
     axes->setOffsetU(osg::Vec3f(0.5f, 0.5f, 0.5f));
     above->setTriplanar(axes);
     expectSolid(leftLanes, "axes of the object");
-    above->setTriplanar(nullptr);
-    scene.scene->applyMaterialChanges();
-    axes->setSpace(1);
-    above->setTriplanar(axes);
+    const auto fixed = osg::UTriplanarSettings::create();
+    fixed->setTextureSize(osg::Vec2f(2.0f, 2.0f));
+    fixed->setOffsetU(osg::Vec3f(0.5f, 0.5f, 0.5f));
+    fixed->setSpace(1);
+    above->setTriplanar(fixed);
     expectSolid(rightLanes, "axes of the world");
 }
 
