@@ -71,17 +71,25 @@ void znRTMesh::fillDerivatives(const znRTRayDifferentialPacket& ray, znRTDataBlo
         return;
 
     const znFloatType<2> mask = expandLanes(corners.lanes);
+    znRTVector3fPacket dPdx, dPdy;
+    if (needsUVFootprint || needsNormals)
+        data.getFootprint(ray, dPdx, dPdy);
+    if (needsFootprint) {
+        data.dg.dPdx.setMasked(dPdx, mask);
+        data.dg.dPdy.setMasked(dPdy, mask);
+    }
+    // Rays that start here need no more; without coordinates there is nothing to step along.
+    const bool hasSets = texCoords[0] || (attributes & vertexAttribute::textureCoordinates);
+    if (!needsTangents && !hasSets) {
+        data.dg.dUVdx.setMasked({0.0f, 0.0f}, mask);
+        data.dg.dUVdy.setMasked({0.0f, 0.0f}, mask);
+        return;
+    }
     const Edges edges = edgesOf(corners);
     if (needsTangents)
         fillTextureTangents(data, edges, mask);
     if (!needsUVFootprint && !needsNormals)
         return;
-    znRTVector3fPacket dPdx, dPdy;
-    data.getFootprint(ray, dPdx, dPdy);
-    if (needsFootprint) {
-        data.dg.dPdx.setMasked(dPdx, mask);
-        data.dg.dPdy.setMasked(dPdy, mask);
-    }
     znRTVector2fPacket alongX, alongY;
     edges.project(dPdx, dPdy, alongX, alongY);
     if (needsUVFootprint)
