@@ -30,6 +30,7 @@ struct znRTSubsurfaceMedium
 {
     /// Reduced extinction coefficient, one over scene units: the mean free path is its reciprocal.
     float extinction = 1.0f;
+    float unit = 1.0f;          ///< scene units that the lobe's limits of the extinction count in
     float anisotropy = 0.0f;    ///< mean cosine of scattering, (-1, 1)
     float scatterAlbedo = 0.9f; ///< scattered share of what is extinguished
     int mode = 3;               ///< of translucency: 4 takes light that scattered once alone

@@ -26,6 +26,8 @@ enum class RandomDecision : int {
     roundedEdge,
     roundedEdgeFrame,
     lampByLobe,
+    subsurface,    ///< where light enters a body
+    subsurfaceWay, ///< how that place is looked for
     count
 };
 

@@ -4,6 +4,7 @@
 #include "material/directLighting.h"
 #include "material/indirectLight.h"
 #include "material/mirrorLight.h"
+#include "material/subsurface.h"
 #include "material/surroundingLight.h"
 #include "material/translucency.h"
 #include "material/znRTSurfaceProperties.h"
@@ -49,10 +50,11 @@ void gatherSides(const znRTLitHit& lit, const znRTBRDFMaterial& material, const 
         light.scale(surfaceGlossy, sides.frontWeight);
     }
     if (anyLane(sides.back)) {
-        evaluateBackSideIllumination(
-            {lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, sides.back, material, lit.state},
-            material, hit, light.direct[surfaceTranslucent], light.ibl[surfaceTranslucent],
-            light.indirect[surfaceTranslucent]);
+        const auto evaluate =
+            scattersBelow(hit.backLobes) ? &evaluateSubsurface : &evaluateBackSideIllumination;
+        evaluate({lit.ray, lit.data, lit.dg, lit.lobes, lit.wo, sides.back, material, lit.state},
+                 material, hit, light.direct[surfaceTranslucent], light.ibl[surfaceTranslucent],
+                 light.indirect[surfaceTranslucent]);
         light.scale(surfaceTranslucent, sides.backWeight);
     }
 }

@@ -1,35 +1,46 @@
 #include "material/translucency.h"
 
+#include "core/rayTypes.h"
 #include "core/znRTDataBlockPacket.h"
+#include "core/znRTRayPacket.h"
 #include "gi/randomDecisions.h"
+#include "host/znSceneDataManager.h"
 #include "material/directLighting.h"
 #include "material/indirectLight.h"
 #include "material/shadePipeline.h"
-#include "render/notAvailable.h"
 
-void znRTTranslucency::setup()
+void znRTTranslucency::setup(znRTPhongBTDFAttributes& lobes, unsigned sampleCount)
 {
-    static znRTOnceWarning notBelow(
-        "Light does not scatter below surfaces yet: they are as translucent as thin sheets.");
-    if (mode >= 3)
-        notBelow();
-    znRTPhongBTDFAttributes record;
-    record.exponent = exponent;
-    lobe.setup(record, 1);
+    constexpr float millimetresPerMetre = 1000.0f;
+    lobes.medium.unit = znSceneDataManager::getUnitsPerMetre() / millimetresPerMetre;
+    lobes.medium.mode = mode;
+    sheet.setup(lobes, sampleCount);
+    body.setup(lobes, sampleCount);
 }
 
-znRTColorPacket znRTTranslucency::fetch(const znRTDataBlockPacket& data,
+znRTColorPacket znRTTranslucency::fetch(const znRTRayPacket& ray, const znRTDataBlockPacket& data,
                                         const znFloatType<2>& mask) const
 {
-    return isOn() ? color.fetch(data, mask) : znRTColorPacket(0.0f);
+    if (!isOn())
+        return znRTColorPacket(0.0f);
+    const znRTColorPacket found = color.fetch(data, mask);
+    if (!isRestricted)
+        return found;
+    const znIntType<2> looking = ray.type & znIntType<2>(int(rayType::seesEmission));
+    return found & ~asFloat(looking == znIntType<2>(0));
 }
 
 void znRTTranslucency::addTo(znRTHitSurface& hit, const znFloatType<2>& lanes) const
 {
     if (!isOn())
         return;
+    const znFloatType<2> shown = lanes & (hit.translucent.getMax() > znFloatType<2>(0.0f));
+    if (mode >= subsurfaceMultiple) {
+        hit.backLobes.add(body, hit.onb, hit.translucent, shown);
+        return;
+    }
     hit.backOnb = hit.onb.getFlipped();
-    hit.backLobes.add(lobe, hit.backOnb, hit.translucent, lanes);
+    hit.backLobes.add(sheet, hit.backOnb, hit.translucent, shown);
 }
 
 znRTSideChoice chooseSides(const znRTHitSurface& hit, const znFloatType<2>& lanes,

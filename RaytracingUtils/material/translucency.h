@@ -1,46 +1,65 @@
 #pragma once
 
-// Light through a thin sheet from behind, as an addition to what its front reflects. Each lane
-// shows one of both sides, drawn by how much of the light each can bring, so that a shade costs no
-// more than that of an opaque surface.
+// Light that comes through a surface, as an addition to what its front reflects: through a thin
+// sheet from behind, or from below the surface of a body (subsurface.h). Each lane shows one of
+// both, drawn by how much of the light each can bring, so that a shade costs no more than that of
+// an opaque surface.
 
+#include "brdf/analytic/znRTBSSRDF.h"
 #include "brdf/analytic/znRTTranslucencyBTDF.h"
 #include "brdf/znRTBxDFAttributes.h"
 #include "material/colorAttribute.h"
 #include "material/surroundingLight.h"
 
 class znRTBRDFMaterial;
+class znRTRayPacket;
 struct znRTHitSurface;
 
 /// What the kinds with translucency have of it.
 class znRTTranslucency
 {
 public:
-    /// @tparam Record  with the rows of translucency
+    /// Of the host. A restricted sheet is translucent to those who look at it, and opaque to the
+    /// rays that gather light from other surfaces.
+    enum Mode { off, thin, thinRestricted, subsurfaceMultiple, subsurfaceSingle };
+
+    /// @tparam Record      with the rows of translucency
+    /// @param illumination mode of the frame: 3 gathers light from other surfaces
+    /// @param sampleCount  places where light enters a body, per point that is seen
     template <class Record>
-    void read(const Record& record)
+    void read(const Record& record, int illumination, unsigned sampleCount)
     {
-        mode = record.translucencyMode;
+        mode = Mode(record.translucencyMode);
+        isRestricted = mode == thinRestricted && illumination >= 3;
         color.set(record.translucency, record.translucencySpectrum, record.translucencySampler,
                   record.translucencyActive, record.translucencyAttributes);
-        exponent = record.translucencyExponent;
-        setup();
+        znRTPhongBTDFAttributes lobes;
+        lobes.exponent = record.translucencyExponent;
+        lobes.indices.indexA = record.indexInside;
+        lobes.indices.indexB = record.indexOutside;
+        lobes.medium.extinction = 1.0f / record.meanFreePath;
+        lobes.medium.anisotropy = record.scatterAnisotropy;
+        lobes.medium.scatterAlbedo = record.scatterAlbedo;
+        setup(lobes, sampleCount);
     }
-    bool isOn() const { return mode != 0 && color.getPhotometricValue() > 0.0f; }
+    bool isOn() const { return mode != off && color.getPhotometricValue() > 0.0f; }
 
     const znRTAttributeTexture& getTexture() const { return color.getTexture(); }
     /// Colour at the hits; black while it is off.
-    znRTColorPacket fetch(const znRTDataBlockPacket& data, const znFloatType<2>& mask) const;
+    znRTColorPacket fetch(const znRTRayPacket& ray, const znRTDataBlockPacket& data,
+                          const znFloatType<2>& mask) const;
     /// Enters the lobe with the hit's translucent colour. After the frame.
     void addTo(znRTHitSurface& hit, const znFloatType<2>& lanes) const;
 
 private:
-    void setup();
+    /// @param lobes  all but the medium's unit and mode
+    void setup(znRTPhongBTDFAttributes& lobes, unsigned sampleCount);
 
-    int mode = 0; ///< of the host: 0 off, 1 and 2 thin, 3 and 4 below the surface
-    float exponent = 1.0f;
+    Mode mode = off;
+    bool isRestricted = false;
     znRTColorAttribute color;
-    znRTTranslucencyBTDF lobe;
+    znRTTranslucencyBTDF sheet;
+    znRTBSSRDF body;
 };
 
 /// Which side each lane shows, with what its light counts for: 1 / probability, 0 on the other.

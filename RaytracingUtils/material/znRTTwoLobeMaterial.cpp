@@ -1,8 +1,7 @@
 #include "material/znRTTwoLobeMaterial.h"
 
 #include "brdf/znRTBxDFAttributes.h"
-
-#include <algorithm>
+#include "core/znRTRayPacket.h"
 
 template <class DiffuseLobe, template <int> class GlossyLobe>
 void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::setupLobes(const znRTBxDFAttributes& record)
@@ -12,7 +11,7 @@ void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::setupLobes(const znRTBxDFAttr
     else
         blend.setLobes(diffuseLobe, uniformGlossyLobe);
     texturedGlossyLobe.setSamplePower(znRTGlossinessTexture::exponentPower);
-    blend.setup(record, unsigned(std::max(0, getEnvironmentQuality())));
+    blend.setup(record, lobeSamples());
     blend.setMix(diffuse.getPhotometricValue(), glossy.getPhotometricValue());
     setPlainRequirements();
     diffuse.addRequirements(materialState);
@@ -22,14 +21,13 @@ void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::setupLobes(const znRTBxDFAttr
 }
 
 template <class DiffuseLobe, template <int> class GlossyLobe>
-void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::fetchParameters(const znRTRayDifferentialPacket&,
-                                                                   const znRTDataBlockPacket& data,
-                                                                   const znFloatType<2>& mask,
-                                                                   Hit& hit) const
+void znRTTwoLobeMaterial<DiffuseLobe, GlossyLobe>::fetchParameters(
+    const znRTRayDifferentialPacket& ray, const znRTDataBlockPacket& data,
+    const znFloatType<2>& mask, Hit& hit) const
 {
     hit.diffuse = diffuse.fetch(data, mask);
     hit.glossy = glossy.fetch(data, mask);
-    hit.translucent = translucency.fetch(data, mask);
+    hit.translucent = translucency.fetch(ray, data, mask);
     hit.ambient = ambient.fetch(data, mask);
     fetchShared(data, mask, hit);
     if (isTexturedGlossy())

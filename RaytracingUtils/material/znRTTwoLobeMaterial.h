@@ -11,6 +11,8 @@
 #include "material/shadePipeline.h"
 #include "material/translucency.h"
 
+#include <algorithm>
+
 struct znRTBxDFAttributes;
 
 /// @tparam GlossyLobe  in both forms: 0 with the width of setup, 1 with that of the lanes
@@ -62,7 +64,7 @@ protected:
         if constexpr (requires { record.glossinessActive; })
             glossiness.read(record);
         if constexpr (requires { record.translucencyMode; })
-            translucency.read(record);
+            translucency.read(record, getIlluminationMode(), lobeSamples());
         needsConsistentTangents = record.bumpActive;
         if constexpr (requires { record.anisotropyActive; })
             needsConsistentTangents |= record.anisotropyActive;
@@ -71,6 +73,8 @@ protected:
     /// After colours are set: the lobes, the share of both, and the requirements.
     void setupLobes(const znRTBxDFAttributes& record);
 
+    /// Of the lobes, by the quality of the environment.
+    unsigned lobeSamples() const { return unsigned(std::max(0, getEnvironmentQuality())); }
     /// Whether an image drives the width of the glossy lobe.
     bool isTexturedGlossy() const { return glossiness.isActive(); }
 

@@ -35,7 +35,8 @@ void znRTBSSRDF::setup(const znRTBxDFAttributes& attributes, unsigned count)
     anisotropy = lobeMath::held(medium.anisotropy, -0.99f, 0.99f);
     const float newEta =
         std::max(1.0f, record->indices.indexA) / std::max(1.0f, record->indices.indexB);
-    const float newMfp = lobeMath::held(medium.extinction, 0.001f, 10.0f);
+    const float newMfp =
+        lobeMath::held(medium.extinction * medium.unit, 0.001f, 10.0f) / medium.unit;
     const float newAlbedo = lobeMath::held(medium.scatterAlbedo, 0.0f, 1.0f);
     if (newEta == eta && newMfp == mfp && newAlbedo == scatterAlbedo)
         return;

@@ -30,7 +30,7 @@ public:
     znRTBSSRDF();
 
     /// Reads indices and medium of a znRTPhongBTDFAttributes: extinction is held inside 0.001..10
-    /// per scene unit, the scattering's mean cosine inside +-0.99, indices at 1 or above.
+    /// per unit of the medium, the scattering's mean cosine inside +-0.99, indices at 1 or above.
     void setup(const znRTBxDFAttributes& attributes, unsigned count) override;
 
     using znRTBRDF::evaluate;

@@ -44,7 +44,8 @@
     R(NUMBER, (float, indexInside, IndexInside, 1.4f, "", 1e-3f, 100.0f))                          \
     R(NUMBER, (float, indexOutside, IndexOutside, 1.0f, "", 1e-3f, 100.0f))                        \
     R(LENGTH, (meanFreePath, MeanFreePath, 1.0f, "mm", 0.001f, 1e6f))                              \
-    R(NUMBER, (float, scatterAnisotropy, ScatterAnisotropy, 0.0f, "", -0.99f, 0.99f))
+    R(NUMBER, (float, scatterAnisotropy, ScatterAnisotropy, 0.0f, "", -0.99f, 0.99f))              \
+    R(NUMBER, (float, scatterAlbedo, ScatterAlbedo, 0.9f, "", 0.0f, 1.0f))
 
 /// Reflectance over the angle. Tables of metals, tabulated optical constants: 0 neutral, 1
 /// aluminium, 2 amorphous carbon, 3 silver, 4 gold, 5 cobalt, 6 copper, 7 chromium, 8 lithium,
