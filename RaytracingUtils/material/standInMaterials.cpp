@@ -12,11 +12,6 @@ namespace {
 
 const znRTVector3f black(0.0f, 0.0f, 0.0f);
 
-znRTVector3f scaled(const znRTVector3f& color, float factor)
-{
-    return {color.x * factor, color.y * factor, color.z * factor};
-}
-
 znRTVector3f half(const znRTVector3f& a, const znRTVector3f& b)
 {
     return {0.5f * (a.x + b.x), 0.5f * (a.y + b.y), 0.5f * (a.z + b.z)};
@@ -54,7 +49,7 @@ void readGloss(const Record& record, znRTColorAttribute& color)
         color.set(record.glossy, record.glossySpectrum, record.glossySampler, record.glossyActive,
                   record.glossyAttributes);
     else if constexpr (requires { record.flakeDensity; })
-        color.set(scaled(record.flake, record.flakeDensity * record.flakeReflectance), nullptr);
+        color.set(record.flake, nullptr);
     else if constexpr (requires { record.specular; })
         color.set(besides(record.diffuse, record.specular), nullptr, record.specularSampler,
                   record.specularActive, record.specularAttributes);
@@ -62,7 +57,7 @@ void readGloss(const Record& record, znRTColorAttribute& color)
         color.set(black, nullptr);
 }
 
-/// Flakes reflect what they are, in the width of their tilt.
+/// Flakes reflect by how many there are, in the width of their tilt; the body shows between them.
 template <class Record>
 znRTBSDFAttributes glossOf(const Record& record)
 {
@@ -71,7 +66,7 @@ znRTBSDFAttributes glossOf(const Record& record)
         const float exponent = znPhongExponent(record.flakeRoughness);
         lobes.setExponents(exponent, exponent);
         lobes.fresnelTable = znRTBSDFAttributes::noTable;
-        lobes.reflectance = 1.0f;
+        lobes.reflectance = record.flakeDensity * record.flakeReflectance;
     }
     return lobes;
 }

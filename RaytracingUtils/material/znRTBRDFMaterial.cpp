@@ -224,14 +224,39 @@ znRTColorPacket znRTBRDFMaterial::getTransparency(const znRTRayDifferentialPacke
     return passed;
 }
 
+namespace {
+
+/// A colour as the factor on it says; alpha is the colour's.
+znRTColorPacket colored(const znRTColor& color, const znRTColorPacket& factor,
+                        const znFloatType<2>& mask)
+{
+    znRTColorPacket emission = znRTColorPacket(color) * factor;
+    emission.a = color.a;
+    return emission & mask;
+}
+
+} // namespace
+
+znRTColorPacket znRTBRDFMaterial::evaluateIncandescenceColor(const znRTDataBlockPacket& data,
+                                                             const znFloatType<2>& mask) const
+{
+    if (!incandescenceTexture.isActive())
+        return znRTColorPacket(incandescenceColor) & mask;
+    return colored(incandescenceColor, incandescenceTexture.fetch(data, mask), mask);
+}
+
+znRTColorPacket znRTBRDFMaterial::evaluateIncandescenceColor(const znRTDifferentialGeometry& dg,
+                                                             const znFloatType<2>& mask) const
+{
+    if (!incandescenceTexture.isActive())
+        return znRTColorPacket(incandescenceColor) & mask;
+    return colored(incandescenceColor, incandescenceTexture.fetchPlain(dg, mask), mask);
+}
+
 znRTColorPacket znRTBRDFMaterial::evaluateEmissionColor(const znRTDataBlockPacket& data,
                                                         const znFloatType<2>& mask) const
 {
-    znRTColorPacket emission = znRTColorPacket(incandescenceColor) & mask;
-    if (incandescenceTexture.isActive()) {
-        emission *= incandescenceTexture.fetch(data, mask);
-        emission.a = znFloatType<2>(incandescenceColor.a) & mask;
-    }
+    znRTColorPacket emission = evaluateIncandescenceColor(data, mask);
     if (hasVertexEmission) {
         emission.r *= data.vertexColor.r;
         emission.g *= data.vertexColor.g;

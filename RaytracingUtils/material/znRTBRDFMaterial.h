@@ -51,6 +51,13 @@ public:
     /// Emission without a look at what kind of ray asks.
     znRTColorPacket evaluateEmissionColor(const znRTDataBlockPacket& data,
                                           const znFloatType<2>& mask) const;
+    /// The emission by its colour and image alone.
+    znRTColorPacket evaluateIncandescenceColor(const znRTDataBlockPacket& data,
+                                               const znFloatType<2>& mask) const;
+    /// The same at points of which no more is known than place and first texture coordinates;
+    /// images that lie otherwise count as white.
+    znRTColorPacket evaluateIncandescenceColor(const znRTDifferentialGeometry& dg,
+                                               const znFloatType<2>& mask) const;
     /// Colour that passes through the hits; alpha is the opacity.
     znRTColorPacket evaluateTransparencyColor(const znRTDataBlockPacket& data,
                                               const znFloatType<2>& mask) const;

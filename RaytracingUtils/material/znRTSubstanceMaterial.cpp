@@ -157,6 +157,13 @@ znRTColorPacket znRTSubstanceMaterial::getTransparency(const znRTRayDifferential
     return passed;
 }
 
+znRTColorPacket znRTSubstanceMaterial::evaluateEmission(const znRTRayDifferentialPacket&,
+                                                        znRTDataBlockPacket& data,
+                                                        const znFloatType<2>& mask) const
+{
+    return evaluateEmissionColor(data, mask) + (emissive.fetch(data, mask) & mask);
+}
+
 void znRTSubstanceMaterial::fetchParameters(const znRTRayDifferentialPacket&,
                                             const znRTDataBlockPacket& data,
                                             const znFloatType<2>& mask, Hit& hit) const

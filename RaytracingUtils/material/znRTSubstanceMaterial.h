@@ -28,6 +28,10 @@ public:
     znRTColorPacket getTransparency(const znRTRayDifferentialPacket& ray, znRTDataBlockPacket& data,
                                     const znFloatType<2>& mask,
                                     znRTShadingState& state) const override;
+    /// Of the record's emission and of the workflow's own.
+    znRTColorPacket evaluateEmission(const znRTRayDifferentialPacket& ray,
+                                     znRTDataBlockPacket& data,
+                                     const znFloatType<2>& mask) const override;
 
     // For the pipeline.
 
