@@ -9,6 +9,7 @@
 #include "material/znRTMaterial.h"
 
 #include "brdf/znRTBxDFAttributes.h"
+#include "render/notAvailable.h"
 #include "render/znRTRenderUtils.h"
 
 #include <algorithm>
@@ -29,6 +30,13 @@ int selectValue(bool overrides, bool isVetoed, int interactive, int still, int o
 znRTColor opaque(const znRTVector3f& rgb)
 {
     return usableColor(rgb.x, rgb.y, rgb.z);
+}
+
+void tellOfRayLights()
+{
+    static znRTOnceWarning notDone(
+        "Photons of ray lights are not traced yet: surfaces that receive them show none.");
+    notDone();
 }
 
 bool overridesEnvironment(const znRTCommonAttributes& attributes)
@@ -57,7 +65,9 @@ bool znRTMaterial::setRaytracingCommonSettings(znRTCommonAttributes& attributes)
     for (int i = 0; i < 4; ++i)
         materialIDColor[i] = attributes.materialIDColor[i];
     materialState.sideness = attributes.sideness;
-    materialState.materialFlagA = attributes.flagA;
+    materialState.materialFlagA = attributes.flagA || attributes.receiveRayLightPhotons;
+    if (materialState.materialFlagA)
+        tellOfRayLights();
     photonTarget = attributes.photonTarget;
     roundedEdges = {attributes.roundedEdgeActive, attributes.roundedEdgeMode,
                     int(attributes.roundedEdgeSamples), attributes.roundedEdgeMaxDepth,

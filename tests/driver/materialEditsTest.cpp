@@ -14,17 +14,19 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace {
 
 using Settings = osg::RaytracingSettingsAttachment;
 
-/// From -2 to 2 at a height.
-osg::GeometryPtr makeSquare(float z)
+osg::GeometryPtr makeSquare(float x0, float y0, float edge, float z)
 {
     const osg::GeometryPtr square = osg::Geometry::create();
-    const std::vector<osg::Vec3f> points = {{-2, -2, z}, {2, -2, z}, {2, 2, z}, {-2, 2, z}};
+    const float x1 = x0 + edge, y1 = y0 + edge;
+    const std::vector<osg::Vec3f> points = {{x0, y0, z}, {x1, y0, z}, {x1, y1, z}, {x0, y1, z}};
     const std::vector<osg::Vec3f> normals(4, osg::Vec3f(0, 0, 1));
     const std::vector<osg::Vec2f> uvs = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
     square->setPositions(osg::GeoProperty::create(std::span<const osg::Vec3f>(points)));
@@ -35,6 +37,12 @@ osg::GeometryPtr makeSquare(float z)
     square->setTypes({osg::Geometry::triangles});
     square->setLengths({6});
     return square;
+}
+
+/// From -2 to 2 at a height.
+osg::GeometryPtr makeSquare(float z)
+{
+    return makeSquare(-2.0f, -2.0f, 4.0f, z);
 }
 
 /// A square that fills the view of a camera above it, under a white sun straight above.
@@ -77,14 +85,18 @@ protected:
     /// Red of the middle of the next frame.
     float seen()
     {
+        render(16);
+        return float(driver.getImage(FrameDriver::Colors::linear).getNormalized(8, 8, 0));
+    }
+    void render(u32 size)
+    {
         FrameSettings frame;
-        frame.width = frame.height = 16;
+        frame.width = frame.height = size;
         frame.isStill = false;
         frame.renderMode = 0;
         frame.samples = 1;
         frame.threads = 1;
         driver.render(frame, camera.get());
-        return float(driver.getImage(FrameDriver::Colors::linear).getNormalized(8, 8, 0));
     }
 
     FrameDriver driver;
@@ -226,4 +238,112 @@ TEST_F(MaterialEdits, GoOnWithValuesThatAreNoNumbers)
     material->setDiffuse(gray(0.5f));
     material->setRoughness(notANumber);
     EXPECT_NEAR(seen(), 0.5f, 1e-4f);
+}
+
+// Kinds replace each other on an object and below a switch.
+TEST_F(MaterialEdits, ReplaceKindsByOthers)
+{
+    const auto first = matte(0.5f);
+    square->setMaterial(first.get());
+    EXPECT_NEAR(seen(), 0.5f, 1e-4f);
+    const osg::Ref<osg::SimpleMaterial> plain(osg::SimpleMaterial::create());
+    plain->setDiffuse(osg::Vec3f(0.25f, 0.25f, 0.25f));
+    plain->setSpecular(osg::Vec3f(0, 0, 0));
+    square->setMaterial(plain.get());
+    EXPECT_NEAR(seen(), 0.25f, 1e-4f);
+    const osg::Ref<osg::ULightMaterial> lamp(osg::ULightMaterial::create());
+    square->setMaterial(lamp.get());
+    EXPECT_GT(seen(), 0.9f);
+    const osg::Ref<osg::UChromeMaterial> metal(osg::UChromeMaterial::create());
+    metal->setRoughness(0.0f);
+    square->setMaterial(metal.get());
+    EXPECT_EQ(seen(), 0.0f); // nothing around
+    const osg::Ref<osg::SwitchMaterial> choice(osg::SwitchMaterial::create());
+    choice->setMaterials({osg::MaterialPtr(metal.get()), osg::MaterialPtr(plain.get())});
+    square->setMaterial(choice.get());
+    EXPECT_EQ(seen(), 0.0f);
+    choice->setChoice(1);
+    EXPECT_NEAR(seen(), 0.25f, 1e-4f);
+    choice->setMaterials({osg::MaterialPtr(first.get()), osg::MaterialPtr(first.get())});
+    EXPECT_NEAR(seen(), 0.5f, 1e-4f);
+    square->setMaterial(first.get());
+    EXPECT_NEAR(seen(), 0.5f, 1e-4f);
+}
+
+TEST_F(MaterialEdits, ReachTheNextFrameWhenTexturesComeAndGo)
+{
+    const auto material = matte(1.0f);
+    square->setMaterial(material.get());
+    EXPECT_NEAR(seen(), 1.0f, 1e-4f);
+    for (int round = 0; round < 3; ++round) {
+        {
+            const osg::Ref<osg::UTextureSettings> slot(osg::UTextureSettings::create());
+            slot->setGamma(1.0f);
+            slot->setImage(uniformImage(102).get());
+            slot->setIsActive(true);
+            material->setDiffuseTexture(slot.get());
+        }
+        EXPECT_NEAR(seen(), 0.4f, 1e-4f);
+        material->setDiffuseTexture(osg::UTextureSettingsPtr());
+        EXPECT_NEAR(seen(), 1.0f, 1e-4f);
+    }
+}
+
+// A mosaic, one tile and one material per pixel of the view.
+TEST_F(MaterialEdits, ReachTheNextFrameForAThousandMaterials)
+{
+    constexpr u32 size = 32, count = size * size;
+    root->subChild(root->getChild(0));
+    const float half = 3.0f * float(std::tan(15.0 * std::numbers::pi / 180.0));
+    const float edge = 2.0f * half / float(size);
+    std::vector<osg::Ref<osg::UPhongMaterial>> materials;
+    std::vector<osg::Ref<osg::Geometry>> tiles;
+    std::vector<osg::NodePtr> nodes;
+    const osg::NodePtr mosaic = osg::Node::create(nullptr, "mosaic");
+    root->addChild(mosaic);
+    for (u32 i = 0; i < count; ++i) {
+        materials.push_back(matte(0.0f));
+        const float x = 0.1f - half + edge * float(i % size);
+        const float y = 0.05f - half + edge * float(i / size);
+        tiles.emplace_back(makeSquare(x, y, edge, 0.0f));
+        tiles.back()->setMaterial(materials.back().get());
+        nodes.push_back(osg::Node::create(tiles.back().get(), "tile"));
+        mosaic->addChild(nodes.back());
+    }
+    const auto expectSeen = [&](std::vector<float> expected) {
+        render(size);
+        const auto image = driver.getImage(FrameDriver::Colors::linear);
+        std::vector<float> values;
+        for (u32 i = 0; i < count; ++i)
+            values.push_back(float(image.getNormalized(i % size, i / size, 0)));
+        std::sort(values.begin(), values.end());
+        std::sort(expected.begin(), expected.end());
+        double worst = 0.0;
+        for (u32 i = 0; i < count; ++i)
+            worst = std::max(worst, std::abs(double(values[i] - expected[i])));
+        EXPECT_LT(worst, 1e-4);
+    };
+    std::vector<float> values(count);
+    for (const float scale : {1.0f, 0.5f}) {
+        for (u32 i = 0; i < count; ++i) {
+            values[i] = scale * float(i + 1) / float(count + 1);
+            materials[i]->setDiffuse(gray(values[i]));
+        }
+        expectSeen(values);
+    }
+    for (u32 i = 0; i < count; i += 2) {
+        const osg::Ref<osg::SimpleMaterial> plain(osg::SimpleMaterial::create());
+        values[i] = 0.9f;
+        plain->setDiffuse(osg::Vec3f(0.9f, 0.9f, 0.9f));
+        plain->setSpecular(osg::Vec3f(0, 0, 0));
+        tiles[i]->setMaterial(plain.get());
+        materials[i] = {};
+    }
+    expectSeen(values);
+    for (u32 i = 1; i < count; i += 2) {
+        mosaic->subChild(nodes[i]);
+        values[i] = 0.0f;
+        materials[i] = {};
+    }
+    expectSeen(values);
 }

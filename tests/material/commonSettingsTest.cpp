@@ -267,3 +267,19 @@ TEST_F(CommonSettings, FollowTheFieldsOfFixedFunctionMaterials)
     addSquare(chunks.get(), 1.0f);
     EXPECT_NEAR(shade().color.g[0], 0.2f, 1e-5f);
 }
+
+TEST_F(CommonSettings, TakeEitherFlagForPhotonsOfRayLights)
+{
+    const PhongPtr material = makeDiffuse(0.5f);
+    const znRTMaterial& shading = addSquare(material);
+    EXPECT_FALSE(shading.getState().materialFlagA);
+    material->setReceiveRayLightPhotons(true);
+    scene.scene->applyMaterialChanges();
+    EXPECT_TRUE(shading.getState().materialFlagA);
+    material->setReceiveRayLightPhotons(false);
+    scene.scene->applyMaterialChanges();
+    EXPECT_FALSE(shading.getState().materialFlagA);
+    material->setFlagA(true);
+    scene.scene->applyMaterialChanges();
+    EXPECT_TRUE(shading.getState().materialFlagA);
+}

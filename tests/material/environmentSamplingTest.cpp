@@ -4,6 +4,8 @@
 #include "light/znRTInfiniteAreaLight.h"
 #include "material/environmentSampling.h"
 
+#include <random>
+
 using namespace materialTest;
 
 namespace {
@@ -135,6 +137,99 @@ TEST_F(EnvironmentOnSurfaces, ShowAGlossyHighlightWithoutBias)
     });
     EXPECT_GT(expected, 0.1);
     EXPECT_NEAR(mean(4096), expected, 0.02 * expected);
+}
+
+namespace {
+
+struct Moments
+{
+    void add(double value)
+    {
+        ++count;
+        sum += value;
+        squares += value * value;
+    }
+    double mean() const { return sum / count; }
+    double variance() const { return squares / count - mean() * mean(); }
+
+    double count = 0.0, sum = 0.0, squares = 0.0;
+};
+
+} // namespace
+
+// Two ways to draw a direction, by the surroundings and by the lobes, each without a look at the
+// other, and the shade that weighs both: one mean, and at most
+// half as much again of the noise that the better way brings alone.
+TEST_F(EnvironmentOnSurfaces, WeighTwoWaysOfDrawingLight)
+{
+    for (const float roughness : {0.15f, 0.6f}) {
+        surround(greyEnvironment(64, 32, [](int x, int y) {
+            return x >= 38 && x < 44 && y >= 3 && y < 7 ? 50.0f : 0.1f;
+        }));
+        const PhongPtr shiny = makeGlossy(0.5f, roughness);
+        shiny->setDiffuse(gray(0.4f));
+        znRTMaterial& material = addSquare(shiny);
+        znRTRayDifferentialPacket ray = downward(0.2f, 0.1f);
+        znRTDataBlockPacket data = blockOf(ray);
+        data.dg.parameters = nullptr;
+        znRTSurfaceProperties surface;
+        surface.reset();
+        znRTShadingState state = stateOf(0);
+        material.evaluateMaterial(ray, data, surface, everyLane4, state, -1, znRTMaterial::gather);
+        const znRTInfiniteAreaLight& light = *znRTMaterial::s_environmentLight;
+        const znRTVector3fPacket wo = -ray.direction;
+
+        Moments weighed, byLight, byLobes;
+        constexpr int samples = 16384;
+        for (int i = 0; i < samples; ++i) {
+            const znRTColorPacket seen = shade(ray, 15, i).color;
+            for (int lane = 0; lane < 4; ++lane)
+                weighed.add(double(seen.r[lane]));
+        }
+        std::mt19937 engine(5);
+        const auto draw = [&] {
+            znFloatType<2> u;
+            for (int lane = 0; lane < 4; ++lane)
+                u.set(lane, std::uniform_real_distribution<float>(0.0f, 0.999999f)(engine));
+            return u;
+        };
+        for (int i = 0; i < 4 * samples; ++i) {
+            znFloatType<2> pdf, valid;
+            znRTVector2fPacket uv;
+            const znRTVector2fPacket u(draw(), draw());
+            const znRTVector3fPacket wi = light.getFullSphereSample(u, pdf, uv, everyLane4);
+            znRTColorPacket value(0.0f);
+            for (const int group : {0, 1}) {
+                const auto& lobes = surface.groups[group];
+                znFloatType<2> lobePdf;
+                value += lobes.slots[0].lobe->evaluate(lobes.onb.toLocal(wo), lobes.onb.toLocal(wi),
+                                                       data.dg, lobePdf) *
+                         lobes.slots[0].color;
+            }
+            value *= light.getDrawnIntensity(wi, uv, everyLane4) *
+                     (maximum(wi.z, 0.0f) * reciprocalOrZero(pdf));
+            znRTColorPacket reflected;
+            znIntType<2> group, rayMask;
+            const znRTVector3fPacket drawn =
+                surface.sampleBRDF(lobeType::diffuse | lobeType::glossy, draw(), u, wo, data.dg,
+                                   everyLane4, reflected, pdf, valid, group, rayMask);
+            reflected *= light.getIntensity(data.dg.position, drawn, znRTVector2fPacket(0.0f, 0.0f),
+                                            everyLane4) *
+                         reciprocalOrZero(pdf);
+            for (int lane = 0; lane < 4; ++lane) {
+                byLight.add(double(value.r[lane]));
+                byLobes.add(double((reflected.r & valid)[lane]));
+            }
+        }
+        const double expected = byLight.mean();
+        EXPECT_NEAR(byLobes.mean(), expected, 0.02 * expected) << roughness;
+        EXPECT_NEAR(weighed.mean(), expected, 0.02 * expected) << roughness;
+        EXPECT_LT(weighed.variance(), 1.5 * std::min(byLight.variance(), byLobes.variance()))
+            << roughness << ": " << byLight.variance() << " " << byLobes.variance();
+        scene.scene->clear();
+        squares.clear();
+        znRTRenderUtils::updateEnvironment();
+    }
 }
 
 TEST_F(EnvironmentOnSurfaces, TurnWithTheEnvironment)

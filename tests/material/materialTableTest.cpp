@@ -103,7 +103,7 @@ TEST_F(MaterialTable, GivesEachKindItsClassOrOneThatStandsIn)
 
 TEST_F(MaterialTable, SharesAMaterialAmongThreads)
 {
-    constexpr int count = 200;
+    constexpr int count = 1000;
     std::vector<osg::Ref<osg::Material>> hosts;
     for (int i = 0; i < count; ++i)
         hosts.emplace_back(make("UPhongMaterial"));
