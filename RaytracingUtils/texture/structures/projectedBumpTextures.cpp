@@ -2,7 +2,6 @@
 
 #include "core/znRTDataBlockPacket.h"
 #include "core/znRTVectorMath.h"
-#include "texture/outwardGeometry.h"
 #include "texture/surfaceSteps.h"
 
 #include <numbers>
@@ -146,7 +145,7 @@ void znRTTriplanarBumpTexture::visitAxes(const znRTDataBlockPacket& data, const 
     const Axes& axes = *axesOf(*attributes);
     const Mask lanes = objectLanes(data, axes.space[0] == 0);
     Geometry inSpace;
-    setupOutwardGeometry(data, inSpace, lanes);
+    data.setupTriplanarDifferentialGeometry(inSpace, lanes);
     znFloatType<2> weight[3];
     znRTTextureFunctions::computeTriplanarBlend(inSpace.shadingNormal, axes.blendWidth, mask,
                                                 weight);
