@@ -52,7 +52,10 @@ bool znRTGeometryLight::update()
     // Through a surface that lets light pass, or casts no shadow, points farther along a direction
     // shine, too.
     drawnByArea = true;
-    metByRays = !material->isTransparent() && !material->hasTransparencyTexture() &&
+    // Directions are tested with all triangles.
+    constexpr std::size_t mostTested = 96;
+    metByRays = static_cast<const znRTGeometryShape&>(*shape).getTriangleCount() <= mostTested &&
+                !material->isTransparent() && !material->hasTransparencyTexture() &&
                 geometryNode->getClippingShapes().size == 0 &&
                 (geometryNode->getVisibilityFlags() & rayType::lightShadow) == rayType::lightShadow;
     if (!shape->isValid())

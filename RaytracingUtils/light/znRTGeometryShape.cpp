@@ -1,8 +1,5 @@
 #include "light/znRTGeometryShape.h"
 
-#include "accel/znRTIntersector.h"
-#include "core/znRTHitInfoPacket.h"
-#include "core/znRTRayPacket.h"
 #include "host/znRTTextureSampler.h"
 #include "light/shapeSampling.h"
 #include "light/textureLookup.h"
@@ -22,8 +19,6 @@ constexpr int backSide = 2;
 constexpr std::size_t manyTriangles = 100000;
 constexpr float digits = 1000.0f;
 constexpr float numberStep = 1e-6f;
-/// Up to this many triangles are tested faster than a tree is walked.
-constexpr std::size_t fewTriangles = 8;
 
 /// Mean luminance of a texture on a triangle, by points spread over it (M. Roberts, "The
 /// Unreasonable Effectiveness of Quasirandom Sequences", 2018, R2), one for some texels each.
@@ -210,14 +205,6 @@ znRTColorPacket znRTGeometryShape::sampleForLight(const znRTVector2fPacket& u,
     return znRTColorPacket(1.0f) & active;
 }
 
-const znRTIntersector* znRTGeometryShape::getTree() const
-{
-    if (triangles.size() <= fewTriangles || !node)
-        return nullptr;
-    const znRTIntersector* const tree = node->getCurrentIntersector();
-    return tree && tree->isValid() && tree->getCount() == triangles.size() ? tree : nullptr;
-}
-
 znFloatType<2> znRTGeometryShape::intersectOrEvaluate(const znRTVector3fPacket& origin,
                                                       const znRTVector3fPacket& direction,
                                                       const znFloatType<2>& mask, znFloatType<2>& t,
@@ -226,31 +213,7 @@ znFloatType<2> znRTGeometryShape::intersectOrEvaluate(const znRTVector3fPacket& 
     point = {
         znRTVector3fPacket(centroid), znRTVector3fPacket(0.0f, 0.0f, 1.0f), {0.0f, 0.0f}, 0.0f};
     t = std::numeric_limits<float>::max();
-    const znRTIntersector* const tree = getTree();
-    return tree ? meetByTree(*tree, origin, direction, mask, t, point)
-                : meetOneByOne(origin, direction, mask, t, point);
-}
-
-znFloatType<2> znRTGeometryShape::meetByTree(const znRTIntersector& tree,
-                                             const znRTVector3fPacket& origin,
-                                             const znRTVector3fPacket& direction,
-                                             const znFloatType<2>& mask, znFloatType<2>& t,
-                                             znRTShapePoint& point) const
-{
-    const znFloatType<2> zero(0.0f), end(t);
-    znRTRayPacket ray(origin, direction);
-    ray.type = znIntType<2>(-1);
-    znRTHitInfoPacket hit;
-    hit.reset(end);
-    tree.intersect(ray, zero, end, hit, moveMask(mask));
-    const znFloatType<2> met = mask & expandLanes(int(hit.hitMask));
-    const int lanes = moveMask(met);
-    for (int lane = 0; lane < 4; ++lane)
-        if ((lanes >> lane) & 1)
-            setPoint(lane, triangles[std::size_t(u32(hit.primitive[lane]))], hit.u[lane],
-                     hit.v[lane], point);
-    t = select(met, hit.t, t);
-    return isTwoSided() ? met : met & (dot(direction, point.normal) < zero);
+    return meetOneByOne(origin, direction, mask, t, point);
 }
 
 znFloatType<2> znRTGeometryShape::meetOneByOne(const znRTVector3fPacket& origin,

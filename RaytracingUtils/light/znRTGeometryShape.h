@@ -15,7 +15,6 @@
 #include <vector>
 
 class znRTGeometryNode;
-class znRTIntersector;
 class znRTMesh;
 class znRTTextureSampler;
 
@@ -44,7 +43,7 @@ public:
                           const znRTVector3fPacket& normal, const znFloatType<2>& areaPdf,
                           const znFloatType<2>& mask) const override;
     float getArea() const override { return totalArea; }
-    /// By the tree of the node once it is built. Before, and for a few triangles, all are tested.
+    /// Tests all triangles.
     znFloatType<2> intersectOrEvaluate(const znRTVector3fPacket& origin,
                                        const znRTVector3fPacket& direction,
                                        const znFloatType<2>& mask, znFloatType<2>& t,
@@ -79,11 +78,6 @@ private:
     void readTriangles(const znRTMesh& mesh, std::vector<float>& areas);
     /// Makes the distribution over the triangles.
     void chooseBy(const std::vector<float>& areas, const znRTTextureSampler* emission);
-    /// Where the numbers of its hits are those of the triangles; null without.
-    const znRTIntersector* getTree() const;
-    znFloatType<2> meetByTree(const znRTIntersector& tree, const znRTVector3fPacket& origin,
-                              const znRTVector3fPacket& direction, const znFloatType<2>& mask,
-                              znFloatType<2>& t, znRTShapePoint& point) const;
     znFloatType<2> meetOneByOne(const znRTVector3fPacket& origin,
                                 const znRTVector3fPacket& direction, const znFloatType<2>& mask,
                                 znFloatType<2>& t, znRTShapePoint& point) const;

@@ -307,7 +307,7 @@ namespace {
 
 constexpr u32 gridCells = 6;
 
-/// makeLamp's square of many triangles, which are tested by their tree.
+/// makeLamp's square of many triangles.
 GeometryRef makeGridLamp(float height)
 {
     std::vector<osg::Vec3f> points;
