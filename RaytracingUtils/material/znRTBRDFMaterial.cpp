@@ -250,7 +250,11 @@ znRTColorPacket znRTBRDFMaterial::evaluateIncandescenceColor(const znRTDifferent
 {
     if (!incandescenceTexture.isActive())
         return znRTColorPacket(incandescenceColor) & mask;
-    return colored(incandescenceColor, incandescenceTexture.fetchPlain(dg, mask), mask);
+    const znRTTextureAttributes* const lies = commonAttributes->incandescenceAttributes;
+    const bool isByFirstSet = !incandescenceTexture.isProjected() && !(lies && lies->uvSet > 0);
+    return colored(
+        incandescenceColor,
+        isByFirstSet ? incandescenceTexture.fetch(dg, mask) : znRTColorPacket(1.0f) & mask, mask);
 }
 
 znRTColorPacket znRTBRDFMaterial::evaluateEmissionColor(const znRTDataBlockPacket& data,
