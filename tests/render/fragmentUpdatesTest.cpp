@@ -276,7 +276,7 @@ TEST_F(FragmentUpdates, GiveEverySurfaceBehindItsOwnRandomDecisions)
         EXPECT_EQ(state.counterB, 32 + (i + 1) * decisionsPerDepth);
         EXPECT_EQ(state.counterA, 0);
         EXPECT_EQ(state.counterC, 4);
-        EXPECT_EQ(state.counterD, 6);
+        EXPECT_EQ(state.counterD, 6 + i + 1);
         EXPECT_EQ(state.sampleIndex, 9);
         EXPECT_EQ(state.dimension, 2);
         EXPECT_INT_LANES(state.pixelSeed, 5, 5, 5, 5);
