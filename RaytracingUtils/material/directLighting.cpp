@@ -28,7 +28,7 @@ constexpr int leastDraws = 4;
 // itself brings is weighted beside them. Nothing is lost; bright lines that smooth bodies cast blur
 // by as much (A. Kaplanyan, C. Dachsbacher, "Path Space Regularization for Holistic and Robust
 // Light Transport", Eurographics 2013).
-constexpr float coneCosine = 0.995f; ///< half angle 0.1
+constexpr float coneCosine = 0.9553365f; ///< half angle 0.3
 constexpr float perConeAngle = 1.0f / (6.2831853f * (1.0f - coneCosine));
 
 /// Lanes of rays that a lobe has drawn.
