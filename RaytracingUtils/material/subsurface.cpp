@@ -19,9 +19,12 @@ using V = znRTVector3fPacket;
 
 const F zero(0.0f), one(1.0f);
 
-/// Share of the probing rays along the normal; either tangent takes half of the others.
-constexpr float alongNormal = 0.5f;
-constexpr float alongTangent = 0.25f;
+/// Share of the probing rays along the normal; either tangent takes half of the others, which find
+/// what stands steep nearby and miss flat surroundings.
+constexpr float alongNormal = 0.8f;
+constexpr float alongTangent = 0.1f;
+/// Probes of a point that is seen, at least: with one, most of what a few samples show is chance.
+constexpr int leastProbes = 4;
 /// Walls of a body that one ray looks at; those behind count as not there.
 constexpr int mostWalls = 4;
 /// Steps from a node up to the object that it is a part of.
@@ -301,7 +304,8 @@ void evaluateSubsurface(const znRTLitHit& hit, const znRTBRDFMaterial& material,
     const auto& body = static_cast<const znRTBSSRDF&>(*surface.backLobes.begin()->lobe);
     Subsurface below(hit, material, surface, body);
     // Points that light comes from by way of a ray are many: each is a part of a mean.
-    const int samples = hit.state.counterC == 0 ? std::max(1, int(body.getSampleCount())) : 1;
+    const int samples =
+        hit.state.counterC == 0 ? std::max(leastProbes, int(body.getSampleCount())) : 1;
     for (int i = 0; i < samples; ++i)
         below.addSample(samples, i);
     direct = below.direct;
