@@ -9,7 +9,7 @@ import math, sys
 from makeStudio import Document, box, circle, lathe, look_at, moved
 
 RADIUS, STEP = 0.1, 0.235
-BACK = ("phong", "plastic", "reflective plastic", "triplanar", "substance", "substance metal", "simple")
+BACK = ("phong", "plastic", "reflective plastic", "triplanar", "substance", "brushed metal", "simple")
 FRONT = ("chrome gold", "chrome rough", "clear glass", "tinted glass", "frosted glass", "thin glass", "light")
 
 
