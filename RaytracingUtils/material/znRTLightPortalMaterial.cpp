@@ -2,6 +2,7 @@
 
 #include "core/rayTypes.h"
 #include "host/osg/materials/utilityMaterials.h"
+#include "material/letAllPass.h"
 #include "render/znRTFragment.h"
 
 const znRTTypeId znRTLightPortalMaterial::id("znRTLightPortalMaterial");
@@ -33,12 +34,7 @@ void znRTLightPortalMaterial::shade(const znRTRayDifferentialPacket& ray, znRTDa
         fragment.updateFragmentColor({0.0f, 0.0f, 0.0f, 1.0f}, 1.0f, mask);
         return;
     }
-    znRTThroughput throughput;
-    throughput.blend = znFloatType<2>::noLanes();
-    throughput.surfaceAlpha = 0.0f;
-    throughput.hitLanes = mask;
-    fragment.updateToColor(ray, data, znRTColorPacket(0.0f), {1.0f, 1.0f, 1.0f, 0.0f}, state,
-                           throughput, mask);
+    letAllPass(ray, data, fragment, mask, state);
 }
 
 znRTColorPacket znRTLightPortalMaterial::getTransparency(const znRTRayDifferentialPacket&,
@@ -46,7 +42,5 @@ znRTColorPacket znRTLightPortalMaterial::getTransparency(const znRTRayDifferenti
                                                          const znFloatType<2>& mask,
                                                          znRTShadingState&) const
 {
-    znRTColorPacket passed = znRTColorPacket(1.0f) & mask;
-    passed.a = 1.0f;
-    return passed;
+    return allPassed(mask);
 }

@@ -2,9 +2,9 @@
 
 #include "core/znRTDataBlockPacket.h"
 #include "host/osg/materials/glassMaterials.h"
+#include "material/letAllPass.h"
 #include "material/znRTBRDFMaterial.h"
 #include "render/notAvailable.h"
-#include "render/znRTFragment.h"
 
 const znRTTypeId znRTVolumeScatterMaterial::id("znRTVolumeScatterMaterial");
 
@@ -41,12 +41,7 @@ void znRTVolumeScatterMaterial::shade(const znRTRayDifferentialPacket& ray,
     const znFloatType<2> enters = mask & data.dg.frontFacing;
     data.volumeEntry = select(enters, data.hit.t, data.volumeEntry);
     data.volumeExit = select(andNot(enters, mask), data.hit.t, data.volumeExit);
-    znRTThroughput throughput;
-    throughput.blend = znFloatType<2>::noLanes();
-    throughput.surfaceAlpha = 0.0f;
-    throughput.hitLanes = mask;
-    fragment.updateToColor(ray, data, znRTColorPacket(0.0f), {1.0f, 1.0f, 1.0f, 0.0f}, state,
-                           throughput, mask);
+    letAllPass(ray, data, fragment, mask, state);
 }
 
 znRTColorPacket znRTVolumeScatterMaterial::getTransparency(const znRTRayDifferentialPacket&,
@@ -54,7 +49,5 @@ znRTColorPacket znRTVolumeScatterMaterial::getTransparency(const znRTRayDifferen
                                                            const znFloatType<2>& mask,
                                                            znRTShadingState&) const
 {
-    znRTColorPacket passed = znRTColorPacket(1.0f) & mask;
-    passed.a = 1.0f;
-    return passed;
+    return allPassed(mask);
 }
