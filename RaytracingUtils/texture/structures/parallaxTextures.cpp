@@ -2,9 +2,13 @@
 
 #include <algorithm>
 
+template <>
 const znRTTypeId znRTParallaxMappingTexture::id("znRTParallaxMappingTexture");
+template <>
 const znRTTypeId znRTParallaxOcclusionTexture::id("znRTParallaxOcclusionTexture");
+template <>
 const znRTTypeId znRTTriplanarParallaxMappingTexture::id("znRTTriplanarParallaxMappingTexture");
+template <>
 const znRTTypeId znRTTriplanarParallaxOcclusionTexture::id("znRTTriplanarParallaxOcclusionTexture");
 
 namespace {

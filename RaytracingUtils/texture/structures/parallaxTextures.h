@@ -11,40 +11,42 @@
 
 #include "texture/structures/projectedBumpTextures.h"
 
-/// A single step, exact where heights change slowly.
-class znRTParallaxMappingTexture : public znRTProjectedBumpTexture
+/// A single step, exact where heights change slowly; in each projection one of its own.
+/// @tparam Bump  how the image lies on the surface
+template <class Bump>
+class znRTParallaxMapping : public Bump
 {
 public:
     static const znRTTypeId id;
 
     /// @param depth  above 0; the others as for bumps
-    znRTParallaxMappingTexture(const znRTTextureSampler& newSampler,
-                               const znRTTextureAttributes* newAttributes, Kind newKind,
-                               float newAmplitude, bool isDownward, float depth)
-        : znRTProjectedBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward,
-                                   depth)
+    znRTParallaxMapping(const znRTTextureSampler& newSampler,
+                        const znRTTextureAttributes* newAttributes, typename Bump::Kind newKind,
+                        float newAmplitude, bool isDownward, float depth)
+        : Bump(id, newSampler, newAttributes, newKind, newAmplitude, isDownward, depth)
     {
     }
 
     znRTVector2fPacket marchHeight(const znRTVector2fPacket& uv, const znParallaxRay& ray,
                                    const znFloatType<2>& mask) const override
     {
-        return stepDown(uv, ray, mask);
+        return this->stepDown(uv, ray, mask);
     }
 };
 
 /// Steps down until the ray is below the heights: near heights hide far ones.
-class znRTParallaxOcclusionTexture : public znRTProjectedBumpTexture
+/// @tparam Bump  how the image lies on the surface
+template <class Bump>
+class znRTParallaxOcclusion : public Bump
 {
 public:
     static const znRTTypeId id;
 
     /// @param mostSteps  of a ray at a flat angle, at least 1
-    znRTParallaxOcclusionTexture(const znRTTextureSampler& newSampler,
-                                 const znRTTextureAttributes* newAttributes, Kind newKind,
-                                 float newAmplitude, bool isDownward, float depth, int mostSteps)
-        : znRTProjectedBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward,
-                                   depth),
+    znRTParallaxOcclusion(const znRTTextureSampler& newSampler,
+                          const znRTTextureAttributes* newAttributes, typename Bump::Kind newKind,
+                          float newAmplitude, bool isDownward, float depth, int mostSteps)
+        : Bump(id, newSampler, newAttributes, newKind, newAmplitude, isDownward, depth),
           steps(mostSteps)
     {
     }
@@ -52,57 +54,23 @@ public:
     znRTVector2fPacket marchHeight(const znRTVector2fPacket& uv, const znParallaxRay& ray,
                                    const znFloatType<2>& mask) const override
     {
-        return marchDown(uv, ray, steps, mask);
+        return this->marchDown(uv, ray, steps, mask);
     }
 
 private:
     int steps;
 };
 
-/// A single step in each of the three projections.
-class znRTTriplanarParallaxMappingTexture : public znRTTriplanarBumpTexture
-{
-public:
-    static const znRTTypeId id;
+using znRTParallaxMappingTexture = znRTParallaxMapping<znRTProjectedBumpTexture>;
+using znRTParallaxOcclusionTexture = znRTParallaxOcclusion<znRTProjectedBumpTexture>;
+using znRTTriplanarParallaxMappingTexture = znRTParallaxMapping<znRTTriplanarBumpTexture>;
+using znRTTriplanarParallaxOcclusionTexture = znRTParallaxOcclusion<znRTTriplanarBumpTexture>;
 
-    /// @param newAttributes  along the axes
-    znRTTriplanarParallaxMappingTexture(const znRTTextureSampler& newSampler,
-                                        const znRTTextureAttributes* newAttributes, Kind newKind,
-                                        float newAmplitude, bool isDownward, float depth)
-        : znRTTriplanarBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward,
-                                   depth)
-    {
-    }
-
-    znRTVector2fPacket marchHeight(const znRTVector2fPacket& uv, const znParallaxRay& ray,
-                                   const znFloatType<2>& mask) const override
-    {
-        return stepDown(uv, ray, mask);
-    }
-};
-
-/// A march in each of the three projections.
-class znRTTriplanarParallaxOcclusionTexture : public znRTTriplanarBumpTexture
-{
-public:
-    static const znRTTypeId id;
-
-    znRTTriplanarParallaxOcclusionTexture(const znRTTextureSampler& newSampler,
-                                          const znRTTextureAttributes* newAttributes, Kind newKind,
-                                          float newAmplitude, bool isDownward, float depth,
-                                          int mostSteps)
-        : znRTTriplanarBumpTexture(id, newSampler, newAttributes, newKind, newAmplitude, isDownward,
-                                   depth),
-          steps(mostSteps)
-    {
-    }
-
-    znRTVector2fPacket marchHeight(const znRTVector2fPacket& uv, const znParallaxRay& ray,
-                                   const znFloatType<2>& mask) const override
-    {
-        return marchDown(uv, ray, steps, mask);
-    }
-
-private:
-    int steps;
-};
+template <>
+const znRTTypeId znRTParallaxMappingTexture::id;
+template <>
+const znRTTypeId znRTParallaxOcclusionTexture::id;
+template <>
+const znRTTypeId znRTTriplanarParallaxMappingTexture::id;
+template <>
+const znRTTypeId znRTTriplanarParallaxOcclusionTexture::id;
