@@ -2,10 +2,10 @@
 #include "host/osg/OffsetCameraDecorator.h"
 #include "host/osg/Viewport.h"
 #include "host/znLog.h"
+#include "support/savedProfile.h"
 
 #include <gtest/gtest.h>
 
-#include <lcms2.h>
 #include <nlohmann/json.hpp>
 
 #include <array>
@@ -63,16 +63,6 @@ std::vector<znImagePostprocessor> allTonemappers()
 double sRGB(double linear)
 {
     return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1.0 / 2.4) - 0.055;
-}
-
-std::vector<u8> saveProfile(cmsHPROFILE profile)
-{
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    std::vector<u8> bytes(size);
-    cmsSaveProfileToMem(profile, bytes.data(), &size);
-    cmsCloseProfile(profile);
-    return bytes;
 }
 
 } // namespace
@@ -351,7 +341,7 @@ TEST(ColorProfile, RaisesToTheInverseOfItsGamma)
 TEST(ColorProfile, BakesICCProfiles)
 {
     znColorProfile profile;
-    const auto sRGBBytes = saveProfile(cmsCreate_sRGBProfile());
+    const auto sRGBBytes = savedProfile(cmsCreate_sRGBProfile());
     ASSERT_TRUE(profile.setICCProfile(sRGBBytes.data(), sRGBBytes.size(), "sRGB"));
     EXPECT_EQ(profile.kind, znColorProfile::table);
     for (float x : {0.0f, 0.02f, 0.2f, 0.5f, 0.77f, 1.0f}) {
@@ -366,7 +356,7 @@ TEST(ColorProfile, BakesICCProfiles)
     cmsCIExyYTRIPLE primaries{{0.64, 0.33, 1.0}, {0.30, 0.60, 1.0}, {0.15, 0.06, 1.0}};
     cmsToneCurve* curve = cmsBuildGamma(nullptr, 1.8);
     cmsToneCurve* curves[3] = {curve, curve, curve};
-    const auto gammaBytes = saveProfile(cmsCreateRGBProfile(&white, &primaries, curves));
+    const auto gammaBytes = savedProfile(cmsCreateRGBProfile(&white, &primaries, curves));
     cmsFreeToneCurve(curve);
     ASSERT_TRUE(profile.setICCProfile(gammaBytes.data(), gammaBytes.size(), "1.8"));
     for (float x : {0.05f, 0.2f, 0.5f, 1.0f})
@@ -382,9 +372,9 @@ TEST(ColorProfile, RefusesWhatIsNoDisplayProfile)
     const std::vector<u8> noise(500, 0x5a);
     EXPECT_FALSE(profile.setICCProfile(noise.data(), noise.size(), "noise"));
     EXPECT_FALSE(profile.setICCProfile(nullptr, 0, "nothing"));
-    const auto lab = saveProfile(cmsCreateLab4Profile(nullptr));
+    const auto lab = savedProfile(cmsCreateLab4Profile(nullptr));
     EXPECT_FALSE(profile.setICCProfile(lab.data(), lab.size(), "Lab"));
-    auto cut = saveProfile(cmsCreate_sRGBProfile());
+    auto cut = savedProfile(cmsCreate_sRGBProfile());
     cut.resize(cut.size() / 3);
     EXPECT_FALSE(profile.setICCProfile(cut.data(), cut.size(), "cut"));
     EXPECT_EQ(profile.kind, znColorProfile::sRGB);

@@ -1,33 +1,18 @@
 #include "io/iccProfile.h"
 
 #include "support/TemporaryFolder.h"
+#include "support/savedProfile.h"
 
 #include "io/InputError.h"
 #include "io/imageWriter.h"
 
 #include <gtest/gtest.h>
-#include <lcms2.h>
 #include <random>
-
-namespace {
-
-std::vector<u8> sRGB()
-{
-    const cmsHPROFILE profile = cmsCreate_sRGBProfile();
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    std::vector<u8> bytes(size);
-    cmsSaveProfileToMem(profile, bytes.data(), &size);
-    cmsCloseProfile(profile);
-    return bytes;
-}
-
-} // namespace
 
 // Places are those of the header and of the first entry of the tag table, ICC.1:2022, 7.2 and 7.3.
 TEST(ColorProfile, IsRefusedWithTheReason)
 {
-    const std::vector<u8> good = sRGB();
+    const std::vector<u8> good = savedProfile(cmsCreate_sRGBProfile());
     EXPECT_EQ(io::iccFault(good, true), "");
     EXPECT_EQ(io::iccFault(good, false), "the ICC profile is not one for grey");
     EXPECT_EQ(io::iccFault({}, true), "the ICC profile cannot be read");
@@ -56,7 +41,7 @@ TEST(ColorProfile, IsRefusedWithTheReason)
 // A profile that was accepted at the start must not cost the picture at the end.
 TEST(ColorProfile, CanBeWrittenWheneverItIsAccepted)
 {
-    const std::vector<u8> good = sRGB();
+    const std::vector<u8> good = savedProfile(cmsCreate_sRGBProfile());
     const TemporaryFolder folder;
     io::ImageData image;
     image.allocate(2, 2, 3, io::ImageData::Type::byte);

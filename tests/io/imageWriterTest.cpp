@@ -3,10 +3,10 @@
 #include "io/imageReader.h"
 #include "support/TemporaryFolder.h"
 #include "support/messageOf.h"
+#include "support/savedProfile.h"
 
 #include <Imath/half.h>
 #include <gtest/gtest.h>
-#include <lcms2.h>
 
 #include <cmath>
 #include <cstring>
@@ -47,16 +47,6 @@ ImageData throughFile(const std::string& name, const ImageData& image,
     const TemporaryFolder folder;
     io::writeImage(folder.path(name), image, options);
     return io::readImage(folder.path(name));
-}
-
-std::vector<u8> profileOf(cmsHPROFILE profile)
-{
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    std::vector<u8> bytes(size);
-    cmsSaveProfileToMem(profile, bytes.data(), &size);
-    cmsCloseProfile(profile);
-    return bytes;
 }
 
 } // namespace
@@ -215,10 +205,10 @@ TEST(ImageWriter, KeepsTextsAndWindows)
 TEST(ImageWriter, EmbedsProfilesThatFit)
 {
     ImageData image = pattern(20, 10, 3, ImageData::Type::byte);
-    image.iccProfile = profileOf(cmsCreate_sRGBProfile());
+    image.iccProfile = savedProfile(cmsCreate_sRGBProfile());
     for (const char* name : {"a.png", "a.tif", "a.jpg"})
         EXPECT_EQ(throughFile(name, image).iccProfile, image.iccProfile) << name;
-    image.iccProfile = profileOf(cmsCreateLab4Profile(nullptr));
+    image.iccProfile = savedProfile(cmsCreateLab4Profile(nullptr));
     for (const char* name : {"a.png", "a.tif", "a.jpg"})
         EXPECT_NE(messageOf([&] { throughFile(name, image); }).find("is not one for RGB"),
                   std::string::npos);
